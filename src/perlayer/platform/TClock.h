@@ -1,0 +1,74 @@
+#pragma once
+// The clock port: all time that the layer reads or spends comes through here. Tests install a
+// TManualClock and move it by hand.
+//
+// Reading is safe on every thread; installing a clock is the main thread's, before other threads
+// run.
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+
+#include "perlayer/platform/TDateTime.h"
+
+namespace perlayer {
+
+class TClock {
+ public:
+  virtual ~TClock() = default;
+  // Local date and time.
+  virtual TDateTime Now() const = 0;
+  // The same at the resolution that costs least (a few milliseconds); for hot paths.
+  virtual TDateTime CoarseNow() const { return Now(); }
+  // Milliseconds from an arbitrary origin, never going back.
+  virtual std::int64_t Ticks() const = 0;
+  // Lets at least that many milliseconds of this clock pass.
+  virtual void Sleep(std::int64_t milliseconds) = 0;
+
+  // The installed clock; the system's own until another is installed.
+  static TClock& Current();
+  // The layer keeps the clock; nullptr brings the system's own back. Returns the one that was
+  // installed before, nullptr when it was the system's. Raises EAssertionFailed with no layer
+  // loaded.
+  static std::unique_ptr<TClock> Install(std::unique_ptr<TClock> clock);
+};
+
+class TSystemClock : public TClock {
+ public:
+  TDateTime Now() const override;
+  TDateTime CoarseNow() const override;
+  std::int64_t Ticks() const override;
+  void Sleep(std::int64_t milliseconds) override;
+
+ private:
+  TDateTime LocalTime(int source) const;
+  std::int64_t LocalOffset(std::int64_t utcSeconds) const;
+
+  // Quarter hour (since 1970) in the upper half, local time's seconds ahead of UTC in it in the
+  // lower.
+  mutable std::atomic<std::int64_t> FOffset{-1};
+};
+
+// Stands still until it is moved. Sleep moves it, so that whoever waits gets on. Ticks count from
+// 0.
+class TManualClock : public TClock {
+ public:
+  // REQUIRES: now >= 0
+  explicit TManualClock(TDateTime now) : FStart(now) {}
+  TDateTime Now() const override;
+  std::int64_t Ticks() const override { return FMilliseconds.load(std::memory_order_relaxed); }
+  void Sleep(std::int64_t milliseconds) override { Advance(milliseconds); }
+  void Advance(std::int64_t milliseconds) {
+    FMilliseconds.fetch_add(milliseconds, std::memory_order_relaxed);
+  }
+
+ private:
+  const TDateTime FStart;
+  std::atomic<std::int64_t> FMilliseconds{0};
+};
+
+inline TDateTime Now() { return TClock::Current().Now(); }
+// The time of day as a fraction of a day, at the coarse resolution.
+TDateTime Time();
+
+}  // namespace perlayer

@@ -1,0 +1,101 @@
+// Text.h: numbers as text and back. The standard's to_chars and from_chars know no locale.
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+
+#include "perlayer/platform/Exception.h"
+#include "perlayer/platform/TFormatSettings.h"
+#include "perlayer/platform/Text.h"
+
+namespace perlayer {
+
+namespace {
+
+// Room for 17 digits behind up to 4 zeros, a sign, a point and an exponent.
+constexpr std::size_t kFloatRoom = 40;
+
+// Reads the whole of `text`, which from_chars would accept without the plus sign that it does not
+// know. Words ("nan", "inf") are no numbers here.
+template <class TNumber>
+bool Read(std::string_view text, TNumber& value) {
+  if (!text.empty() && text[0] == '+') {
+    text.remove_prefix(1);
+    if (!text.empty() && text[0] == '-') return false;
+  }
+  const std::size_t first = text.find_first_not_of('-');
+  if (first == text.npos || (text[first] != '.' && (text[first] < '0' || text[first] > '9'))) {
+    return false;
+  }
+  TNumber result{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), result);
+  if (error != std::errc() || end != text.data() + text.size()) return false;
+  value = result;
+  return true;
+}
+
+}  // namespace
+
+std::string IntToStr(std::int64_t value) { return std::to_string(value); }
+
+bool TryStrToInt(std::string_view text, std::int64_t& value) { return Read(Trim(text), value); }
+
+std::int64_t StrToInt(std::string_view text) {
+  std::int64_t value = 0;
+  if (TryStrToInt(text, value)) return value;
+  throw EConvertError("'" + std::string(text) + "' is not a valid integer value");
+}
+
+std::int64_t StrToIntDef(std::string_view text, std::int64_t otherwise) {
+  TryStrToInt(text, otherwise);
+  return otherwise;
+}
+
+void AppendFloat(std::string& text, double value) {
+  char buffer[kFloatRoom];
+  const double magnitude = std::fabs(value);
+  std::to_chars_result written{};
+  if (magnitude < 1e15 && value == std::trunc(value)) {
+    written = std::to_chars(buffer, buffer + kFloatRoom, static_cast<std::int64_t>(value));
+  } else if (magnitude >= 1e-5 && magnitude < 1e17) {
+    written = std::to_chars(buffer, buffer + kFloatRoom, value, std::chars_format::fixed);
+  } else {
+    written = std::to_chars(buffer, buffer + kFloatRoom, value, std::chars_format::scientific);
+  }
+  text.append(buffer, written.ptr);
+}
+
+std::string FloatToStr(double value, const TFormatSettings& settings) {
+  std::string text;
+  AppendFloat(text, value);
+  if (settings.DecimalSeparator != '.') {
+    std::replace(text.begin(), text.end(), '.', settings.DecimalSeparator);
+  }
+  return text;
+}
+
+bool TryStrToFloat(std::string_view text, double& value, const TFormatSettings& settings) {
+  text = Trim(text);
+  const char separator = settings.DecimalSeparator;
+  if (separator == '.' || text.find_first_of(std::string{'.', separator}) == text.npos) {
+    return Read(text, value);
+  }
+  if (text.find('.') != text.npos) return false;
+  std::string withPoint(text);
+  std::replace(withPoint.begin(), withPoint.end(), separator, '.');
+  return Read(std::string_view(withPoint), value);
+}
+
+double StrToFloat(std::string_view text, const TFormatSettings& settings) {
+  double value = 0;
+  if (TryStrToFloat(text, value, settings)) return value;
+  throw EConvertError("'" + std::string(text) + "' is not a valid floating point value");
+}
+
+std::string FloatToStr(double value) { return FloatToStr(value, FormatSettings()); }
+double StrToFloat(std::string_view text) { return StrToFloat(text, FormatSettings()); }
+bool TryStrToFloat(std::string_view text, double& value) {
+  return TryStrToFloat(text, value, FormatSettings());
+}
+
+}  // namespace perlayer
