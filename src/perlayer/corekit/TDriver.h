@@ -1,0 +1,99 @@
+#pragma once
+// The driver port: what corekit needs of a database engine. An adapter (drivers/sqlite) derives from
+// TDriverSession and TDriverStatement; nothing else of the engine is seen above.
+//
+// A session belongs to one thread. It speaks the statement language of docs/sql.md: an empty text
+// bound or written is NULL, text against a number compares as numbers, dates are days (TDateTime),
+// the first write outside a transaction opens one, and nothing is committed by itself.
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "perlayer/corekit/EDatabaseError.h"
+#include "perlayer/corekit/TStatementText.h"
+
+namespace perlayer {
+
+// The type of a result column as its declaration tells it; a column without one takes the type of
+// its first value.
+enum class TColumnType : std::uint8_t { text, number, dateTime, memo, blob };
+
+// What one cell holds.
+enum class TCellKind : std::uint8_t { null, text, integer, number, blob };
+
+// A view of one cell; `text` (also the bytes of a blob) lives until the next Step or Reset.
+struct TCell {
+  TCellKind kind = TCellKind::null;
+  std::string_view text;
+  std::int64_t integer = 0;
+  double number = 0;
+};
+
+struct TColumnInfo {
+  std::string name;  // as the database tells it; unquoted names in upper case
+  TColumnType type = TColumnType::text;
+  int size = 0;      // declared size of a text in characters, 0 when unknown
+};
+
+// The columns of one statement. Made when the statement is first opened and shared by all who run
+// it; its address identifies the layout.
+struct TColumnLayout {
+  std::vector<TColumnInfo> columns;
+
+  // The first column of that name (any case), or -1.
+  int IndexOf(std::string_view name) const;
+};
+
+// A prepared statement. Positions count from 0; parameter i is TStatementText::Parameters()[i].
+class TDriverStatement {
+ public:
+  virtual ~TDriverStatement() = default;
+
+  // Each stays until it is bound anew. Texts and bytes are copied or used before the call returns,
+  // unless Step follows before the caller's memory changes: callers keep bound memory until Reset.
+  virtual void BindNull(int parameter) = 0;
+  virtual void BindText(int parameter, std::string_view text) = 0;  // empty is NULL
+  virtual void BindNumber(int parameter, double value) = 0;         // also dates
+  virtual void BindBlob(int parameter, std::span<const std::byte> bytes) = 0;
+
+  // Runs to the next row: true with a row, false at the end. Raises EDatabaseError, after which the
+  // statement is reset.
+  virtual bool Step() = 0;
+  // Ends the run; the statement can be bound and stepped again.
+  virtual void Reset() noexcept = 0;
+  // True for a statement that changes nothing in the database.
+  virtual bool ReadOnly() const = 0;
+  // Rows changed by the last finished run.
+  virtual std::int64_t RowsAffected() const = 0;
+
+  // REQUIRES: Step has been called once since the statement was prepared. Empty for a statement
+  // without columns.
+  virtual std::shared_ptr<const TColumnLayout> Layout() = 0;
+  // REQUIRES: the last Step answered true.
+  virtual void Cell(int column, TCell& cell) = 0;
+};
+
+class TDriverSession {
+ public:
+  virtual ~TDriverSession() = default;
+
+  // A statement ready to be bound, from the cache when it holds a free one. Hand it back by
+  // GiveBack. Raises EDatabaseError, with the statement, when it cannot be said or prepared.
+  virtual TDriverStatement* Take(const TStatementTextPtr& text) = 0;
+  virtual void GiveBack(TDriverStatement* statement) noexcept = 0;
+
+  // The session's transaction. Commit raising leaves the session rolled back.
+  virtual void Begin() = 0;
+  virtual void Commit() = 0;
+  virtual void Rollback() = 0;
+  // An explicit transaction is open, or a write has opened one.
+  virtual bool InTransaction() const = 0;
+  // What the driver really ran for `text`, for people to read.
+  virtual std::string Translated(const TStatementTextPtr& text) = 0;
+};
+
+}  // namespace perlayer

@@ -1,0 +1,199 @@
+#include "perlayer/corekit/TField.h"
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "perlayer/corekit/EDatabaseError.h"
+#include "perlayer/corekit/TDataSet.h"
+#include "perlayer/platform/Exception.h"
+#include "perlayer/platform/Format.h"
+#include "perlayer/platform/Text.h"
+
+namespace perlayer {
+
+namespace {
+[[noreturn]] void Raise(const std::string& message) {
+  throw EDatabaseError(TDatabaseErrorKind::other, 0, message, "");
+}
+
+constexpr int kSizeOfUnsizedText = 4000;
+}  // namespace
+
+void TField::Create(TDataSet* ADataSet, std::string_view AFieldName, int ASize) {
+  FFieldName = AFieldName;
+  FSize = ASize;
+  ADataSet->AddField(this);
+  FDataSet = ADataSet;
+}
+
+void TField::Destroy() {
+  if (FDataSet != nullptr) FDataSet->RemoveField(this);
+  FDataSet = nullptr;
+  TComponent::Destroy();
+}
+
+void TField::Calculated(bool calculated) {
+  FCalculated = calculated;
+  if (FDataSet != nullptr) FDataSet->NumberFields();
+}
+
+bool TField::IsBlob() const {
+  return DataType() == TFieldType::ftMemo || DataType() == TFieldType::ftBlob;
+}
+
+bool TField::GetData(void* buffer) const {
+  if (FDataSet == nullptr) Raise(Format("Field %s belongs to no data set", FFieldName));
+  return FDataSet->GetFieldData(const_cast<TField*>(this), buffer);
+}
+
+void TField::SetData(const void* buffer) {
+  CheckWritable();
+  FDataSet->SetFieldData(this, buffer);
+}
+
+void TField::CheckWritable() const {
+  if (FDataSet == nullptr) Raise(Format("Field %s belongs to no data set", FFieldName));
+  if (FReadOnly || FCalculated) Raise(Format("Field %s cannot be modified", DisplayLabel()));
+}
+
+void TField::RaiseAccess(const char* type) const {
+  throw EConvertError(
+      Format("Cannot access field %s of class %s as type %s", FFieldName, ClassName(), type));
+}
+
+bool TField::IsNull() const { return !GetData(nullptr); }
+std::string TField::AsString() const { RaiseAccess("String"); }
+double TField::AsFloat() const { RaiseAccess("Float"); }
+std::int64_t TField::AsInteger() const {
+  const double value = std::round(AsFloat());
+  if (!(std::fabs(value) < 9.2e18)) RaiseAccess("Integer");
+  return static_cast<std::int64_t>(value);
+}
+TDateTime TField::AsDateTime() const { RaiseAccess("DateTime"); }
+Variant TField::AsVariant() const { RaiseAccess("Variant"); }
+void TField::AsString(std::string_view) { RaiseAccess("String"); }
+void TField::AsFloat(double) { RaiseAccess("Float"); }
+void TField::AsDateTime(TDateTime) { RaiseAccess("DateTime"); }
+void TField::Clear() { SetData(nullptr); }
+
+void TField::EditText(std::string_view text) {
+  FEditText = text;
+  FEditing = true;
+}
+
+std::string TStringField::AsString() const {
+  std::string buffer(static_cast<std::size_t>(DataSize()), '\0');
+  if (!GetData(buffer.data())) return {};
+  buffer.resize(std::strlen(buffer.c_str()));
+  return buffer;
+}
+
+double TStringField::AsFloat() const {
+  const std::string text = AsString();
+  return text.empty() ? 0.0 : StrToFloat(text);
+}
+std::int64_t TStringField::AsInteger() const {
+  const std::string text = AsString();
+  return text.empty() ? 0 : StrToInt(text);
+}
+TDateTime TStringField::AsDateTime() const {
+  const std::string text = AsString();
+  return text.empty() ? 0.0 : StrToDateTime(text);
+}
+Variant TStringField::AsVariant() const { return IsNull() ? Variant::Null() : Variant(AsString()); }
+
+void TStringField::AsString(std::string_view text) {
+  // An empty text is no value.
+  if (text.empty()) return SetData(nullptr);
+  const std::string_view cut = CutToBytes(text, static_cast<std::size_t>(DataSize()) - 1);
+  SetData(std::string(cut).c_str());
+}
+
+std::string TIntegerField::AsString() const { return IsNull() ? "" : IntToStr(AsInteger()); }
+double TIntegerField::AsFloat() const { return static_cast<double>(AsInteger()); }
+std::int64_t TIntegerField::AsInteger() const {
+  std::int32_t value = 0;
+  return GetData(&value) ? value : 0;
+}
+Variant TIntegerField::AsVariant() const {
+  return IsNull() ? Variant::Null() : Variant(AsInteger());
+}
+void TIntegerField::AsString(std::string_view text) {
+  if (Empty(text)) return SetData(nullptr);
+  AsFloat(static_cast<double>(StrToInt(text)));
+}
+void TIntegerField::AsFloat(double value) {
+  const double rounded = std::round(value);
+  if (!(rounded >= std::numeric_limits<std::int32_t>::min() &&
+        rounded <= std::numeric_limits<std::int32_t>::max())) {
+    throw EConvertError(Format("%s is no value for the integer field %s", FloatToStr(value),
+                               FieldName()));
+  }
+  const auto number = static_cast<std::int32_t>(rounded);
+  SetData(&number);
+}
+
+std::string TFloatField::AsString() const {
+  double value = 0;
+  return GetData(&value) ? FloatToStr(value) : std::string();
+}
+double TFloatField::AsFloat() const {
+  double value = 0;
+  return GetData(&value) ? value : 0.0;
+}
+std::int64_t TFloatField::AsInteger() const { return TField::AsInteger(); }
+Variant TFloatField::AsVariant() const { return IsNull() ? Variant::Null() : Variant(AsFloat()); }
+void TFloatField::AsString(std::string_view text) {
+  if (Empty(text)) return SetData(nullptr);
+  AsFloat(StrToFloat(text));
+}
+void TFloatField::AsFloat(double value) { SetData(&value); }
+
+std::string TDateTimeField::AsString() const {
+  return IsNull() ? "" : DateTimeToStr(AsDateTime());
+}
+TDateTime TDateTimeField::AsDateTime() const {
+  double milliseconds = 0;
+  return GetData(&milliseconds) ? milliseconds / kMillisecondsPerDay - kDayZero : 0.0;
+}
+Variant TDateTimeField::AsVariant() const {
+  return IsNull() ? Variant::Null() : Variant::Date(AsDateTime());
+}
+void TDateTimeField::AsString(std::string_view text) {
+  if (Empty(text)) return SetData(nullptr);
+  AsDateTime(StrToDateTime(text));
+}
+void TDateTimeField::AsDateTime(TDateTime value) {
+  const double milliseconds = (value + kDayZero) * kMillisecondsPerDay;
+  SetData(&milliseconds);
+}
+
+std::string TBlobField::AsString() const { return DataSet()->GetBlobData(const_cast<TBlobField*>(this)); }
+Variant TBlobField::AsVariant() const { return IsNull() ? Variant::Null() : Variant(AsString()); }
+void TBlobField::AsString(std::string_view text) {
+  CheckWritable();
+  DataSet()->SetBlobData(this, text);
+}
+
+TField* NewField(TDataSet* dataSet, TFieldType type, std::string_view name, int size) {
+  switch (type) {
+    case TFieldType::ftString:
+      return New<TStringField>(dataSet, name, size > 0 ? size : kSizeOfUnsizedText);
+    case TFieldType::ftInteger:
+      return New<TIntegerField>(dataSet, name, 0);
+    case TFieldType::ftFloat:
+      return New<TFloatField>(dataSet, name, 0);
+    case TFieldType::ftDateTime:
+      return New<TDateTimeField>(dataSet, name, 0);
+    case TFieldType::ftMemo:
+      return New<TMemoField>(dataSet, name, 0);
+    case TFieldType::ftBlob:
+      return New<TBlobField>(dataSet, name, 0);
+    case TFieldType::ftUnknown:
+      break;
+  }
+  Raise(Format("Field %s has an unknown type", name));
+}
+
+}  // namespace perlayer

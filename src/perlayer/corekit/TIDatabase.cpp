@@ -1,0 +1,126 @@
+#include "perlayer/corekit/TIDatabase.h"
+
+#include <algorithm>
+
+#include "perlayer/corekit/ILog.h"
+#include "perlayer/corekit/TIQuery.h"
+#include "perlayer/platform/Exception.h"
+#include "perlayer/platform/Format.h"
+#include "perlayer/platform/TLayer.h"
+#include "perlayer/platform/Text.h"
+
+namespace perlayer {
+
+namespace {
+using TDatabaseRegistry = std::vector<TIDatabase*>;  // not owned
+
+TDatabaseRegistry& Registry() {
+  return TLayer::Part<TDatabaseRegistry>(TLayerPart::databases);
+}
+}  // namespace
+
+TIDatabase* FindDatabase(std::string_view name) {
+  for (TIDatabase* database : Registry()) {
+    if (SameText(database->DatabaseName(), name)) return database;
+  }
+  return nullptr;
+}
+
+void TIDatabase::Create(std::string_view AName, std::unique_ptr<TDriverSession> ASession) {
+  if (FindDatabase(AName) != nullptr) {
+    throw EComponentError(Format("A database named %s already exists", AName));
+  }
+  FTrace = New<TStringList>();
+  FSession = std::move(ASession);
+  FDatabaseName = AName;
+  Registry().push_back(this);
+}
+
+void TIDatabase::Destroy() {
+  while (!FPreparedQueries.empty()) FPreparedQueries.back()->ReleaseStatement();
+  if (auto* registry = TLayer::PartIfMade<TDatabaseRegistry>(TLayerPart::databases)) {
+    std::erase(*registry, this);
+  }
+  FSession.reset();
+  FreeAndNil(FTrace);
+  TComponent::Destroy();
+}
+
+void TIDatabase::StartTransaction(std::string_view text) {
+  AddTrace(text);
+  FSession->Begin();
+}
+
+void TIDatabase::Commit(std::string_view text) {
+  AddTrace(text);
+  try {
+    // By index over a count that is read anew: an event may add or remove events.
+    for (std::size_t i = 0; i < FBeforeCommit.size(); ++i) {
+      const TNotifyEvent event = FBeforeCommit[i];
+      event(this);
+    }
+  } catch (...) {
+    FSession->Rollback();
+    RunGuarded(FAfterRollback, "after rollback");
+    throw;
+  }
+  EndCommit();
+}
+
+void TIDatabase::EndCommit() {
+  try {
+    FSession->Commit();
+  } catch (...) {
+    RunGuarded(FAfterRollback, "after rollback");
+    throw;
+  }
+  RunGuarded(FAfterCommit, "after commit");
+}
+
+void TIDatabase::Rollback(std::string_view text) {
+  AddTrace(text);
+  FSession->Rollback();
+  RunGuarded(FAfterRollback, "after rollback");
+}
+
+void TIDatabase::ForceCommit(std::string_view phrase) {
+  if (phrase != kForceCommitPhrase) {
+    throw EDatabaseError(TDatabaseErrorKind::other, 0,
+                         "TIDatabase.ForceCommit: the confirmation phrase is wrong", "");
+  }
+  AddTrace("TIDatabase.ForceCommit");
+  EndCommit();
+}
+
+bool TIDatabase::InTransaction() const { return FSession->InTransaction(); }
+
+void TIDatabase::AddTrace(std::string_view line) {
+  FTrace->Add(line);
+  if (FTrace->Count() > kTraceLines) FTrace->Delete(0);
+}
+
+void TIDatabase::RemoveEvent(const TNotifyEvent& event) {
+  for (TEvents* events : {&FBeforeCommit, &FAfterCommit, &FAfterRollback}) {
+    std::erase(*events, event);
+  }
+}
+
+// The transaction has ended already: an event that fails is told in the log and the others run.
+void TIDatabase::RunGuarded(const TEvents& events, const char* where) {
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    try {
+      const TNotifyEvent event = events[i];
+      event(this);
+    } catch (const std::exception& e) {
+      ILog(Format("TIDatabase %s: event %s failed: %s", FDatabaseName, where, e.what()));
+    }
+  }
+}
+
+void TIDatabase::QueryUnprepared(TIQuery* query) noexcept {
+  // The latest is the likeliest: a fetch prepares, reads and closes before the next begins.
+  const auto found = std::find(FPreparedQueries.rbegin(), FPreparedQueries.rend(), query);
+  if (found != FPreparedQueries.rend()) FPreparedQueries.erase(std::next(found).base());
+}
+
+}  // namespace perlayer

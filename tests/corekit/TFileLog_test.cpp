@@ -1,0 +1,194 @@
+#include "perlayer/corekit/TFileLog.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+
+#include "perlayer/platform/TClock.h"
+#include "support/TempDir.h"
+
+namespace perlayer {
+namespace {
+
+std::string Contents(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+class TFileLogTest : public testing::Test {
+ protected:
+  TFileLogTest() {
+    auto clock = std::make_unique<TManualClock>(EncodeDateTime({2023, 1, 7}, {16, 5, 9, 0}));
+    FClock = clock.get();
+    TClock::Install(std::move(clock));
+  }
+
+  static std::string Stamped(const std::string& text) { return "07.01.2023 16:05:09  " + text; }
+  // How often `text` stands in what has gone to the standard error stream since the capture began.
+  static int Told(const std::string& text) {
+    const std::string told = testing::internal::GetCapturedStderr();
+    int count = 0;
+    for (std::size_t at = told.find(text); at != told.npos; at = told.find(text, at + 1)) ++count;
+    return count;
+  }
+
+  TTempDir FDir;
+  const std::string FPath = FDir.File("app.log");
+  TManualClock* FClock;
+};
+
+TEST_F(TFileLogTest, OnlyEntriesBeginAtTheLeftEdge) {
+  const std::string indent(21, ' ');
+  TFileLog log(FPath);
+  log.Line("first");
+  log.Line("a\r\nb\rc\n07.01.2023 16:05:09  forged");
+  log.Line("");
+  log.Flush();
+  EXPECT_EQ(Contents(FPath), Stamped("first\n") + Stamped("a\n") + indent + "b\n" + indent + "c\n" +
+                                 indent + "07.01.2023 16:05:09  forged\n" + Stamped("\n"));
+}
+
+TEST_F(TFileLogTest, LinesWaitAtMostForASecondOrABlock) {
+  {
+    TFileLog log(FPath);
+    log.Line("one");
+    EXPECT_EQ(Contents(FPath), "");
+    FClock->Advance(1000);
+    log.Line("two");
+    EXPECT_NE(Contents(FPath).find("two"), std::string::npos);
+    log.Line(std::string(20000, 'x'));
+    EXPECT_GT(Contents(FPath).size(), 20000u);
+    log.Line("last");
+    EXPECT_EQ(Contents(FPath).find("last"), std::string::npos);
+  }
+  EXPECT_NE(Contents(FPath).find("last"), std::string::npos) << "the end of the log writes all";
+}
+
+// Whatever is written, the files put together are the newest entries without a gap.
+TEST_F(TFileLogTest, RotationLosesNothingButTheOldest) {
+  const unsigned seed = std::random_device()();
+  SCOPED_TRACE(seed);
+  std::mt19937 random(seed);
+  for (int kept = 0; kept <= 3; ++kept) {
+    const TTempDir dir;
+    const std::string path = dir.File("r.log");
+    constexpr std::size_t kMax = 300;
+    std::string all;
+    for (int run = 0; run < 4; ++run) {
+      TFileLog log(path, kMax, kept);
+      for (int i = 0; i < 25; ++i) {
+        const std::string text(random() % 120, static_cast<char>('a' + i));
+        all += Stamped(text + "\n");
+        log.Line(text);
+        if (random() % 4 == 0) log.Flush();
+      }
+    }
+    std::string found;
+    int files = 0;
+    for (int number = kept + 1; number >= 0; --number) {
+      const std::string name = number == 0 ? path : path + "." + std::to_string(number);
+      if (!std::filesystem::exists(name)) continue;
+      ++files;
+      const std::string contents = Contents(name);
+      EXPECT_LE(contents.size(), kMax);
+      if (number > 0) {
+        EXPECT_GT(contents.size() + 142, kMax) << "moved before it was full";
+      }
+      found += contents;
+    }
+    EXPECT_EQ(files, kept + 1);
+    ASSERT_LE(found.size(), all.size());
+    EXPECT_EQ(all.substr(all.size() - found.size()), found);
+  }
+}
+
+TEST_F(TFileLogTest, AMissingDirectoryIsToldOnceAndTheLinesArriveLater) {
+  const std::string path = FDir.File("later") + "/app.log";
+  testing::internal::CaptureStderr();
+  TFileLog log(path);
+  for (int i = 0; i < 5; ++i) {
+    log.Line("line " + std::to_string(i));
+    log.Flush();
+    FClock->Advance(1000);
+  }
+  EXPECT_EQ(Told("cannot open the log " + path + ": No such file or directory"), 1);
+
+  std::filesystem::create_directory(FDir.File("later"));
+  log.Line("line 5");
+  std::string expected;
+  for (int i = 0; i <= 5; ++i) expected += "  line " + std::to_string(i) + "\n";
+  std::string texts;
+  std::ifstream file(path);
+  for (std::string line; std::getline(file, line);) texts += line.substr(19) + "\n";
+  EXPECT_EQ(texts, expected);
+}
+
+TEST_F(TFileLogTest, WhatFindsNoRoomWhileTheDiskFailsIsCounted) {
+  const std::string path = FDir.File("later") + "/app.log";
+  testing::internal::CaptureStderr();
+  TFileLog log(path);
+  const std::string block(100000, 'x');
+  for (int i = 0; i < 15; ++i) log.Line(block);
+  EXPECT_EQ(Told("cannot open"), 1);
+  std::filesystem::create_directory(FDir.File("later"));
+  log.Flush();
+  const std::string contents = Contents(path);
+  EXPECT_EQ(contents.size() / block.size(), 10u);
+  EXPECT_EQ(contents.substr(contents.rfind("  ")), "  5 lines were lost here\n");
+}
+
+// A write that the disk cuts short goes on where it stopped: no entry is torn or doubled.
+TEST_F(TFileLogTest, AFullDiskTearsNoEntry) {
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  testing::internal::CaptureStderr();
+  std::string expected;
+  {
+    TFileLog log(FPath);
+    rlimit tight = before;
+    tight.rlim_cur = 100;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &tight), 0);
+    for (int i = 0; i < 10; ++i) {
+      log.Line("entry " + std::to_string(i));
+      expected += Stamped("entry " + std::to_string(i) + "\n");
+      log.Flush();
+    }
+    EXPECT_EQ(Contents(FPath), expected.substr(0, 100));
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+  }
+  std::signal(SIGXFSZ, handler);
+  EXPECT_EQ(Told("cannot write the log " + FPath), 1);
+  EXPECT_EQ(Contents(FPath), expected);
+}
+
+TEST_F(TFileLogTest, AFileThatCannotBeMovedGoesOnGrowing) {
+  std::filesystem::create_directories(FPath + ".1/in the way");
+  testing::internal::CaptureStderr();
+  TFileLog log(FPath, 100, 1);
+  std::string expected;
+  for (int i = 0; i < 10; ++i) {
+    log.Line("entry " + std::to_string(i));
+    log.Flush();
+    expected += "  entry " + std::to_string(i) + "\n";
+    FClock->Advance(1000);
+  }
+  EXPECT_EQ(Told("cannot rotate the log"), 1);
+  std::string texts;
+  std::ifstream file(FPath);
+  for (std::string line; std::getline(file, line);) texts += line.substr(19) + "\n";
+  EXPECT_EQ(texts, expected);
+
+  std::filesystem::remove_all(FPath + ".1");
+  log.Line("moves at last");
+  log.Flush();
+  EXPECT_EQ(Contents(FPath).substr(19), "  moves at last\n");
+}
+
+}  // namespace
+}  // namespace perlayer
