@@ -1,0 +1,541 @@
+#include "perlayer/drivers/sqlite/TSqlExpressions.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "perlayer/platform/Exception.h"
+#include "perlayer/platform/TDateTime.h"
+#include "perlayer/platform/Text.h"
+
+namespace perlayer {
+
+namespace {
+
+constexpr int kMaxDepth = 90;  // the database's own parser ends at a hundred
+
+enum TLevel { kOr = 1, kAnd, kNot, kCompare, kAdd, kMultiply, kUnary };
+
+// Sorted.
+constexpr std::string_view kKeywords[] = {
+    "ALL",     "AND",    "ANY",       "AS",     "ASC",   "BETWEEN",  "BY",     "CASE",   "CHECK",
+    "CREATE",  "CROSS",  "DEFAULT",   "DELETE", "DESC",  "DISTINCT", "DROP",   "ELSE",   "END",
+    "ESCAPE",  "EXCEPT", "EXISTS",    "FOR",    "FROM",  "FULL",     "GROUP",  "HAVING", "IN",
+    "INNER",   "INSERT", "INTERSECT", "INTO",   "IS",    "JOIN",     "LEFT",   "LIKE",   "MINUS",
+    "NATURAL", "NOT",    "NULL",      "ON",     "OR",    "ORDER",    "OUTER",  "RIGHT",  "SELECT",
+    "SET",     "SOME",   "TABLE",     "THEN",   "UNION", "UNIQUE",   "UPDATE", "USING",  "VALUES",
+    "WHEN",    "WHERE",  "WITH"};
+
+// Names that the database would read as its own words. Sorted.
+constexpr std::string_view kTheirs[] = {
+    "AUTOINCREMENT", "COLLATE", "COMMIT",  "CURRENT_TIME", "DEFERRABLE", "FILTER",      "INDEXED",
+    "ISNULL",        "LIMIT",   "NOTHING", "NOTNULL",      "RETURNING",  "TRANSACTION", "WINDOW"};
+
+template <std::size_t N>
+bool StandsIn(const std::string_view (&sorted)[N], std::string_view word) {
+  return std::binary_search(std::begin(sorted), std::end(sorted), word);
+}
+
+bool IsClock(const TSqlToken& token) {
+  return token.kind == TSqlTokenKind::word &&
+         (token.name == "SYSDATE" || token.name == "SYSTIMESTAMP" || token.name == "CURRENT_DATE" ||
+          token.name == "CURRENT_TIMESTAMP");
+}
+
+bool IsComparison(const TSqlToken& token) {
+  if (token.kind != TSqlTokenKind::symbol) return false;
+  static constexpr std::string_view kSymbols[] = {"!=", "<", "<=", "<>", "=", ">", ">=", "^="};
+  return StandsIn(kSymbols, token.name);
+}
+
+struct TFunctionRule {
+  std::string_view name;
+  std::string_view translation;  // empty: as it is
+  TSqlType type;                 // unknown: that of its first argument
+  bool emptyIsNull;              // an empty result is NULL
+};
+constexpr TFunctionRule kFunctions[] = {
+    {"ABS", "", TSqlType::number, false},       {"AVG", "", TSqlType::number, false},
+    {"CEIL", "", TSqlType::number, false},      {"COALESCE", "", TSqlType::unknown, false},
+    {"CONCAT", "", TSqlType::text, false},      {"COUNT", "", TSqlType::number, false},
+    {"FLOOR", "", TSqlType::number, false},     {"INSTR", "", TSqlType::number, false},
+    {"LENGTH", "", TSqlType::number, false},    {"LOWER", "", TSqlType::text, false},
+    {"LTRIM", "", TSqlType::text, true},        {"MAX", "", TSqlType::unknown, false},
+    {"MIN", "", TSqlType::unknown, false},      {"MOD", "", TSqlType::number, false},
+    {"NULLIF", "", TSqlType::unknown, false},   {"NVL", "ifnull", TSqlType::unknown, false},
+    {"POWER", "", TSqlType::number, false},     {"REPLACE", "", TSqlType::text, true},
+    {"ROUND", "", TSqlType::number, false},     {"RTRIM", "", TSqlType::text, true},
+    {"SIGN", "", TSqlType::number, false},      {"SQRT", "", TSqlType::number, false},
+    {"SUBSTR", "", TSqlType::text, true},       {"SUM", "", TSqlType::number, false},
+    {"TO_CHAR", "", TSqlType::text, false},     {"TO_DATE", "", TSqlType::date, false},
+    {"TO_NUMBER", "", TSqlType::number, false}, {"TRIM", "", TSqlType::text, true},
+    {"TRUNC", "", TSqlType::number, false},     {"UPPER", "", TSqlType::text, false},
+};
+
+TSqlType FirstKnown(const std::vector<TSqlOperand>& operands) {
+  for (const TSqlOperand& operand : operands) {
+    if (operand.type != TSqlType::unknown && operand.type != TSqlType::null) return operand.type;
+  }
+  return TSqlType::unknown;
+}
+
+}  // namespace
+
+bool IsSqlKeyword(const TSqlToken& token) {
+  return token.kind == TSqlTokenKind::word && StandsIn(kKeywords, token.name);
+}
+
+std::string SqlName(const TSqlToken& token) {
+  if (token.kind == TSqlTokenKind::quoted) return token.out;
+  const bool quoted = StandsIn(kTheirs, token.name) || token.name.find('#') != std::string::npos;
+  return quoted ? QuotedName(token.name) : token.name;
+}
+
+TSqlOperand TSqlExpressions::Parse(TSqlCursor& cursor, int level) {
+  if (++FDepth > kMaxDepth) FTokens.Refuse(cursor.at, "the expression is nested too deeply");
+  TSqlOperand left = Prefix(cursor);
+  while (!left.IsEmpty() && cursor.at < cursor.end) {
+    const TSqlToken& token = FTokens[cursor.at];
+    const std::size_t before = cursor.at;
+    if (token.settled) {
+      break;
+    } else if (level < kOr && token.Is("OR")) {
+      ++cursor.at;
+      left = {left.first, Parse(cursor, kOr).behind};
+    } else if (level < kAnd && token.Is("AND")) {
+      ++cursor.at;
+      left = {left.first, Parse(cursor, kAnd).behind};
+    } else if (level < kCompare && IsComparison(token)) {
+      left = Comparison(cursor, left, kCompare);
+    } else if (level < kCompare && token.kind == TSqlTokenKind::word) {
+      left = Predicate(cursor, left, kCompare);
+    } else if (level < kAdd && token.Is("||")) {
+      left = Concatenation(cursor, left);
+    } else if (level < kAdd && (token.Is("+") || token.Is("-"))) {
+      left = Arithmetic(cursor, left, kAdd);
+    } else if (level < kMultiply && (token.Is("*") || token.Is("/"))) {
+      left = Arithmetic(cursor, left, kMultiply);
+    }
+    if (cursor.at == before) break;
+    left.behind = cursor.at;
+  }
+  --FDepth;
+  return left;
+}
+
+void TSqlExpressions::Walk(TSqlCursor& cursor) {
+  while (cursor.at < cursor.end) {
+    const std::size_t before = cursor.at;
+    if (!FTokens[before].settled) Parse(cursor);
+    if (cursor.at == before) ++cursor.at;
+  }
+}
+
+TSqlOperand TSqlExpressions::Prefix(TSqlCursor& cursor) {
+  const std::size_t first = cursor.at;
+  TSqlOperand result{first, first};
+  if (first >= cursor.end || FTokens[first].settled) return result;
+  TSqlToken& token = FTokens[first];
+  switch (token.kind) {
+    case TSqlTokenKind::number:
+      result.type = TSqlType::number;
+      ++cursor.at;
+      break;
+    case TSqlTokenKind::text:
+      // An empty text is NULL.
+      result.type = token.length == 2 ? TSqlType::null : TSqlType::text;
+      if (token.length == 2) token.out = "NULL";
+      ++cursor.at;
+      break;
+    case TSqlTokenKind::parameter:
+      token.out = '?' + std::to_string(token.parameter + 1);
+      result.parameter = token.parameter;
+      ++cursor.at;
+      break;
+    case TSqlTokenKind::quoted:
+      return Name(cursor);
+    case TSqlTokenKind::symbol:
+      if (token.Is("(")) return Parentheses(cursor);
+      if (token.Is("+") || token.Is("-")) {
+        ++cursor.at;
+        const TSqlOperand operand = Parse(cursor, kUnary);
+        if (IsText(operand)) Wrap(operand, "to_number");
+        result.type = TSqlType::number;
+      }
+      break;
+    case TSqlTokenKind::word:
+      if (token.name == "NULL") {
+        result.type = TSqlType::null;
+        ++cursor.at;
+      } else if (token.name == "NOT") {
+        ++cursor.at;
+        Parse(cursor, kNot);
+      } else if (token.name == "EXISTS") {
+        ++cursor.at;
+        if (cursor.at < cursor.end && FTokens.Is(cursor.at, "(")) Parentheses(cursor);
+      } else if (token.name == "CASE") {
+        return Case(cursor);
+      } else if (!IsSqlKeyword(token)) {
+        return Name(cursor);
+      }
+      break;
+  }
+  result.behind = cursor.at;
+  return result;
+}
+
+// Column, [OWNER.]TABLE.COLUMN, TABLE.*, the clock, a function or a literal that begins with a
+// word.
+TSqlOperand TSqlExpressions::Name(TSqlCursor& cursor) {
+  const std::size_t first = cursor.at;
+  TSqlToken& token = FTokens[first];
+  if (first + 1 < cursor.end && token.kind == TSqlTokenKind::word) {
+    if (FTokens.Is(first + 1, "(")) return Function(cursor);
+    if (FTokens[first + 1].kind == TSqlTokenKind::text &&
+        (token.name == "DATE" || token.name == "TIMESTAMP")) {
+      return DateLiteral(cursor);
+    }
+  }
+  std::vector<std::size_t> parts = {first};
+  bool star = false;
+  ++cursor.at;
+  while (!star && cursor.at + 1 < cursor.end && FTokens.Is(cursor.at, ".")) {
+    star = FTokens.Is(cursor.at + 1, "*");
+    if (!star && !FTokens[cursor.at + 1].IsName()) break;
+    parts.push_back(cursor.at + 1);
+    cursor.at += 2;
+  }
+  TSqlOperand result{first, cursor.at};
+  if (parts.size() == 1 && IsClock(token)) {
+    token.out = "sysdate()";
+    result.type = TSqlType::date;
+    return result;
+  }
+  for (const std::size_t part : parts) {
+    if (FTokens[part].IsName()) FTokens[part].out = SqlName(FTokens[part]);
+  }
+  const std::string& column = FTokens[parts.back()].name;
+  result.column = !star;
+  if (parts.size() == 1) {
+    result.type = cursor.scope.ColumnType("", column);
+  } else if (parts.size() == 2) {
+    const std::string& qualifier = token.name;
+    result.type = star ? TSqlType::unknown : cursor.scope.ColumnType(qualifier, column);
+    const TSqlScope::TTable* table = cursor.scope.Find(qualifier);
+    if (table != nullptr && table->alias.empty() && !table->owner.empty()) {
+      token.out = QuotedName(FileName(table->owner, table->name));
+    }
+  } else if (parts.size() == 3) {
+    const TSqlToken& name = FTokens[parts[1]];
+    result.type = star ? TSqlType::unknown : cursor.scope.ColumnType(name.name, column);
+    token.out = QuotedName(FileName(token.name, name.name));
+    FTokens.Hide(first + 1, parts[1] + 1);
+  } else {
+    FTokens.Refuse(first, "a name has at most three parts");
+  }
+  return result;
+}
+
+TSqlOperand TSqlExpressions::DateLiteral(TSqlCursor& cursor) {
+  const std::size_t first = cursor.at;
+  std::string text(FTokens.Source(first + 1));
+  text = text.substr(1, text.size() - 2);
+  const std::size_t blank = text.find(' ');
+  if (blank != std::string::npos) text[blank] = 'T';
+  try {
+    FTokens[first].out = FloatToStr(ISO8601ToDateTime(text));
+  } catch (const EConvertError&) {
+    FTokens.Refuse(first, "a date is written DATE '2023-01-27' or TIMESTAMP '2023-01-27 16:17:47'");
+  }
+  FTokens.Hide(first + 1, first + 2);
+  cursor.at += 2;
+  return {first, cursor.at, TSqlType::date};
+}
+
+TSqlOperand TSqlExpressions::Parentheses(TSqlCursor& cursor) {
+  const std::size_t open = cursor.at;
+  const std::size_t close = FTokens[open].partner;
+  TSqlOperand result{open, close + 1};
+  TSqlCursor inside{open + 1, close, cursor.scope};
+  cursor.at = close + 1;
+  if (FTokens.Is(open + 1, "SELECT") || FTokens.Is(open + 1, "WITH")) {
+    result.type = FSubqueries.Subquery(open, inside.scope);
+    return result;
+  }
+  const std::vector<TSqlOperand> operands = List(inside);
+  if (operands.size() == 1) {
+    result.type = operands[0].type;
+    result.column = operands[0].column;
+    result.parameter = operands[0].parameter;
+  }
+  return result;
+}
+
+// Expressions and whatever stands between them, up to the cursor's end.
+std::vector<TSqlOperand> TSqlExpressions::List(TSqlCursor& cursor) {
+  std::vector<TSqlOperand> operands;
+  while (cursor.at < cursor.end) {
+    const TSqlOperand operand = Parse(cursor);
+    if (!operand.IsEmpty()) {
+      operands.push_back(operand);
+    } else {
+      if (FTokens.Is(cursor.at, "UNIQUE")) FTokens[cursor.at].out = "DISTINCT";
+      ++cursor.at;
+    }
+  }
+  return operands;
+}
+
+TSqlOperand TSqlExpressions::Case(TSqlCursor& cursor) {
+  TSqlOperand result{cursor.at, cursor.at};
+  std::vector<TSqlOperand> results;
+  std::vector<TSqlOperand> compared;  // CASE x WHEN y: x and every y
+  bool searched = true;
+  ++cursor.at;
+  while (cursor.at < cursor.end && !FTokens.Is(cursor.at, "END")) {
+    const bool isWhen = FTokens.Is(cursor.at, "WHEN");
+    const bool isResult = FTokens.Is(cursor.at, "THEN") || FTokens.Is(cursor.at, "ELSE");
+    if (isWhen || isResult) {
+      ++cursor.at;
+    } else if (cursor.at != result.first + 1) {
+      FTokens.Refuse(cursor.at, "WHEN, THEN, ELSE or END is expected here");
+    } else {
+      searched = false;
+    }
+    const TSqlOperand operand = Parse(cursor);
+    if (operand.IsEmpty()) FTokens.Refuse(cursor.at, "an expression is expected here");
+    if (isResult) {
+      results.push_back(operand);
+    } else if (!searched) {
+      compared.push_back(operand);
+    }
+  }
+  if (cursor.at >= cursor.end) FTokens.Refuse(result.first, "CASE has no END");
+  ++cursor.at;
+  if (compared.size() > 1) Coerce(compared);
+  result.behind = cursor.at;
+  result.type = FirstKnown(results);
+  return result;
+}
+
+TSqlOperand TSqlExpressions::Function(TSqlCursor& cursor) {
+  const std::size_t name = cursor.at;
+  const std::size_t close = FTokens[name + 1].partner;
+  TSqlOperand result{name, close + 1};
+  TSqlCursor inside{name + 2, close, cursor.scope};
+  if (FTokens[name].name == "CAST") Cast(name, close);
+  const std::vector<TSqlOperand> arguments = List(inside);
+  result.type = TranslateFunction(name, close, arguments);
+  cursor.at = close + 1;
+  if (cursor.at + 1 < cursor.end && FTokens.Is(cursor.at, "OVER") &&
+      FTokens.Is(cursor.at + 1, "(")) {
+    const std::size_t windowEnd = FTokens[cursor.at + 1].partner;
+    TSqlCursor window{cursor.at + 2, windowEnd, cursor.scope};
+    Walk(window);
+    cursor.at = windowEnd + 1;
+  }
+  result.behind = cursor.at;
+  return result;
+}
+
+// CAST(x AS DATE) is to_date(x); other types are the database's own.
+void TSqlExpressions::Cast(std::size_t name, std::size_t close) {
+  for (std::size_t i = name + 2; i < close; ++i) {
+    if (FTokens.Is(i, "(")) {
+      i = FTokens[i].partner;
+    } else if (FTokens.Is(i, "AS")) {
+      if (FTokens.Is(i + 1, "DATE") || FTokens.Is(i + 1, "TIMESTAMP")) {
+        FTokens[name].out = "to_date";
+        FTokens.Hide(i, close);
+      } else {
+        for (std::size_t k = i; k < close; ++k) FTokens[k].settled = true;
+      }
+      return;
+    }
+  }
+}
+
+TSqlType TSqlExpressions::TranslateFunction(std::size_t name, std::size_t close,
+                                            const std::vector<TSqlOperand>& arguments) {
+  TSqlToken& token = FTokens[name];
+  if (token.name == "CAST") {
+    if (token.out == "to_date") return TSqlType::date;
+    int size = 0;
+    for (std::size_t i = name + 2; i < close; ++i) {
+      if (!FTokens[i].settled || FTokens[i].name == "AS") continue;
+      const auto type = DeclaredType(FTokens[i].name, size);
+      return type ? SqlTypeOf(*type) : TSqlType::unknown;
+    }
+    return TSqlType::unknown;
+  }
+  const auto rule = std::find_if(std::begin(kFunctions), std::end(kFunctions),
+                                 [&](const TFunctionRule& r) { return r.name == token.name; });
+  if (rule == std::end(kFunctions)) return TSqlType::unknown;
+  if (!rule->translation.empty()) token.out = rule->translation;
+  const TSqlType first = arguments.empty() ? TSqlType::unknown : arguments[0].type;
+  if (token.name == "NVL") {
+    if (arguments.size() != 2) FTokens.Refuse(name, "NVL takes two arguments");
+    const TSqlType type = FirstKnown(arguments);
+    for (const TSqlOperand& argument : arguments) {
+      Assign(type, argument);
+      if (type == TSqlType::number && IsText(argument)) Wrap(argument, "to_number");
+    }
+    return type;
+  }
+  if (token.name == "TO_CHAR" && first == TSqlType::date) token.out = "date_to_char";
+  if (token.name == "TRUNC" && first == TSqlType::date) {
+    if (arguments.size() != 1) FTokens.Refuse(name, "TRUNC of a date takes no format");
+    token.out = "date_only";
+    return TSqlType::date;
+  }
+  if (token.name == "REPLACE") {  // what is replaced by nothing is taken out
+    if (arguments.size() == 2) FTokens[close].before += ", ''";
+    if (arguments.size() == 3) {
+      FTokens.Wrap(arguments[2].first, arguments[2].behind - 1, "ifnull(", ", '')");
+    }
+  }
+  if (rule->emptyIsNull) FTokens.Wrap(name, close, "nullif(", ", '')");
+  return rule->type == TSqlType::unknown ? FirstKnown(arguments) : rule->type;
+}
+
+// NULL in "||" is an empty text, and an empty result is NULL: a function of its own.
+TSqlOperand TSqlExpressions::Concatenation(TSqlCursor& cursor, const TSqlOperand& first) {
+  std::vector<TSqlOperand> parts = {first};
+  while (cursor.at < cursor.end && FTokens.Is(cursor.at, "||")) {
+    const std::size_t sign = cursor.at++;
+    const TSqlOperand part = Parse(cursor, kAdd);
+    if (part.IsEmpty()) FTokens.Refuse(sign, "an operand is missing behind \"||\"");
+    FTokens[sign].out = ",";
+    parts.push_back(part);
+  }
+  for (const TSqlOperand& part : parts) Assign(TSqlType::text, part);
+  FTokens.Wrap(first.first, cursor.at - 1, "concat(", ")");
+  return {first.first, cursor.at, TSqlType::text};
+}
+
+TSqlOperand TSqlExpressions::Arithmetic(TSqlCursor& cursor, const TSqlOperand& left, int level) {
+  const std::size_t sign = cursor.at++;
+  const TSqlOperand right = Parse(cursor, level);
+  if (right.IsEmpty()) return {left.first, cursor.at};
+  for (const TSqlOperand& operand : {left, right}) {
+    if (IsText(operand)) Wrap(operand, "to_number");
+  }
+  if (FTokens[sign].Is("/")) {  // never the division of whole numbers
+    FTokens.Wrap(left.first, left.behind - 1, "CAST(", " AS REAL)");
+  }
+  const bool leftIsDate = left.type == TSqlType::date;
+  const bool rightIsDate = right.type == TSqlType::date;
+  const bool isDate = level == kAdd && leftIsDate != rightIsDate;
+  return {left.first, right.behind, isDate ? TSqlType::date : TSqlType::number};
+}
+
+TSqlOperand TSqlExpressions::Comparison(TSqlCursor& cursor, const TSqlOperand& left, int level) {
+  if (FTokens[cursor.at].Is("^=")) FTokens[cursor.at].out = "<>";
+  ++cursor.at;
+  const TSqlOperand right = Parse(cursor, level);
+  if (!right.IsEmpty()) Coerce({left, right});
+  return {left.first, cursor.at};
+}
+
+// [NOT] LIKE, IN and BETWEEN, IS [NOT] NULL. Leaves the cursor when none of them stands here.
+TSqlOperand TSqlExpressions::Predicate(TSqlCursor& cursor, const TSqlOperand& left, int level) {
+  std::size_t at = cursor.at;
+  if (FTokens.Is(at, "IS")) {
+    cursor.at = at + (FTokens.Is(at + 1, "NOT") ? 2 : 1);
+    cursor.at = std::min(cursor.at, cursor.end);
+    Prefix(cursor);
+    return {left.first, cursor.at};
+  }
+  if (FTokens.Is(at, "NOT")) ++at;
+  if (at + 1 >= cursor.end) return left;
+  if (FTokens.Is(at, "LIKE")) {
+    cursor.at = at + 1;
+    if (left.type == TSqlType::date) Wrap(left, "date_to_char");
+    Parse(cursor, level);
+    if (cursor.at < cursor.end && FTokens.Is(cursor.at, "ESCAPE")) {
+      ++cursor.at;
+      Parse(cursor, level);
+    }
+  } else if (FTokens.Is(at, "BETWEEN")) {
+    cursor.at = at + 1;
+    const TSqlOperand low = Parse(cursor, level);
+    if (low.IsEmpty() || cursor.at >= cursor.end || !FTokens.Is(cursor.at, "AND")) {
+      FTokens.Refuse(at, "BETWEEN takes two bounds with AND between them");
+    }
+    ++cursor.at;
+    const TSqlOperand high = Parse(cursor, level);
+    if (high.IsEmpty()) FTokens.Refuse(at, "BETWEEN takes two bounds with AND between them");
+    Coerce({left, low, high});
+  } else if (FTokens.Is(at, "IN") && FTokens.Is(at + 1, "(")) {
+    const std::size_t open = at + 1;
+    cursor.at = open;
+    if (FTokens.Is(open + 1, "SELECT") || FTokens.Is(open + 1, "WITH")) {
+      Parentheses(cursor);
+    } else {
+      TSqlCursor inside{open + 1, FTokens[open].partner, cursor.scope};
+      std::vector<TSqlOperand> operands = List(inside);
+      operands.insert(operands.begin(), left);
+      cursor.at = FTokens[open].partner + 1;
+      Coerce(operands);
+    }
+  } else {
+    return left;
+  }
+  return {left.first, cursor.at};
+}
+
+bool TSqlExpressions::IsBoundAsNumber(const TSqlOperand& operand) const {
+  return operand.parameter >= 0 && operand.parameter < 64 &&
+         (FNumberBinds >> operand.parameter & 1) != 0;
+}
+
+// A text, or a parameter that may be one.
+bool TSqlExpressions::IsText(const TSqlOperand& operand) const {
+  return operand.type == TSqlType::text || operand.parameter >= 0;
+}
+
+void TSqlExpressions::Wrap(const TSqlOperand& operand, std::string_view function) {
+  FTokens.Wrap(operand.first, operand.behind - 1, std::string(function) + "(", ")");
+}
+
+void TSqlExpressions::Assign(TSqlType column, const TSqlOperand& value) {
+  if (value.IsEmpty()) return;
+  if (column == TSqlType::date && IsText(value)) Wrap(value, "to_date");
+  if (column == TSqlType::text && value.type == TSqlType::date) Wrap(value, "date_to_char");
+}
+
+void TSqlExpressions::Coerce(const std::vector<TSqlOperand>& operands) {
+  const auto any = [&](auto condition) {
+    return std::any_of(operands.begin(), operands.end(), condition);
+  };
+  const auto wrapTexts = [&](std::string_view function) {
+    for (const TSqlOperand& operand : operands) {
+      const bool isNumber = function == "to_number" && IsBoundAsNumber(operand);
+      if (IsText(operand) && !isNumber) Wrap(operand, function);
+    }
+  };
+  if (any([](const TSqlOperand& o) { return o.type == TSqlType::date; })) {
+    wrapTexts("to_date");
+    return;
+  }
+  // The affinity of a number column converts what it is compared with, and its index stays usable.
+  const auto isNumberColumn = [](const TSqlOperand& o) {
+    return o.column && o.type == TSqlType::number;
+  };
+  if (isNumberColumn(operands[0]) || (operands.size() == 2 && isNumberColumn(operands[1]))) return;
+  if (any([](const TSqlOperand& o) { return o.type == TSqlType::number; })) {
+    wrapTexts("to_number");
+    return;
+  }
+  const auto texts = std::count_if(operands.begin(), operands.end(),
+                                   [&](const TSqlOperand& o) { return IsText(o); });
+  if (texts < 2) return;
+  bool number = false;
+  for (const TSqlOperand& operand : operands) {
+    if (operand.parameter < 0 || operand.parameter >= 64) continue;
+    FBindsThatMatter |= TSqlNumberBinds{1} << operand.parameter;
+    number |= IsBoundAsNumber(operand);
+  }
+  if (number) wrapTexts("to_number");
+}
+
+}  // namespace perlayer

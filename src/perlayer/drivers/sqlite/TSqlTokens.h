@@ -1,0 +1,90 @@
+#pragma once
+// TSqlTokens: a statement cut into tokens that are then edited in place. Each token keeps where it
+// came from; what the translator changes stands beside it: another text (`out`), something put
+// right before or behind it, or nothing at all (`hidden`). Wrapping an operand in a function is
+// thus an edit of its first and last token, and nested wraps need no copying.
+//
+// Render puts the edited tokens together again and remembers which output came from where, so that
+// the database's complaints can be told as a line and column of the text the caller wrote.
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "perlayer/corekit/TStatementText.h"
+
+namespace perlayer {
+
+enum class TSqlTokenKind : std::uint8_t { word, quoted, text, number, parameter, symbol };
+
+struct TSqlToken {
+  TSqlTokenKind kind = TSqlTokenKind::symbol;
+  bool hidden = false;   // left out of the output
+  bool settled = false;  // edited already; a later walk passes over it
+  std::uint32_t offset = 0;
+  std::uint32_t length = 0;
+  int parameter = -1;       // which parameter, for kind parameter
+  std::size_t partner = 0;  // the other parenthesis, for "(" and ")"
+  std::string name;         // words in upper case, quoted names without quotes, symbols themselves
+  std::string gap;          // the blanks before it; a comment counts as one blank
+  std::string before;
+  std::string out;
+  std::string after;
+
+  bool Is(std::string_view symbolOrWord) const {
+    return (kind == TSqlTokenKind::symbol || kind == TSqlTokenKind::word) && name == symbolOrWord;
+  }
+  bool IsName() const { return kind == TSqlTokenKind::word || kind == TSqlTokenKind::quoted; }
+};
+
+class TSqlTokens {
+ public:
+  // Raises EDatabaseError, naming line and column, for a quote or comment without end, a
+  // parenthesis without partner or a character that stands nowhere in SQL. Keeps a reference to
+  // `text`.
+  explicit TSqlTokens(const TStatementText& text);
+
+  std::size_t Count() const { return FTokens.size(); }
+  TSqlToken& operator[](std::size_t index) { return FTokens[index]; }
+  const TSqlToken& operator[](std::size_t index) const { return FTokens[index]; }
+  // True when there is a token of that index and it is that word or symbol.
+  bool Is(std::size_t index, std::string_view symbolOrWord) const {
+    return index < FTokens.size() && FTokens[index].Is(symbolOrWord);
+  }
+  void Pop() { FTokens.pop_back(); }
+
+  void Wrap(std::size_t first, std::size_t last, std::string_view before, std::string_view after) {
+    FTokens[first].before.insert(0, before);
+    FTokens[last].after += after;
+  }
+  void Hide(std::size_t first, std::size_t behind) {
+    for (std::size_t i = first; i < behind; ++i) FTokens[i].hidden = FTokens[i].settled = true;
+  }
+
+  std::string_view Source(std::size_t index) const {
+    return std::string_view(FText.Text()).substr(FTokens[index].offset, FTokens[index].length);
+  }
+  const std::string& StatementText() const { return FText.Text(); }
+  // Raises EDatabaseError "line L, column C: message".
+  [[noreturn]] void Refuse(std::size_t index, const std::string& message) const;
+
+  // One entry per token of the output: where it begins there, and where in the source.
+  using TOrigins = std::vector<std::pair<std::uint32_t, std::uint32_t>>;
+  std::string Render(TOrigins& origins) const;
+
+ private:
+  void ReadGap(std::size_t& at, std::string& gap);
+  void ReadToken(std::size_t& at, std::size_t& place);
+  void PairParentheses();
+
+  const TStatementText& FText;
+  std::vector<TSqlToken> FTokens;
+};
+
+// "line L, column C" of an offset; both count from 1, columns in characters.
+std::string SqlPlace(std::string_view text, std::size_t offset);
+
+}  // namespace perlayer

@@ -1,0 +1,209 @@
+#include "perlayer/drivers/sqlite/TSqliteSession.h"
+
+#include <sqlite3.h>
+
+#include <cassert>
+#include <string_view>
+
+#include "perlayer/drivers/sqlite/SqliteErrors.h"
+#include "perlayer/drivers/sqlite/SqliteFunctions.h"
+#include "perlayer/drivers/sqlite/TSqlTranslator.h"
+
+namespace perlayer {
+
+namespace {
+
+struct TFinalize {
+  void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+using TRawStatement = std::unique_ptr<sqlite3_stmt, TFinalize>;
+
+TRawStatement PrepareRaw(sqlite3* database, const std::string& sql, int& code) {
+  sqlite3_stmt* statement = nullptr;
+  code = sqlite3_prepare_v3(database, sql.c_str(), -1, 0, &statement, nullptr);
+  return TRawStatement(statement);
+}
+
+}  // namespace
+
+TSqliteSession::THandle::~THandle() { sqlite3_close(handle); }
+
+TSqliteSession::TSqliteSession(const std::string& fileName, const TSqliteOptions& options)
+    : FFileName(fileName), FCache(*this, options.keptStatements) {
+  Open(options);
+}
+
+TSqliteSession::~TSqliteSession() = default;
+
+void TSqliteSession::Open(const TSqliteOptions& options) {
+  // One thread uses the connection: its own mutex would only cost.
+  constexpr int kFlags =
+      SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
+  if (FFileName.empty() || FFileName[0] == ':' || FFileName.find('\0') != std::string::npos) {
+    throw EDatabaseError(TDatabaseErrorKind::other, SQLITE_CANTOPEN,
+                         "\"" + FFileName + "\" is no name of a database file", "");
+  }
+  const int code = sqlite3_open_v2(FFileName.c_str(), &FDatabase.handle, kFlags, nullptr);
+  if (code != SQLITE_OK) throw SqliteError(Database(), code, "", FFileName);
+  sqlite3_busy_timeout(Database(), options.busyTimeoutMilliseconds);
+  // A name in double quotes is a name, never a text.
+  sqlite3_db_config(Database(), SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
+  sqlite3_db_config(Database(), SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
+  UseWriteAheadLog();
+  Run("PRAGMA foreign_keys = ON");
+  Run("PRAGMA case_sensitive_like = ON");
+  RegisterSqliteFunctions(Database());
+}
+
+// The first thing that reads the file, and writes to it: here a file that is no database, and one
+// that cannot be written, come to light.
+void TSqliteSession::UseWriteAheadLog() {
+  if (sqlite3_db_readonly(Database(), "main") == 1) {
+    throw EDatabaseError(TDatabaseErrorKind::other, SQLITE_READONLY,
+                         FFileName + ": the file is write-protected", "");
+  }
+  int code = SQLITE_OK;
+  const TRawStatement statement = PrepareRaw(Database(), "PRAGMA journal_mode = WAL", code);
+  if (code == SQLITE_OK) code = sqlite3_step(statement.get());
+  if (code != SQLITE_ROW) throw SqliteError(Database(), code, "", FFileName);
+  const auto* mode = reinterpret_cast<const char*>(sqlite3_column_text(statement.get(), 0));
+  if (mode == nullptr || std::string_view(mode) != "wal") {
+    throw EDatabaseError(TDatabaseErrorKind::other, SQLITE_CANTOPEN,
+                         FFileName + ": several clients cannot use a file in this place", "");
+  }
+}
+
+void TSqliteSession::CheckThread() const {
+  assert(std::this_thread::get_id() == FThread && "a session belongs to the thread that made it");
+}
+
+void TSqliteSession::Run(const char* sql, const std::string& statement) {
+  const int code = sqlite3_exec(Database(), sql, nullptr, nullptr, nullptr);
+  if (code != SQLITE_OK) throw SqliteError(Database(), code, statement, sql);
+}
+
+TDriverStatement* TSqliteSession::Take(const TStatementTextPtr& text) {
+  CheckThread();
+  return FCache.Take(text);
+}
+
+void TSqliteSession::GiveBack(TDriverStatement* statement) noexcept {
+  CheckThread();
+  FCache.GiveBack(static_cast<TSqliteStatement*>(statement));
+}
+
+std::string TSqliteSession::Translated(const TStatementTextPtr& text) {
+  CheckThread();
+  return TSqlTranslator(*text, this).Translate().sql;
+}
+
+std::vector<TSqlColumn> TSqliteSession::Columns(const std::string& table) {
+  std::vector<TSqlColumn> columns;
+  int code = SQLITE_OK;
+  // A statement over it tells views as well as tables.
+  const TRawStatement all = PrepareRaw(Database(), "SELECT * FROM " + QuotedName(table), code);
+  if (code != SQLITE_OK) return columns;  // no such table: the statement itself will tell
+  for (int i = 0; i < sqlite3_column_count(all.get()); ++i) {
+    const char* name = sqlite3_column_name(all.get(), i);
+    const char* declared = sqlite3_column_decltype(all.get(), i);
+    int size = 0;
+    const auto type = DeclaredType(declared == nullptr ? "" : declared, size);
+    columns.push_back({name == nullptr ? "" : name, type ? SqlTypeOf(*type) : TSqlType::unknown});
+  }
+  return columns;
+}
+
+void TSqliteSession::ReadCursorsAhead() {
+  if (FOpenCursors == 0) return;
+  FCache.ForEach([](TSqliteStatement& statement) {
+    if (statement.IsOpen()) statement.ReadAhead();
+  });
+}
+
+void TSqliteSession::Begin() {
+  CheckThread();
+  if (FTransaction != TTransaction::none) return;
+  Run("BEGIN");
+  FTransaction = TTransaction::reading;
+}
+
+bool TSqliteSession::BeginWrite(const std::string& statement) {
+  if (FTransaction == TTransaction::lost) {
+    throw EDatabaseError(TDatabaseErrorKind::other, SQLITE_ABORT_ROLLBACK,
+                         "the transaction was given up after an earlier failure; roll it back",
+                         statement);
+  }
+  // Later writes too: a cursor gives the rows as they were when it was opened.
+  ReadCursorsAhead();
+  if (FTransaction == TTransaction::writing) return false;
+  const bool opens = FTransaction == TTransaction::none;
+  if (!opens)
+    Run("COMMIT", statement);  // of reads alone: their state of the file may be old by now
+  try {
+    Run("BEGIN IMMEDIATE", statement);
+  } catch (const EDatabaseError&) {
+    // The explicit transaction goes on; nothing was written in it.
+    if (!opens && sqlite3_exec(Database(), "BEGIN", nullptr, nullptr, nullptr) != SQLITE_OK) {
+      FTransaction = TTransaction::lost;
+    }
+    throw;
+  }
+  FTransaction = TTransaction::writing;
+  return opens;
+}
+
+void TSqliteSession::StatementFailed(bool openedTransaction) noexcept {
+  if (openedTransaction) {
+    EndTransaction();
+  } else if (FTransaction != TTransaction::none && sqlite3_get_autocommit(Database()) != 0) {
+    FTransaction = TTransaction::lost;
+  }
+}
+
+// Rolls back what is open. Should even that fail, the session is left as one that has lost its
+// transaction.
+void TSqliteSession::EndTransaction() noexcept {
+  if (sqlite3_get_autocommit(Database()) == 0) {
+    sqlite3_exec(Database(), "ROLLBACK", nullptr, nullptr, nullptr);
+  }
+  FTransaction = sqlite3_get_autocommit(Database()) != 0 ? TTransaction::none : TTransaction::lost;
+  if (FSchemaChanged) SchemaChanged();
+  FSchemaChanged = false;
+}
+
+void TSqliteSession::SchemaChanged() noexcept {
+  FSchemaChanged = true;
+  FCache.Outdate();
+}
+
+void TSqliteSession::Commit() {
+  CheckThread();
+  if (FTransaction == TTransaction::none) return;
+  try {
+    if (FTransaction == TTransaction::lost) {
+      throw EDatabaseError(TDatabaseErrorKind::other, SQLITE_ABORT_ROLLBACK,
+                           "the transaction was given up after an earlier failure", "");
+    }
+    ReadCursorsAhead();
+    const int code = sqlite3_exec(Database(), "COMMIT", nullptr, nullptr, nullptr);
+    if (code != SQLITE_OK) {
+      // Whether the log has reached the disk, nobody knows after an I/O error.
+      const bool unknown = FTransaction == TTransaction::writing && (code & 0xff) == SQLITE_IOERR;
+      throw SqliteError(unknown ? TDatabaseErrorKind::outcomeUnknown : SqliteErrorKind(code),
+                        Database(), code, "", "COMMIT");
+    }
+  } catch (...) {
+    EndTransaction();
+    throw;
+  }
+  FTransaction = TTransaction::none;
+  FSchemaChanged = false;
+}
+
+void TSqliteSession::Rollback() {
+  CheckThread();
+  if (FTransaction == TTransaction::none) return;
+  TryFinally([&] { ReadCursorsAhead(); }, [&] { EndTransaction(); });
+}
+
+}  // namespace perlayer

@@ -1,0 +1,90 @@
+#pragma once
+// TSqliteSession: the driver for one SQLite file, which is made when it does not exist. Several
+// sessions, also of several processes, may use one file.
+//
+// Transactions. Reads outside a transaction see the latest committed state. Begin opens a reading
+// transaction: its reads see one state of the file. The first write, with Begin before it or not,
+// takes the file's one write permission (waiting for it up to the busy timeout) and sees the latest
+// state; so a commit of another client between a transaction's reads and its first write is no
+// error. Begin within a transaction changes nothing.
+//
+// Cursors. A write, Commit and Rollback first read the open cursors of the session to their end, in
+// memory; they go on as if nothing had happened. Views of their current row's texts end there too.
+//
+// A failure that makes the database give up the whole transaction (a full disk, say) leaves the
+// session in a lost transaction: writes and Commit raise until Rollback, so that no half of it is
+// committed.
+//
+// Belongs to the thread that made it; statements that were taken end with the session.
+
+#include <cstddef>
+#include <string>
+#include <thread>
+
+#include "perlayer/corekit/TDriver.h"
+#include "perlayer/drivers/sqlite/TSqlScope.h"
+#include "perlayer/drivers/sqlite/TSqliteStatementCache.h"
+
+struct sqlite3;
+
+namespace perlayer {
+
+struct TSqliteOptions {
+  int busyTimeoutMilliseconds = 5000;
+  std::size_t keptStatements = 200;
+};
+
+class TSqliteSession final : public TDriverSession, private TSqlSchema {
+ public:
+  // Raises EDatabaseError, naming the file, when it is no database or cannot be written.
+  explicit TSqliteSession(const std::string& fileName, const TSqliteOptions& options = {});
+  ~TSqliteSession() override;  // an open transaction is rolled back
+
+  TDriverStatement* Take(const TStatementTextPtr& text) override;
+  void GiveBack(TDriverStatement* statement) noexcept override;
+  void Begin() override;
+  void Commit() override;
+  void Rollback() override;
+  bool InTransaction() const override { return FTransaction != TTransaction::none; }
+  std::string Translated(const TStatementTextPtr& text) override;
+
+  const std::string& FileName() const { return FFileName; }
+  std::size_t KeptStatements() const { return FCache.Count(); }
+
+ private:
+  friend class TSqliteStatement;
+  enum class TTransaction { none, reading, writing, lost };
+
+  // For statements.
+  sqlite3* Database() const { return FDatabase.handle; }
+  void CheckThread() const;
+  void CursorOpened() noexcept { ++FOpenCursors; }
+  void CursorClosed() noexcept { --FOpenCursors; }
+  // Before each write. Returns true when it opened the transaction.
+  bool BeginWrite(const std::string& statement);
+  void StatementFailed(bool openedTransaction) noexcept;
+  void SchemaChanged() noexcept;
+
+  std::vector<TSqlColumn> Columns(const std::string& table) override;
+
+  void Open(const TSqliteOptions& options);
+  void UseWriteAheadLog();
+  void Run(const char* sql, const std::string& statement = {});
+  void ReadCursorsAhead();
+  void EndTransaction() noexcept;
+
+  struct THandle {
+    sqlite3* handle = nullptr;
+    ~THandle();
+  };
+
+  const std::string FFileName;
+  const std::thread::id FThread = std::this_thread::get_id();
+  THandle FDatabase;
+  TSqliteStatementCache FCache;  // goes before the handle
+  TTransaction FTransaction = TTransaction::none;
+  int FOpenCursors = 0;
+  bool FSchemaChanged = false;  // in the open transaction
+};
+
+}  // namespace perlayer

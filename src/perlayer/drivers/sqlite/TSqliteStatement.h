@@ -1,0 +1,100 @@
+#pragma once
+// TSqliteStatement: one prepared statement of a session.
+//
+// Bound texts and bytes are not copied: they are the caller's until Reset, and a run uses only what
+// has been bound since the last Reset; what has not is NULL.
+//
+// Where a parameter is compared with a text, it matters whether a number or a text is bound to it
+// (numbers compare as numbers). Such a statement is prepared anew when a run's binds are of another
+// kind than the last run's; all others are prepared once.
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "perlayer/corekit/TDriver.h"
+#include "perlayer/drivers/sqlite/TSqlTranslator.h"
+#include "perlayer/drivers/sqlite/TSqliteRows.h"
+
+struct sqlite3_stmt;
+
+namespace perlayer {
+
+class TSqliteSession;
+
+class TSqliteStatement final : public TDriverStatement {
+ public:
+  // What all statements of one text share.
+  struct TShared {
+    TSqlTranslation translation;  // with every parameter bound as a text
+    std::shared_ptr<const TColumnLayout> layout;
+  };
+
+  // Translates, when `shared` is nullptr, and prepares. Raises EDatabaseError. The session owns the
+  // statement and outlives it.
+  TSqliteStatement(TSqliteSession& session, TStatementTextPtr text,
+                   std::shared_ptr<TShared> shared);
+  ~TSqliteStatement() override;
+  TSqliteStatement(const TSqliteStatement&) = delete;
+  TSqliteStatement& operator=(const TSqliteStatement&) = delete;
+
+  void BindNull(int parameter) override;
+  void BindText(int parameter, std::string_view text) override;
+  void BindNumber(int parameter, double value) override;
+  void BindBlob(int parameter, std::span<const std::byte> bytes) override;
+  bool Step() override;
+  void Reset() noexcept override;
+  bool ReadOnly() const override { return FReadOnly; }
+  std::int64_t RowsAffected() const override { return FRowsAffected; }
+  std::shared_ptr<const TColumnLayout> Layout() override;
+  void Cell(int column, TCell& cell) override {
+    if (FRows == nullptr) {
+      ReadSqliteCell(FStatement, column, cell);
+    } else {
+      FRows->Cell(column, cell);
+    }
+  }
+
+  const TStatementTextPtr& Text() const { return FText; }
+  const std::shared_ptr<TShared>& Shared() const { return FShared; }
+  // It stands on a row and keeps the session's read open.
+  bool IsOpen() const { return FRun == TRun::row && FRows == nullptr; }
+  // Reads what is left into memory, so that the read can end. REQUIRES: IsOpen()
+  void ReadAhead();
+
+ private:
+  enum class TRun : std::uint8_t { idle, row, ended };
+  enum class TBindKind : std::uint8_t { null, text, number, blob };
+  struct TBind {
+    TBindKind kind = TBindKind::null;
+    std::uint32_t run = 0;
+    double number = 0;
+    const char* data = nullptr;
+    std::size_t size = 0;
+  };
+
+  void Prepare(const TSqlTranslation& translation);
+  void Bind(int parameter, const TBind& bind);
+  void Apply(std::size_t parameter);
+  void Start();
+  void PrepareForBinds();
+  bool End();
+  [[noreturn]] void Fail(int code);
+  std::shared_ptr<const TColumnLayout> MakeLayout();
+
+  TSqliteSession& FSession;
+  const TStatementTextPtr FText;
+  std::shared_ptr<TShared> FShared;
+  sqlite3_stmt* FStatement = nullptr;
+  std::unique_ptr<TSqliteRows> FRows;  // when read ahead
+  std::vector<TBind> FBinds;
+  TSqlNumberBinds FNumberBinds = 0;  // those among the binds that matter
+  std::uint32_t FRunNumber = 1;
+  TRun FRun = TRun::idle;
+  bool FReadOnly = true;
+  bool FOpenedTransaction = false;
+  std::int64_t FRowsAffected = 0;
+};
+
+}  // namespace perlayer
