@@ -1,0 +1,59 @@
+#pragma once
+// TplRetainerList: who holds an object. One entry per outstanding AddRef, the creator's included, in
+// the order of AddRef; a retainer that holds three times stands here three times.
+//
+// An entry is the retainer's class, as it was at AddRef, and a handle to the retainer. A retainer that
+// was destroyed without letting go is thus told from a living one without its memory being read, and
+// its class can still be named. The first entry needs no memory of its own.
+//
+// Main thread only.
+
+#include <cstdint>
+#include <string>
+
+#include "perlayer/platform/TObject.h"
+
+namespace perlayer {
+
+class TplRetainerList {
+ public:
+  TplRetainerList() = default;
+  ~TplRetainerList() { Clear(); }
+  TplRetainerList(const TplRetainerList&) = delete;
+  TplRetainerList& operator=(const TplRetainerList&) = delete;
+
+  int Count() const { return static_cast<int>(FCount); }
+  // The retainer's class name at the moment of AddRef.
+  std::string Strings(int index) const { return std::string(At(index).cls->Name()); }
+  const TClass& ClassAt(int index) const { return *At(index).cls; }
+  // The retainer; nullptr when it was destroyed without letting go.
+  TObject* Objects(int index) const { return At(index).retainer.Get(); }
+  TObjectHandle HandleAt(int index) const { return At(index).retainer; }
+  // The first entry of that retainer, or -1.
+  int IndexOfObject(const TObject* retainer) const;
+
+  void Add(const TObject* retainer);
+  // Puts a living retainer in the place of the entry's own.
+  void Replace(int index, const TObject* retainer);
+  void Delete(int index);
+  void Clear();
+
+ private:
+  struct TEntry {
+    const TClass* cls;
+    TObjectHandle retainer;
+  };
+  TEntry& At(int index) const;  // raises EListError outside
+  TEntry* Entries() const {
+    return FCapacity == 0 ? const_cast<TEntry*>(&FFirst) : FEntries;
+  }
+
+  std::uint32_t FCount = 0;
+  std::uint32_t FCapacity = 0;  // 0: FFirst is the storage, for one entry
+  union {
+    TEntry FFirst = {nullptr, {}};
+    TEntry* FEntries;
+  };
+};
+
+}  // namespace perlayer

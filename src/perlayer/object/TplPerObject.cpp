@@ -1,0 +1,215 @@
+#include "perlayer/object/TplPerObject.h"
+
+#include "perlayer/corekit/ILog.h"
+#include "perlayer/foundation/BoMessageDlg.h"
+#include "perlayer/foundation/TAuthManager.h"
+#include "perlayer/platform/Format.h"
+#include "perlayer/platform/TFormatSettings.h"
+#include "perlayer/platform/Text.h"
+#include "perlayer/provider/TPlClassMetaData.h"
+#include "perlayer/provider/TplProvider.h"
+
+namespace perlayer {
+
+void TplPerObject::Create(TPlBaseObject* AOwner, TObject* ARetainer) {
+  auto* provider = As<TplProvider>(AOwner);
+  if (provider == nullptr) {
+    throw Exception("TplPerObject.Create: Can not create new object without provider!");
+  }
+  FProvider = provider;
+  TplDomainObject::Create(AOwner, ARetainer);
+  data.Create(this, this);
+}
+
+void TplPerObject::Destroy() {
+  FDestroying = true;
+  TplDomainObject::Destroy();
+}
+
+void TplPerObject::DoNotifyAction(TplDomainObject* Sender, TIBaseObjectAction ActionType,
+                                  TObject* Data, TINotifiedObjectList* AVisitedObjectList) {
+  if (!FDestroying) TplDomainObject::DoNotifyAction(Sender, ActionType, Data, AVisitedObjectList);
+}
+
+std::string TplPerObject::GetTextDescription() {
+  return Format("[%s] %s", GetGID(), ClassName());
+}
+
+bool TplPerObject::GetReadOnly() {
+  if (AuthManager()->HasObjectRights(this, {TIAccessRight::arUpdate})) return false;
+  return !(FNewObject && AuthManager()->HasObjectRights(this, {TIAccessRight::arInsert}));
+}
+
+void TplPerObject::SetLockedBy(TplLockedBy ALockedBy) { FLockedBy = ALockedBy; }
+TplLockedBy TplPerObject::GetLockedBy() { return FLockedBy; }
+
+void TplPerObject::SetInitializingBo(bool AInitializing) {
+  if (AInitializing == FInitializingBo) return;
+  FInitializingBo = AInitializing;
+  if (!AInitializing) data.DisableOptimizingUpdateQueries(true);
+}
+
+std::string TplPerObject::GetGID() { return data.GetAttrValue(FProvider->GetIDAttrName()); }
+
+std::string TplPerObject::GetGlobalID() { return FProvider->GetTableNameKeyForDict() + GetGID(); }
+
+void TplPerObject::DoAfterLoad() { SetNotify(true); }
+
+// Registration with the database session comes with sessions: nothing to register yet.
+void TplPerObject::SetNotify(bool) {}
+
+void TplPerObject::ResetInternalCache() {
+  throw Exception(Format("Reset internal cache not implemented : %s", ClassName()));
+}
+
+void TplPerObject::SetObjectMarkedDeleted(bool AMarkedDeleted) {
+  if (AMarkedDeleted == FbObjectMarkedDeleted) return;
+  FbObjectMarkedDeleted = AMarkedDeleted;
+  // The same action for marking and unmarking: listeners read the flag.
+  CallNotifyAction(this, TIBaseObjectAction::paMarkedDeleted, nullptr);
+}
+
+TPlClassMetaData* TplPerObject::GetMetaData() { return FProvider->GetMetaData(); }
+
+std::string TplPerObject::aiCaption() { return FProvider->GetCaption(); }
+
+void TplPerObject::SetTimeStampAfterGetObject() {
+  if (!GetKeepObjectTimestamp() && !GetManualNotification()) return;
+  SetTimeStamp(GetAttrValueAsDate("DATUMIPL"));
+}
+
+void TplPerObject::DiposeNewlyCreatedMe() {
+  FNewObject = true;
+  data.SetAttrValue(FProvider->GetIDAttrName(), CDefNumericNoIdValue());
+}
+
+void TplPerObject::SaveData() { NotImplemented("TplPerObject.SaveData"); }
+
+void TplPerObject::InitializeFromDataSet(TDataSet* ADataSet) {
+  data.InitFromDataSet(ADataSet);
+  SetInitializingBo(true);
+  TryFinally([&] { DoAfterLoad(); }, [&] { SetInitializingBo(false); });
+}
+
+std::string TplPerObject::GetAttrValue(const std::string& AName) {
+  TPlClassMetaData* metaData = GetMetaData();
+  const int index = metaData->GetAttrIndex(AName);
+  if (index >= 0) return data.GetAttrValueByIndex(index);
+  if (metaData->IsCalcAttr(AName)) {
+    return FCalcAttrValueProc != nullptr ? (*FCalcAttrValueProc)(this, AName)
+                                         : GetCalcAttrValue(AName);
+  }
+  throw Exception(
+      Format("GetAttrValue Wrong attribute %s(%s) %s", ClassName(), GetGID(), AName));
+}
+
+std::string TplPerObject::GetAttrOldValue(const std::string& AName) {
+  return data.GetAttrOldValue(AName);
+}
+
+std::string TplPerObject::GetCalcAttrValue(const std::string& AName) {
+  return UpperCase(AName) == "DESCRIPTION" ? GetTextDescription() : std::string();
+}
+
+namespace {
+// A date as attributes tell it: a negative one with a time of day is no value.
+TDateTime DateOfText(const std::string& text) {
+  TDateTime value;
+  if (text.empty() || !TryStrToDateTime(text, value, FrozenFormatSettings())) {
+    return TplPerObject::kNoDate;
+  }
+  return value < 0 && TimePart(value) != 0 ? TplPerObject::kNoDate : value;
+}
+}  // namespace
+
+double TplPerObject::GetAttrValueAsFloat(const std::string& AName) {
+  const std::string text = GetAttrValue(AName);
+  if (text.empty()) return NoFloat();
+  double value;
+  if (TryStrToFloat(text, value, FrozenFormatSettings())) return value;
+  ILog(Format("TplPerObject.GetAttrValueAsFloat: Napaka pri %s.GetAttrValueAsFloat(%s), value=%s, "
+              "ID=%s",
+              ClassName(), AName, text, GetGID()));
+  return NoFloat();
+}
+
+TDateTime TplPerObject::GetAttrValueAsDate(const std::string& AName) {
+  return DateOfText(GetAttrValue(AName));
+}
+
+std::string TplPerObject::GetAttrValueAsFormatedDate(const std::string& AName) {
+  constexpr std::size_t kWithMinutes = 16;
+  constexpr std::size_t kSeconds = 3;
+  std::string text = GetAttrValue(AName);
+  if (text.size() > kWithMinutes && TimePart(GetAttrValueAsDate(AName)) != 0) {
+    text.resize(text.size() - kSeconds);
+  }
+  return text;
+}
+
+Variant TplPerObject::GetAttrValueAsVariant(const std::string& AName) {
+  switch (GetMetaData()->GetAttrProperties(AName).iType) {
+    case TFieldType::ftString:
+    case TFieldType::ftMemo:
+      return Variant(GetAttrValue(AName));
+    case TFieldType::ftFloat: {
+      const double value = GetAttrValueAsFloat(AName);
+      return Variant(value == kNoFloat ? 0.0 : value);
+    }
+    case TFieldType::ftDateTime: {
+      const TDateTime value = GetAttrValueAsDate(AName);
+      if (value == kNoDate || value < MinDateTime || value > MaxDateTime) return Variant::Null();
+      return Variant::Date(value);
+    }
+    default:
+      return Variant();  // numbers are declared float: an integer attribute has no variant
+  }
+}
+
+double TplPerObject::GetAttrOldValueAsFloat(const std::string& AName) {
+  double value;
+  return TryStrToFloat(GetAttrOldValue(AName), value, FrozenFormatSettings()) ? value : kNoFloat;
+}
+
+TDateTime TplPerObject::GetAttrOldValueAsDate(const std::string& AName) {
+  TDateTime value;
+  return TryStrToDateTime(GetAttrOldValue(AName), value, FrozenFormatSettings()) ? value : kNoDate;
+}
+
+int TplPerObject::AttrCount() { return GetMetaData()->AttrCount(); }
+
+std::string TplPerObject::AttrName(int AIndex) {
+  return GetMetaData()->GetAttrNames()->Strings(AIndex);
+}
+
+bool TplPerObject::AttrExists(const std::string& AName) {
+  return GetMetaData()->HasAttribute(AName);
+}
+
+TIPersistentObjectState TplPerObject::GetEditState() const {
+  using enum TIPersistentObjectState;
+  if (!FNewObject) return FModified ? posEdit : posBrowse;
+  if (FInitializingBo) return posCreating;
+  return FModified ? posInsert : posCreated;
+}
+
+const TCalcAttrValueProc& TplPerObject::OnCalcAttribute() const {
+  static const TCalcAttrValueProc kNone;
+  return FCalcAttrValueProc == nullptr ? kNone : *FCalcAttrValueProc;
+}
+
+void TplPerObject::OnCalcAttribute(TCalcAttrValueProc event) {
+  FCalcAttrValueProc = event ? std::make_unique<TCalcAttrValueProc>(std::move(event)) : nullptr;
+}
+
+std::string DumpPerObject(TplPerObject* AObject) {
+  if (AObject == nullptr) return "*** TplPerObject:  is NIL";
+  std::string text = "*** TplPerObject: " + AObject->GetTextDescription() + "\r\n";
+  for (int i = 0; i < AObject->AttrCount(); ++i) {
+    const std::string name = AObject->AttrName(i);
+    text += name + " = " + AObject->GetAttrValue(name) + "\r\n";
+  }
+  return text;
+}
+
+}  // namespace perlayer

@@ -1,0 +1,193 @@
+#include "perlayer/provider/TIboData.h"
+
+#include <algorithm>
+
+#include "perlayer/corekit/TDataSet.h"
+#include "perlayer/corekit/TDriver.h"
+#include "perlayer/corekit/TField.h"
+#include "perlayer/object/TplPerObject.h"
+#include "perlayer/platform/Exception.h"
+#include "perlayer/platform/Format.h"
+#include "perlayer/platform/TFormatSettings.h"
+#include "perlayer/provider/TPlClassMetaData.h"
+#include "perlayer/provider/TplProvider.h"
+
+namespace perlayer {
+
+namespace {
+
+constexpr std::string_view kStoredDateTime = "DD.MM.YYYY HH:MM:SS";
+
+std::string StoredDate(TDateTime value) {
+  const TFormatSettings& settings = FrozenFormatSettings();
+  if (value != 0 && TimePart(value) != 0) return FormatDateTime(kStoredDateTime, value, settings);
+  return DateTimeToStr(value, settings);
+}
+
+void WriteNumber(TRowWriter& writer, double value) {
+  const TFormatSettings& settings = FrozenFormatSettings();
+  if (settings.DecimalSeparator == '.') return writer.WriteNumber(value);
+  writer.Write(FloatToStr(value, settings));
+}
+
+void WriteCell(TRowWriter& writer, const TCell& cell, bool isDate) {
+  switch (cell.kind) {
+    case TCellKind::null:
+      break;
+    case TCellKind::text:
+    case TCellKind::blob:
+      writer.Write(cell.text);
+      break;
+    case TCellKind::integer:
+      if (isDate) {
+        writer.Write(StoredDate(static_cast<double>(cell.integer)));
+      } else {
+        writer.WriteInteger(cell.integer);
+      }
+      break;
+    case TCellKind::number:
+      if (isDate) {
+        writer.Write(StoredDate(cell.number));
+      } else {
+        WriteNumber(writer, cell.number);
+      }
+      break;
+  }
+}
+
+// The value of a field as the store keeps it, for data sets that have no cells.
+std::string FieldText(const TField* field) {
+  if (field->IsNull()) return {};
+  if (field->DataType() == TFieldType::ftDateTime) return StoredDate(field->AsDateTime());
+  if (field->DataType() == TFieldType::ftFloat) {
+    return FloatToStr(field->AsFloat(), FrozenFormatSettings());
+  }
+  return field->AsString();
+}
+
+}  // namespace
+
+void TIboData::Create(TplPerObject* AOwner, TObject*) {
+  FOwner = AOwner;
+  FProvider = AOwner->aiProvider();
+  FModified = false;
+  FDisableOptimizingUpdateQueries = false;
+}
+
+void TIboData::Assign(const TIboData& Old) {
+  TValueRow values = Old.FValues;  // both copies before anything changes
+  FOldValues = Old.FOldValues;
+  FValues = std::move(values);
+  FOwner = Old.FOwner;
+  FProvider = Old.FProvider;
+  FModified = Old.FModified;
+}
+
+void TIboData::InitData() {
+  const int count = FProvider->GetMetaData()->GetAttrNames()->Count();
+  if (count > FValues.Count()) FValues.AppendEmpty(count - FValues.Count() + 1);
+}
+
+void TIboData::InitFromDataSet(TDataSet* ds) {
+  const int attributes = FProvider->GetMetaData()->GetAttrNames()->Count();
+  TRowWriter writer;
+  if (const auto& layout = ds->RowLayout(); layout != nullptr) {
+    const TRowBinding& binding = FProvider->BindRow(layout);
+    TCell cell;
+    for (int i = 0; i < attributes; ++i) {
+      const TRowBinding::TColumn column = binding.columns[static_cast<std::size_t>(i)];
+      ds->RowCell(column.index, cell);
+      WriteCell(writer, cell, column.isDate);
+      writer.EndValue();
+    }
+  } else {
+    const TStringList* names = FProvider->GetMetaData()->GetAttrNames();
+    for (int i = 0; i < attributes; ++i) {
+      writer.WriteValue(FieldText(ds->FieldByName(names->Strings(i))));
+    }
+  }
+  // A store that was longer keeps its length; a fresh one gets its spare entry.
+  FValues = writer.Finish(std::max(FValues.Count(), attributes + 1));
+}
+
+void TIboData::ClearValues() {
+  const int count = FValues.Count();
+  TValueRow empty;
+  if (count > 0) empty.AppendEmpty(count);
+  FValues = std::move(empty);
+}
+
+void TIboData::CancelData() {
+  if (FOldValues.Count() == 0) return;
+  TValueRow values = FOldValues;
+  if (FValues.Count() > 0) values.Set(0, FValues.At(0));
+  FValues = std::move(values);
+}
+
+int TIboData::GetAttrIndex(std::string_view sAttr) const {
+  const int index = FProvider->GetMetaData()->GetAttrIndex(sAttr);
+  if (index < 0) {
+    throw Exception(Format("Attribute not defined %s [%s]", sAttr, FProvider->ClassName()));
+  }
+  return index;
+}
+
+void TIboData::KeepOldValues() {
+  if (FModified) return;
+  FOldValues = FValues;
+  FModified = true;
+}
+
+void TIboData::NeedOldValues() {
+  if (FOldValues.Count() == 0) FOldValues = FValues;
+}
+
+void TIboData::CheckIndex(const TValueRow& row, int index) {
+  if (index < 0 || index >= row.Count()) {
+    throw EListError(Format("List index out of bounds (%d)", index));
+  }
+}
+
+void TIboData::SetAttrValue(std::string_view sAttr, std::string_view sValue) {
+  SetAttrValueByIndex(GetAttrIndex(sAttr), sValue);
+}
+
+void TIboData::SetAttrValueByIndex(int AIndex, std::string_view sValue) {
+  CheckIndex(FValues, AIndex);
+  KeepOldValues();
+  FValues.Set(AIndex, sValue);
+}
+
+std::string TIboData::GetAttrValue(std::string_view sAttr) const {
+  return GetAttrValueByIndex(GetAttrIndex(sAttr));
+}
+
+std::string_view TIboData::ValueView(int AIndex) const {
+  CheckIndex(FValues, AIndex);
+  return FValues.At(AIndex);
+}
+
+std::string TIboData::GetAttrOldValue(std::string_view sAttr) {
+  return GetAttrOldValueByIndex(GetAttrIndex(sAttr));
+}
+
+std::string TIboData::GetAttrOldValueByIndex(int AIndex) {
+  NeedOldValues();
+  CheckIndex(FOldValues, AIndex);
+  return std::string(FOldValues.At(AIndex));
+}
+
+void TIboData::SetAttrOldValueByIndex(int AIndex, std::string_view sValue) {
+  NeedOldValues();
+  CheckIndex(FOldValues, AIndex);
+  FOldValues.Set(AIndex, sValue);
+}
+
+bool TIboData::AttributeModified(std::string_view AAttribute) const {
+  const int index = GetAttrIndex(AAttribute);
+  CheckIndex(FValues, index);
+  CheckIndex(FOldValues, index);
+  return FValues.At(index) != FOldValues.At(index);
+}
+
+}  // namespace perlayer

@@ -1,0 +1,72 @@
+#pragma once
+// TIboData: the value store that each persistent object carries: all attribute values as text, by
+// position, and a copy of the values from before the first change. An empty text is no value.
+//
+// A store of a class with n attributes has n + 1 entries; no attribute maps to the last.
+//
+// Part of its object; main thread only.
+
+#include <string>
+#include <string_view>
+
+#include "perlayer/provider/TValueRow.h"
+
+namespace perlayer {
+
+class TDataSet;
+class TObject;
+class TplPerObject;
+class TplProvider;
+
+class TIboData {
+ public:
+  void Create(TplPerObject* AOwner, TObject* ARetainer);
+  // Owner, provider, modified flag and both lists; not the switch of statement optimisation.
+  void Assign(const TIboData& Old);
+  // Gives a store that has fewer entries than the class needs its n + 1.
+  void InitData();
+  // Reads the current row: dates with a time as "DD.MM.YYYY HH:MM:SS", all else as text.
+  void InitFromDataSet(TDataSet* ds);
+  // Empties every value; old values stay.
+  void ClearValues();
+  // Puts the old values back, all but the first, where the ID stands. The modified flag stays.
+  void CancelData();
+  // Raises "Attribute not defined %s [%s]".
+  int GetAttrIndex(std::string_view sAttr) const;
+
+  bool DataModified() const { return FModified; }
+  void SetDataModified(bool AModified) { FModified = AModified; }
+  bool DisableOptimizingUpdateQueries() const { return FDisableOptimizingUpdateQueries; }
+  void DisableOptimizingUpdateQueries(bool disable) { FDisableOptimizingUpdateQueries = disable; }
+
+  // The first write after a load or commit keeps the values as they were.
+  void SetAttrValue(std::string_view sAttr, std::string_view sValue);
+  void SetAttrValueByIndex(int AIndex, std::string_view sValue);
+  std::string GetAttrValue(std::string_view sAttr) const;
+  std::string GetAttrValueByIndex(int AIndex) const { return std::string(ValueView(AIndex)); }
+  // The same without a copy; lives until the store is written. Raises EListError outside.
+  std::string_view ValueView(int AIndex) const;
+  // With no old values yet, these first copy the current ones.
+  std::string GetAttrOldValue(std::string_view sAttr);
+  std::string GetAttrOldValueByIndex(int AIndex);
+  void SetAttrOldValueByIndex(int AIndex, std::string_view sValue);
+  // REQUIRES: there are old values.
+  bool AttributeModified(std::string_view AAttribute) const;
+
+  int Count() const { return FValues.Count(); }
+  std::size_t MemoryUsed() const { return FValues.MemoryUsed() + FOldValues.MemoryUsed(); }
+
+ private:
+  void KeepOldValues();
+  void NeedOldValues();
+  static void CheckIndex(const TValueRow& row, int index);
+
+  TplPerObject* FOwner = nullptr;  // not owned: it holds this store
+  TplProvider* FProvider = nullptr;
+  TValueRow FValues;
+  TValueRow FOldValues;
+  bool FModified = false;
+  bool FDisableOptimizingUpdateQueries = false;
+};
+
+}  // namespace perlayer

@@ -1,0 +1,467 @@
+#include "perlayer/provider/TplProvider.h"
+
+#include <vector>
+
+#include "perlayer/corekit/TDriver.h"
+#include "perlayer/corekit/TIQuery.h"
+#include "perlayer/corekit/TIUpdateSQL.h"
+#include "perlayer/database/SQLText.h"
+#include "perlayer/foundation/BoMessageDlg.h"
+#include "perlayer/object/TplPerObject.h"
+#include "perlayer/platform/Format.h"
+#include "perlayer/platform/TLayer.h"
+#include "perlayer/platform/Text.h"
+#include "perlayer/provider/TPlClassMetaData.h"
+#include "perlayer/provider/TcmpClassMap.h"
+#include "perlayer/provider/TplProviderList.h"
+#include "perlayer/reclaim/TIPerLayerStatistics.h"
+#include "perlayer/reclaim/TplGlobalDictionary.h"
+
+namespace perlayer {
+
+namespace {
+
+struct TProviderState {
+  bool greenMode = true;
+  std::int64_t temporaryId = 1;
+};
+
+TProviderState& ProviderState() {
+  return TLayer::Part<TProviderState>(TLayerPart::providerState);
+}
+
+void ShowInformation(const std::string& text) {
+  BoMessageDlg(text, TMsgDlgType::mtInformation, {TMsgDlgBtn::mbOK}, TMsgDlgBtn::mbOK,
+               TMsgDlgBtn::mbOK);
+}
+
+// Puts a switch back at the end of a scope.
+template <class T>
+class TRestore {
+ public:
+  TRestore(T& variable, T value) : FVariable(variable), FOld(std::exchange(variable, std::move(value))) {}
+  ~TRestore() { FVariable = std::move(FOld); }
+  TRestore(const TRestore&) = delete;
+  TRestore& operator=(const TRestore&) = delete;
+
+ private:
+  T& FVariable;
+  T FOld;
+};
+
+}  // namespace
+
+// --- life ---
+
+void TplProvider::Create(TPlBaseObject* AOwner, TObject* ARetainer) {
+  TplAuthorizedObject::Create(AOwner, ARetainer);
+  SetQueryName();
+  FActiveFieldName.clear();
+  FIdAttrName.clear();
+  FIncludeDeactivated = false;
+  FsTableOwner = "OMRA";
+  if (!Is<TcmpClassMap>(ARetainer)) {
+    BoMessageDlg("TplProvider.Create: Retainer has to be of type TcmpClassMap",
+                 TMsgDlgType::mtError, {TMsgDlgBtn::mbOK}, TMsgDlgBtn::mbOK, TMsgDlgBtn::mbOK);
+  }
+  cmpClassMap = Cast<TcmpClassMap>(ARetainer);
+  CheckQueryExistance();
+  FOptimizationSet = PerLayerSettings()->aiOptimization();
+  PerLayerSettings()->ProviderList()->Add(this);
+  GetProviderList()->Add(this);
+}
+
+void TplProvider::Destroy() {
+  if (TPlClassMetaData* metaData = std::exchange(FMetaData, nullptr)) metaData->Release(this);
+  FreeAndNil(FDefaults);
+  TplAuthorizedObject::Destroy();
+}
+
+void TplProvider::CheckQueryExistance() {
+  const TOwned<TIQuery> query = Make<TIQuery>();
+  GetQuery(query.Get());
+}
+
+// --- names and settings ---
+
+void TplProvider::SetQueryName() { FQueryName = "qu" + ClassName().substr(3); }
+
+bool TplProvider::CreatesClass(std::string_view AClassName) {
+  std::string name = UpperCase(ClassName());
+  if (name.size() > 2) name[2] = 'O';
+  return name == UpperCase(AClassName);
+}
+
+TcmpClassMap* TplProvider::aiClassMap() const {
+  if (auto* map = cmpClassMap.GetAs<TcmpClassMap>()) return map;
+  throw Exception(Format("No class map defined for provider %s", ClassName()));
+}
+
+TIQuery* TplProvider::ClassMapQuery() { return aiClassMap()->GetQuery(FQueryName); }
+
+TPlClassMetaData* TplProvider::GetMetaData() {
+  if (FMetaData == nullptr) FMetaData = New<TPlClassMetaData>(this, this);
+  return FMetaData;
+}
+
+std::string TplProvider::GetIDAttrName() {
+  if (FIdAttrName.empty()) FIdAttrName = ClassMapQuery()->Fields(0)->FieldName();
+  return FIdAttrName;
+}
+
+std::string TplProvider::GetCaption() { return ClassMapQuery()->Caption(); }
+
+TStringList* TplProvider::GetDefaults() {
+  if (FDefaults == nullptr) FDefaults = New<TStringList>();
+  return FDefaults;
+}
+
+TIQuery* TplProvider::GetQueryForBo(TplPerObject*) { return ClassMapQuery(); }
+
+std::string TplProvider::GetTableNameKeyForDict() { return GetTableName(); }
+
+std::string TplProvider::GetTableName() {
+  if (!FsTableName.empty()) return FsTableName;
+  const TOwned<TList> list(aiClassMap()->GetUpdateSQLList(FQueryName));
+  if (list->Count() == 0) throw Exception("No UpdateSQL for " + FQueryName);
+  const std::string insert =
+      static_cast<TIUpdateSQL*>(list->Items(0))->Text(TIUpdateSQL::usInsert);
+  const std::size_t owner = AsciiUpperCase(insert).find(FsTableOwner + ".");
+  if (owner == std::string::npos) {
+    throw Exception(
+        Format("TplProvider.GetTableName: Ne najdem OMRA lastnika tabele za providerja %s (insert "
+               "stavek = \"%s\")!",
+               ClassName(), insert));
+  }
+  // The name ends at the line's end; the last character of the text is never part of it.
+  for (std::size_t i = owner + FsTableOwner.size() + 1; i + 1 < insert.size(); ++i) {
+    if (static_cast<unsigned char>(insert[i]) < 32) break;
+    FsTableName += insert[i];
+  }
+  return FsTableName;
+}
+
+void TplProvider::ResetInternalCache() {
+  throw Exception(Format("Reset internal cache not implemented : %s", ClassName()));
+}
+
+void TplProvider::OnSetAttrError(std::string& AsAttr, std::string& AsMessage,
+                                 bool& AIgnoreStandard) {
+  if (FOnSetAttrErrorEvent) FOnSetAttrErrorEvent(AsAttr, AsMessage, AIgnoreStandard);
+}
+
+TplProviderList* TplProvider::GetProviderList() { return TplProviderList::Instance(); }
+
+TIProviderCallBacks* TplProvider::GetCallBackObject() {
+  return &TLayer::Part<TIProviderCallBacks>(TLayerPart::callBacks);
+}
+
+bool TplProvider::GetGreenMode() { return ProviderState().greenMode; }
+void TplProvider::SetGreenMode(bool AGreenMode) { ProviderState().greenMode = AGreenMode; }
+
+std::string CDefNumericNoIdValue() { return "-" + IntToStr(ProviderState().temporaryId++); }
+bool IndexIsTemporary(std::string_view AId) { return AId.starts_with('-'); }
+
+// --- queries ---
+
+void TplProvider::GetQuery(TIQuery* quDest) {
+  CopyQuery(quDest, ClassMapQuery());
+  OverrideReplacementSELECTorFROM(quDest);
+}
+
+void TplProvider::OverrideReplacementSELECTorFROM(TIQuery* quDest) {
+  if (quDest == nullptr) return;
+  const auto replace = [&](int line, const std::string& text) {
+    if (!text.empty() && quDest->SQL()->Count() > line) quDest->SQL()->Strings(line, text);
+  };
+  replace(0, FReplacementSELECT);
+  replace(1, FReplacementFROM);
+}
+
+void TplProvider::IdToSQL(const std::string& sId, TIQuery* NewQuery) {
+  NewQuery->ParamByName(GetIDAttrName()).AsString(sId);
+}
+
+bool TplProvider::FetchSpecToSQL(TIQuery* Query, const std::string& FetchSpec,
+                                 const std::string&) {
+  std::string condition = FetchSpec;
+  if (!FActiveFieldName.empty() && !GetIncludeDeactivated()) {
+    if (!condition.empty()) condition += " AND ";
+    condition += FActiveFieldName + "='1'";
+  }
+  SetWhereClause(Query, condition, FBindVariables);
+  return true;
+}
+
+// The class map's last line is by rule the ID condition, so no WHERE is looked for. The statement
+// that comes of it is kept: most fetches of a class start from the same text.
+void TplProvider::AppendActiveCondition(TIQuery* query) {
+  if (query->Statement() != FActiveFrom || FActiveToField != FActiveFieldName) {
+    const TStatementTextPtr from = query->Statement();
+    TStringList* lines = query->SQL();
+    const int last = lines->Count() - 1;
+    lines->Strings(last, lines->Strings(last) + " AND " + FActiveFieldName + "='1'");
+    FActiveTo = query->Statement();
+    FActiveFrom = from;
+    FActiveToField = FActiveFieldName;
+    return;
+  }
+  query->AssignStatement(FActiveTo);
+}
+
+void TplProvider::GetQueryForObject(const std::string& sId, TIQuery*& AQuery, bool AFreeExisting) {
+  if (AFreeExisting) FreeAndNil(AQuery);
+  TOwned<TIQuery> query = Make<TIQuery>();
+  GetQuery(query.Get());
+  if (!FActiveFieldName.empty() && !GetIncludeDeactivated()) AppendActiveCondition(query.Get());
+  IdToSQL(sId, query.Get());
+  PerLayerStatistics()->Timed(TIPerLayerStatisticsStartTimingType::ttOpen,
+                              [&] { query->Open(); });
+  AQuery = query.Release();
+}
+
+TIQuery* TplProvider::OpenFetchSpec(const std::string& FetchSpec) {
+  TOwned<TIQuery> query = Make<TIQuery>();
+  GetQuery(query.Get());
+  FetchSpecToSQL(query.Get(), FetchSpec, "");
+  PerLayerStatistics()->Timed(TIPerLayerStatisticsStartTimingType::ttOpen,
+                              [&] { query->Open(); });
+  return query.Release();
+}
+
+const TRowBinding& TplProvider::BindRow(const std::shared_ptr<const TColumnLayout>& layout) {
+  TPlClassMetaData* metaData = GetMetaData();
+  const TStringList* names = metaData->GetAttrNames();
+  const auto count = static_cast<std::size_t>(names->Count());
+  if (FRowBinding.layout == layout && FRowBinding.columns.size() == count) return FRowBinding;
+  TRowBinding binding;
+  binding.columns.resize(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::string& name = names->Strings(static_cast<int>(i));
+    const int column = layout->IndexOf(name);
+    if (column < 0) {
+      throw Exception(Format("%s: the query has no column for attribute %s", ClassName(), name));
+    }
+    const TColumnType type = layout->columns[static_cast<std::size_t>(column)].type;
+    // A date that comes from an expression is a bare number in the row: the class map knows better.
+    const TField* field = metaData->GetFieldByIndex(static_cast<int>(i));
+    const bool declaredDate = field != nullptr && field->DataType() == TFieldType::ftDateTime;
+    binding.columns[i] = {column, type == TColumnType::dateTime ||
+                                      (type == TColumnType::number && declaredDate)};
+  }
+  binding.layout = layout;
+  FRowBinding = std::move(binding);
+  return FRowBinding;
+}
+
+// The text of one field of the current row, without making fields where the row has cells.
+std::string TplProvider::RowText(TDataSet* ds, const std::string& field) {
+  const auto& layout = ds->RowLayout();
+  const int column = layout == nullptr ? -1 : layout->IndexOf(field);
+  if (column < 0) return ds->FieldByName(field)->AsString();
+  TCell cell;
+  ds->RowCell(column, cell);
+  switch (cell.kind) {
+    case TCellKind::integer:
+      return IntToStr(cell.integer);
+    case TCellKind::number:
+      return FloatToStr(cell.number);
+    default:
+      return std::string(cell.text);
+  }
+}
+
+// --- fetching ---
+
+TplPerObject* TplProvider::GetObject(TObject* ARetainer, const std::string& sId,
+                                     bool bIncludeSubclasses) {
+  if (sId.empty()) return nullptr;
+  TplGlobalDictionary* dictionary = GlobalDictionary();
+  TplPerObject* object = nullptr;
+  if (dictionary->aiUSEDICTIONARY()) {
+    object = PerLayerStatistics()->Timed(
+        TIPerLayerStatisticsStartTimingType::ttDictionary,
+        [&] { return dictionary->GetObject(ARetainer, this, sId, bIncludeSubclasses); });
+  }
+  if (object == nullptr) {
+    TIQuery* opened = nullptr;
+    GetQueryForObject(sId, opened, false);
+    const TOwned<TIQuery> query(opened);
+    if (!query->IsEmpty()) {
+      object = GetObjectFromDataSet(ARetainer, query.Get(), bIncludeSubclasses);
+      if (object != nullptr) object->FGID = sId;
+    }
+    if (object != nullptr) dictionary->AddPerObject(this, object, ARetainer);
+  }
+  if (object != nullptr) {
+    FsFetchSpec.assign(GetIDAttrName()).append(" = '").append(sId).append("'");
+  }
+  return object;
+}
+
+TplPerObject* TplProvider::GetObjectFromDataSet(TObject* ARetainer, TDataSet* ds,
+                                                bool bIncludeSubclasses) {
+  TplPerObject* object;
+  if (!bIncludeSubclasses) {
+    object = FetchObjectFromDataSet(ARetainer, ds, nullptr);
+  } else {
+    auto* const source = As<TIQuery>(ds);
+    TIQuery* query = source;
+    TplProvider* provider = GetProviderFromDataSet(ds, query);
+    // Another query than the one that came in is this call's to free.
+    const TOwned<TIQuery> own(query == source ? nullptr : query);
+    Assert(provider != nullptr, "Wrong result class in provider");
+    const TRestore<bool> include(provider->FIncludeDeactivated, GetIncludeDeactivated());
+    object = provider->FetchObjectFromDataSet(
+        ARetainer, own ? static_cast<TDataSet*>(own.Get()) : ds, provider);
+  }
+  if (object != nullptr) object->SetTimeStampAfterGetObject();
+  return object;
+}
+
+TplProvider* TplProvider::GetProviderFromDataSet(TDataSet*, TIQuery*&) { return this; }
+
+TplPerObject* TplProvider::FetchObjectFromDataSet(TObject* ARetainer, TDataSet* ds,
+                                                  TplProvider* ACorrectProvider) {
+  auto* const query = As<TIQuery>(ds);
+  if (!ds->Active()) {
+    PerLayerStatistics()->Timed(TIPerLayerStatisticsStartTimingType::ttOpen, [&] { ds->Open(); });
+  }
+  if (ds->IsEmpty()) {
+    ShowInformation(
+        Format("TplProvider.FetchObjectFromDataSet:\r\rNe najdem zapisa o objektu v dodatni "
+               "tabeli!\rObjekt z ID=%s se je shranil z napako, ali pa je nekdo zbrisal podatke iz "
+               "dodatne tabele za ta objekt.\r\rIme providerja je %s\rSQL ukaz: %s",
+               query == nullptr || query->ParamCount() == 0 ? "?" : query->Params(0).AsString(),
+               ClassName(), query == nullptr ? ds->ClassName() : query->SQLText()));
+    return nullptr;
+  }
+  TplProvider* provider = ACorrectProvider;
+  if (provider == nullptr) {
+    TIQuery* changed = query;
+    provider = GetProviderFromDataSet(ds, changed);
+    if (changed != query) FreeAndNil(changed);
+    Assert(provider != nullptr, "Wrong result class in provider");
+  }
+  TplPerObject* object = provider->InternalCreateObject(ARetainer);
+  try {
+    object->InitializeFromDataSet(ds);
+    object->InitializeAfterGetDataFromDataSet();
+    if (!FActiveFieldName.empty() && !GetIncludeDeactivated() &&
+        RowText(ds, FActiveFieldName) == "0") {
+      ShowInformation(Format("Uporabljen objekt %s je neaktiven!", object->GetTextDescription()));
+      object->SetObjectMarkedDeleted(true);
+    }
+    PerLayerStatistics()->ReferenceEvent(object, TIReferenceEventType::reCreate, ARetainer);
+  } catch (...) {
+    // Nobody has been given the object yet.
+    object->Release(ARetainer);
+    throw;
+  }
+  return object;
+}
+
+void TplProvider::CheckOneRow(TIQuery* query, TplPerObject* object, const std::string& FetchSpec) {
+  query->Next();
+  if (query->Eof()) return;
+  throw Exception(Format(
+      "TplProvider.FetchObject: Dobil več kot en objekt tipa %s!\r\rPogoj:\r%s\r\rSQL:\r%s",
+      object->ClassName(), FetchSpec, query->SQLText()));
+}
+
+TplPerObject* TplProvider::FetchObject(TObject* ARetainer, const std::string& FetchSpec,
+                                       bool bIncludeSubclasses) {
+  TplGlobalDictionary* dictionary = GlobalDictionary();
+  if (dictionary->aiUSEDICTIONARY()) {
+    TplPerObject* found = PerLayerStatistics()->Timed(
+        TIPerLayerStatisticsStartTimingType::ttDictionary,
+        [&] { return dictionary->FetchObject(ARetainer, this, FetchSpec); });
+    if (found != nullptr) return found;
+  }
+  TplPerObject* object = nullptr;
+  {
+    const TOwned<TIQuery> query(OpenFetchSpec(FetchSpec));
+    if (!query->IsEmpty()) {
+      object = GetObjectFromDataSet(ARetainer, query.Get(), bIncludeSubclasses);
+    }
+    if (object != nullptr) {
+      try {
+        CheckOneRow(query.Get(), object, FetchSpec);
+      } catch (...) {
+        object->Release(ARetainer);
+        throw;
+      }
+    }
+  }
+  FsFetchSpec = FetchSpec;
+  dictionary->ConsultDictionary(ARetainer, object);
+  return object;
+}
+
+TplPerObject* TplProvider::GetObjectFor(TObject* ARetainer, const std::string& sAttrName,
+                                        const std::string& sAttrValue, bool bIncludeSubclasses) {
+  return FetchObject(ARetainer, sAttrName + "='" + sAttrValue + "'", bIncludeSubclasses);
+}
+
+TplPerObject* TplProvider::FetchObjectTest(TObject* ARetainer, const std::string& FetchSpec,
+                                           bool bIncludeSubclasses) {
+  constexpr int kRounds = 20001;
+  { const TOwned<TIQuery> first(OpenFetchSpec(FetchSpec)); }
+  const TOwned<TIQuery> query(OpenFetchSpec(FetchSpec));
+  if (query->IsEmpty()) return nullptr;
+  TplPerObject* object = GetObjectFromDataSet(ARetainer, query.Get(), bIncludeSubclasses);
+  for (int i = 0; object != nullptr && i < kRounds; ++i) {
+    GlobalDictionary()->ConsultDictionary(ARetainer, object);
+    object->Release(ARetainer);
+    object = GetObjectFromDataSet(ARetainer, query.Get(), bIncludeSubclasses);
+  }
+  if (object != nullptr) {
+    query->Next();
+    const bool several = !query->Eof();
+    const std::string name = object->ClassName();
+    object->Release(ARetainer);
+    if (several) {
+      throw Exception(Format("TplProvider.FetchObject: Dobil več kot en objekt tipa %s! ", name));
+    }
+  }
+  return nullptr;
+}
+
+TIObjectExistsInDatabaseResult TplProvider::ExistsInDatabase(const std::string& sID) {
+  using enum TIObjectExistsInDatabaseResult;
+  const std::string activeField = FActiveFieldName;
+  // Without the name, for the moment, a deactivated row is found too.
+  const TRestore<std::string> all(FActiveFieldName, "");
+  TIQuery* opened = nullptr;
+  GetQueryForObject(sID, opened, false);
+  const TOwned<TIQuery> query(opened);
+  if (query->IsEmpty()) return edNotExists;
+  if (activeField.empty()) return edExists;
+  return RowText(query.Get(), activeField) == "1" ? edExists : edDeleted;
+}
+
+void TplProvider::ReloadObjectInGlobalDictionary(
+    const std::string& AGid, const TIOnReloadObjectsInDictionary& AOnReloadEvent) {
+  TplPerObject* object = GlobalDictionary()->TakeObject(this, AGid);
+  if (object == nullptr) return;
+  if (AOnReloadEvent) {
+    AOnReloadEvent(object);
+  } else {
+    object->Reload();
+  }
+}
+
+TplProvider* TplProvider::CannotDetermineProvider(TplProvider* AProvider,
+                                                  const std::string& AField,
+                                                  const std::string& ACurrentValue,
+                                                  std::span<const std::string> AValidValues) {
+  throw Exception(Format(
+      "Cannot determine provider at %s (table: %s, field: %s, value: %s, valid values: %s)!",
+      AProvider == nullptr ? "?" : AProvider->ClassName(),
+      AProvider == nullptr ? "?" : AProvider->GetTableName(), AField, ACurrentValue,
+      AValidValues.empty()
+          ? "?"
+          : JoinText(std::vector<std::string>(AValidValues.begin(), AValidValues.end()), ", ")));
+}
+
+}  // namespace perlayer

@@ -1,0 +1,243 @@
+#pragma once
+// TplProvider: the mapper of one business class. An application derives one per class; there is one
+// live instance, held by its class map. It knows the class's query, ID attribute and active field,
+// turns a fetch into SQL, opens it and makes objects from rows.
+//
+// Names: provider TplPatient makes objects of TpoPatient from query quPatient.
+//
+// A fetched object has the caller's retainer as its first one: one reference is the caller's, to be
+// given back with Release(ARetainer). nullptr means that there is no such row.
+//
+// Main thread only. FIncludeDeactivated and the replacement texts hold for one call, and a nested
+// fetch through the same provider sees them.
+
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "perlayer/corekit/TStatementText.h"
+#include "perlayer/foundation/TplAuthorizedObject.h"
+#include "perlayer/platform/TDelegate.h"
+#include "perlayer/platform/TStringList.h"
+#include "perlayer/reclaim/TIPerLayerSettings.h"
+
+namespace perlayer {
+
+class TDataSet;
+class TIProviderCallBacks;
+class TIQuery;
+class TPlClassMetaData;
+class TcmpClassMap;
+class TplPerObject;
+class TplProviderList;
+struct TColumnLayout;
+
+enum class TIObjectExistsInDatabaseResult : std::uint8_t { edNotExists, edExists, edDeleted };
+
+using TIOnSetAttrErrorEvent =
+    TDelegate<void(std::string& AsAttr, std::string& AsMessage, bool& AIgnoreStandard)>;
+using TIOnParseParamText =
+    TDelegate<std::string(TplPerObject* APerObject, const std::string& AValue)>;
+using TIOnReloadObjectsInDictionary = TDelegate<void(TplPerObject* APerObject)>;
+
+// Where the attributes of a class stand in the rows of one statement.
+struct TRowBinding {
+  struct TColumn {
+    int index = -1;
+    bool isDate = false;
+  };
+  std::shared_ptr<const TColumnLayout> layout;
+  std::vector<TColumn> columns;  // by attribute
+};
+
+class TplProvider : public TplAuthorizedObject {
+  TCLASS(TplProvider, TplAuthorizedObject)
+ public:
+  // REQUIRES: ARetainer is a TcmpClassMap; anything else is shown and raises EInvalidCast. Raises
+  // "No query for %s" when the map has no query of the class.
+  void Create(TPlBaseObject* AOwner, TObject* ARetainer) override;
+  void Destroy() override;
+
+  // --- what a class overrides ---
+
+  virtual TPlClassMetaData* GetMetaData();
+  // Copies the class's query from the class map, with the replacements that hold for this call.
+  virtual void GetQuery(TIQuery* quDest);
+  // Line 0 is the select list, line 1 the FROM.
+  virtual void OverrideReplacementSELECTorFROM(TIQuery* quDest);
+  virtual void SetQueryName();
+  // Puts the condition, with that on the active field, into the query. The order is not used: lists
+  // are sorted in memory.
+  virtual bool FetchSpecToSQL(TIQuery* Query, const std::string& FetchSpec,
+                              const std::string& Order);
+  virtual void IdToSQL(const std::string& sId, TIQuery* NewQuery);
+  // Which provider makes the object of the current row. An override reads a discriminating column
+  // and may put into AObjectSQL a new query that reads the subclass's own table; it becomes the
+  // caller's to free.
+  virtual TplProvider* GetProviderFromDataSet(TDataSet* ASourceDataSet, TIQuery*& AObjectSQL);
+  // Makes an empty object of the class, with `this` as owner.
+  virtual TplPerObject* InternalCreateObject(TObject* ARetainer) = 0;
+  virtual void ResetInternalCache();
+  virtual void Finalize() {}
+  virtual bool GetRegisterNotify() { return FbRegisterNotify; }
+  virtual void SetRegisterNotify(bool ARegisterNotify) { FbRegisterNotify = ARegisterNotify; }
+  virtual void OnSetAttrError(std::string& AsAttr, std::string& AsMessage, bool& AIgnoreStandard);
+  virtual void DoCommit() {}
+  virtual void DoRollback() {}
+  virtual bool GetIncludeDeactivated() { return FIncludeDeactivated; }
+  // The first part of an object's key; classes that share it share identity.
+  virtual std::string GetTableNameKeyForDict();
+  // A new open query on the row of that ID, yours to free. With AFreeExisting the one that AQuery
+  // refers to is freed first.
+  virtual void GetQueryForObject(const std::string& sId, TIQuery*& AQuery, bool AFreeExisting);
+  virtual TplPerObject* GetObject(TObject* ARetainer, const std::string& sId,
+                                  bool bIncludeSubclasses);
+  // An object of the current row of an open data set.
+  virtual TplPerObject* GetObjectFromDataSet(TObject* ARetainer, TDataSet* ds,
+                                             bool bIncludeSubclasses);
+  // ACorrectProvider makes the object; nullptr: the one that the row tells. An empty data set is
+  // told to the user and gives nullptr.
+  virtual TplPerObject* FetchObjectFromDataSet(TObject* ARetainer, TDataSet* ds,
+                                               TplProvider* ACorrectProvider);
+  // The object that the condition (SQL) finds. Raises when it finds several.
+  virtual TplPerObject* FetchObject(TObject* ARetainer, const std::string& FetchSpec,
+                                    bool bIncludeSubclasses);
+  virtual std::string GetIDAttrName();
+  // The shared query that describes the fields of an object's statements.
+  virtual TIQuery* GetQueryForBo(TplPerObject* APerObject);
+
+  // Whether this provider makes objects of that class, by the rule of names.
+  virtual bool CreatesClass(std::string_view AClassName);
+  virtual std::string DoGetUser_IPLFieldName() { return "USER_IPL"; }
+  virtual std::string DoGetDatumIPLFieldName() { return "DATUMIPL"; }
+
+  TIAccessRights GetRights() override { return {TIAccessRight::arInsert}; }
+  int GetImageIndex() override { return 59; }
+  std::string GetTextDescription() override { return GetCaption(); }
+
+  // --- what an application calls ---
+
+  // As FetchObject with the condition sAttrName='sAttrValue'. The value is not escaped.
+  TplPerObject* GetObjectFor(TObject* ARetainer, const std::string& sAttrName,
+                             const std::string& sAttrValue, bool bIncludeSubclasses);
+  // Whether the row is there, deactivated or not.
+  TIObjectExistsInDatabaseResult ExistsInDatabase(const std::string& sID);
+  // Reloads the object of that ID, or calls the event in its stead, if it is in memory.
+  void ReloadObjectInGlobalDictionary(const std::string& AGid,
+                                      const TIOnReloadObjectsInDictionary& AOnReloadEvent);
+  // A timing aid: FetchObject, then 20001 rounds of fetching from the open row. Answers nullptr.
+  TplPerObject* FetchObjectTest(TObject* ARetainer, const std::string& FetchSpec,
+                                bool bIncludeSubclasses);
+  // Raises the exception that tells a row whose class cannot be told. May be called on nullptr.
+  [[noreturn]] static TplProvider* CannotDetermineProvider(
+      TplProvider* AProvider, const std::string& AField, const std::string& ACurrentValue,
+      std::span<const std::string> AValidValues);
+  void CheckQueryExistance();
+
+  std::string GetCaption();
+  TStringList* GetDefaults();  // NAME=VALUE lines; this object's
+  // The table of the class's INSERT statement, without its owner.
+  std::string GetTableName();
+  void SetTableName(const std::string& ATableName) { FsTableName = ATableName; }
+  void SetActiveFieldName(const std::string& AName) { FActiveFieldName = AName; }
+  void SetOptimizationSet(TIProviderOptimizationSet ASet) { FOptimizationSet = ASet; }
+  TIProviderOptimizationSet GetOptimizationSet() const { return FOptimizationSet; }
+  void SetOnSetAttrErrorEvent(TIOnSetAttrErrorEvent event) {
+    FOnSetAttrErrorEvent = std::move(event);
+  }
+  std::string GetUser_IPLFieldName() { return DoGetUser_IPLFieldName(); }
+  std::string GetDatumIPLFieldName() { return DoGetDatumIPLFieldName(); }
+  void OnCommit() { DoCommit(); }
+  void OnRollback() { DoRollback(); }
+
+  // Where the attributes stand in rows of that layout; worked out once per layout. Raises when an
+  // attribute has no column.
+  const TRowBinding& BindRow(const std::shared_ptr<const TColumnLayout>& layout);
+
+  // The provider registry and the application's hooks for all providers.
+  static TplProviderList* GetProviderList();
+  static TIProviderCallBacks* GetCallBackObject();
+  // In green mode, on at start, new objects get a temporary ID and stay out of the dictionary.
+  static bool GetGreenMode();
+  static void SetGreenMode(bool AGreenMode);
+
+  TPlClassMetaData* aiMetaData() { return GetMetaData(); }
+  std::string aiActiveFieldName() const { return FActiveFieldName; }
+  void aiActiveFieldName(const std::string& name) { SetActiveFieldName(name); }
+  std::string aiTableName() { return GetTableName(); }
+  void aiTableName(const std::string& name) { SetTableName(name); }
+  const std::string& aiTableOwner() const { return FsTableOwner; }
+  void aiTableOwner(const std::string& owner) { FsTableOwner = owner; }
+  TIProviderOptimizationSet aiOptimization() const { return GetOptimizationSet(); }
+  void aiOptimization(TIProviderOptimizationSet set) { SetOptimizationSet(set); }
+  const std::string& aiTablePrefix() const { return FTablePrefix; }
+  void aiTablePrefix(const std::string& prefix) { FTablePrefix = prefix; }
+  const TIOnParseParamText& aiOnParseParamText() const { return FOnParseParamText; }
+  void aiOnParseParamText(TIOnParseParamText event) { FOnParseParamText = std::move(event); }
+  TStringList* aiDefaults() { return GetDefaults(); }
+  bool aiBindVariables() const { return FBindVariables; }
+  void aiBindVariables(bool bind) { FBindVariables = bind; }
+  bool aiRegisterNotify() { return GetRegisterNotify(); }
+  void aiRegisterNotify(bool notify) { SetRegisterNotify(notify); }
+  const TIOnSetAttrErrorEvent& aiOnSetAttrErrorEvent() const { return FOnSetAttrErrorEvent; }
+  void aiOnSetAttrErrorEvent(TIOnSetAttrErrorEvent event) {
+    SetOnSetAttrErrorEvent(std::move(event));
+  }
+  TcmpClassMap* aiClassMap() const;  // raises "No class map defined for provider %s"
+  const std::string& aiQueryName() const { return FQueryName; }
+  void aiQueryName(const std::string& name) { FQueryName = name; }
+  bool aiIncludeDeactivated() { return GetIncludeDeactivated(); }
+  void aiIncludeDeactivated(bool include) { FIncludeDeactivated = include; }
+  std::string aiCaption() { return GetCaption(); }
+  std::string aiTableNameKeyForDict() { return GetTableNameKeyForDict(); }
+  const std::string& FetchSpecOfLastFetch() const { return FsFetchSpec; }
+
+ protected:
+  TIQuery* ClassMapQuery();
+  // A query of the class with the condition in it, open.
+  TIQuery* OpenFetchSpec(const std::string& FetchSpec);
+
+  TPlClassMetaData* FMetaData = nullptr;  // one reference is this provider's
+  std::string FActiveFieldName;
+  std::string FsFetchSpec;  // the last condition, for diagnostics
+  std::string FIdAttrName;
+  std::string FsTableName;
+  std::string FsTableOwner;
+  TIProviderOptimizationSet FOptimizationSet;
+  std::string FTablePrefix;
+  TIOnParseParamText FOnParseParamText;
+  TStringList* FDefaults = nullptr;  // owned
+  std::string FReplacementFROM;
+  std::string FReplacementSELECT;
+  bool FBindVariables = true;
+  bool FbRegisterNotify = true;
+  TIOnSetAttrErrorEvent FOnSetAttrErrorEvent;
+  TObjectHandle cmpClassMap;  // also the retainer
+  std::string FQueryName;
+  bool FIncludeDeactivated = false;
+
+ private:
+  void AppendActiveCondition(TIQuery* query);
+  std::string RowText(TDataSet* ds, const std::string& field);
+  void CheckOneRow(TIQuery* query, TplPerObject* object, const std::string& FetchSpec);
+
+  TRowBinding FRowBinding;  // of the layout that came last
+  // The statement that the active condition was last appended to, and what came of it.
+  TStatementTextPtr FActiveFrom;
+  TStatementTextPtr FActiveTo;
+  std::string FActiveToField;
+};
+
+// The provider of classes that link to another database.
+class TplProviderDBLink : public TplProvider {
+  TCLASS(TplProviderDBLink, TplProvider)
+};
+
+// A new temporary ID: "-1", "-2" ...
+std::string CDefNumericNoIdValue();
+// False for an empty text, true when it begins with "-".
+bool IndexIsTemporary(std::string_view AId);
+
+}  // namespace perlayer
