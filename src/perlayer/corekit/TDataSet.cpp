@@ -54,6 +54,7 @@ bool TDataSet::IsEmpty() const {
 void TDataSet::First() {
   CheckActive();
   if (!FMoved) return;
+  FEmpty = FEof = true;
   InternalFirst();
   FMoved = false;
   FEmpty = FEof = !InternalNext();
@@ -63,6 +64,7 @@ void TDataSet::Next() {
   CheckActive();
   if (FEof) return;
   FMoved = true;
+  FEof = true;  // and it stays so when the move fails
   FEof = !InternalNext();
 }
 

@@ -37,8 +37,8 @@ class TDataSet : public TComponent {
   void Next();
 
   int FieldCount() const;
-  TField* Fields(int index) const;                // raises EListError outside
-  TField* FindField(std::string_view name) const;   // any case; nullptr when absent
+  TField* Fields(int index) const;                   // raises EListError outside
+  TField* FindField(std::string_view name) const;    // any case; nullptr when absent
   TField* FieldByName(std::string_view name) const;  // raises EDatabaseError when absent
 
   // Copies the current row's value into `buffer` (see TField for its form) unless that is nullptr.

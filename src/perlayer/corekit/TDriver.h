@@ -1,6 +1,6 @@
 #pragma once
-// The driver port: what corekit needs of a database engine. An adapter (drivers/sqlite) derives from
-// TDriverSession and TDriverStatement; nothing else of the engine is seen above.
+// The driver port: what corekit needs of a database engine. An adapter (drivers/sqlite) derives
+// from TDriverSession and TDriverStatement; nothing else of the engine is seen above.
 //
 // A session belongs to one thread. It speaks the statement language of docs/sql.md: an empty text
 // bound or written is NULL, text against a number compares as numbers, dates are days (TDateTime),
@@ -36,7 +36,7 @@ struct TCell {
 struct TColumnInfo {
   std::string name;  // as the database tells it; unquoted names in upper case
   TColumnType type = TColumnType::text;
-  int size = 0;      // declared size of a text in characters, 0 when unknown
+  int size = 0;  // declared size of a text in characters, 0 when unknown
 };
 
 // The columns of one statement. Made when the statement is first opened and shared by all who run

@@ -127,8 +127,8 @@ void TIntegerField::AsFloat(double value) {
   const double rounded = std::round(value);
   if (!(rounded >= std::numeric_limits<std::int32_t>::min() &&
         rounded <= std::numeric_limits<std::int32_t>::max())) {
-    throw EConvertError(Format("%s is no value for the integer field %s", FloatToStr(value),
-                               FieldName()));
+    throw EConvertError(
+        Format("%s is no value for the integer field %s", FloatToStr(value), FieldName()));
   }
   const auto number = static_cast<std::int32_t>(rounded);
   SetData(&number);
@@ -150,9 +150,7 @@ void TFloatField::AsString(std::string_view text) {
 }
 void TFloatField::AsFloat(double value) { SetData(&value); }
 
-std::string TDateTimeField::AsString() const {
-  return IsNull() ? "" : DateTimeToStr(AsDateTime());
-}
+std::string TDateTimeField::AsString() const { return IsNull() ? "" : DateTimeToStr(AsDateTime()); }
 TDateTime TDateTimeField::AsDateTime() const {
   double milliseconds = 0;
   return GetData(&milliseconds) ? milliseconds / kMillisecondsPerDay - kDayZero : 0.0;
@@ -169,7 +167,9 @@ void TDateTimeField::AsDateTime(TDateTime value) {
   SetData(&milliseconds);
 }
 
-std::string TBlobField::AsString() const { return DataSet()->GetBlobData(const_cast<TBlobField*>(this)); }
+std::string TBlobField::AsString() const {
+  return DataSet()->GetBlobData(const_cast<TBlobField*>(this));
+}
 Variant TBlobField::AsVariant() const { return IsNull() ? Variant::Null() : Variant(AsString()); }
 void TBlobField::AsString(std::string_view text) {
   CheckWritable();

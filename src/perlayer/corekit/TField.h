@@ -117,8 +117,8 @@ class TStringField : public TField {
  public:
   TFieldType DataType() const override { return TFieldType::ftString; }
   int DataSize() const override { return 4 * Size() + 1; }  // a character takes up to four bytes
-  using TField::AsFloat;
   using TField::AsDateTime;
+  using TField::AsFloat;
   std::string AsString() const override;
   double AsFloat() const override;
   std::int64_t AsInteger() const override;
@@ -180,8 +180,8 @@ class TBlobField : public TField {
   std::string AsString() const override;  // the bytes as they are
   Variant AsVariant() const override;
   void AsString(std::string_view text) override;
-  using TField::AsFloat;
   using TField::AsDateTime;
+  using TField::AsFloat;
 };
 
 class TMemoField : public TBlobField {

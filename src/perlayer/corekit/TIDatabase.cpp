@@ -14,9 +14,7 @@ namespace perlayer {
 namespace {
 using TDatabaseRegistry = std::vector<TIDatabase*>;  // not owned
 
-TDatabaseRegistry& Registry() {
-  return TLayer::Part<TDatabaseRegistry>(TLayerPart::databases);
-}
+TDatabaseRegistry& Registry() { return TLayer::Part<TDatabaseRegistry>(TLayerPart::databases); }
 }  // namespace
 
 TIDatabase* FindDatabase(std::string_view name) {

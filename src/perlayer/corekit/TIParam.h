@@ -1,6 +1,6 @@
 #pragma once
-// TIParam: the value that one named parameter of a query carries. A parameter that was never given a
-// value is unbound, and running the query says so; null is a value.
+// TIParam: the value that one named parameter of a query carries. A parameter that was never given
+// a value is unbound, and running the query says so; null is a value.
 //
 // Main thread only.
 

@@ -227,6 +227,7 @@ void TIQuery::InternalClose() {
 }
 
 bool TIQuery::InternalNext() {
+  FOnRow = false;
   FOnRow = FPrepared->Step();
   if (FLayout == nullptr) FLayout = FPrepared->Layout();
   return FOnRow;

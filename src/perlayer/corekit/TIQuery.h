@@ -1,10 +1,10 @@
 #pragma once
-// TIQuery: a statement of a class map or an application, with its parameters, and its rows as a data
-// set that reads forward straight from the driver.
+// TIQuery: a statement of a class map or an application, with its parameters, and its rows as a
+// data set that reads forward straight from the driver.
 //
 // The statement is a list of lines. A changed line closes the query; parameters found in the new
-// text keep the values that parameters of the same name had. Queries with equal text share one parse
-// and, in the driver, one prepared statement, so that a copy is cheap.
+// text keep the values that parameters of the same name had. Queries with equal text share one
+// parse and, in the driver, one prepared statement, so that a copy is cheap.
 //
 // Main thread only.
 
@@ -46,8 +46,8 @@ class TIQuery : public TDataSet {
   void DatabaseName(std::string_view name);
 
   int ParamCount() const;
-  TIParam& Params(int index);  // raises EListError outside
-  TIParam* FindParam(std::string_view name);   // any case; nullptr when absent
+  TIParam& Params(int index);                   // raises EListError outside
+  TIParam* FindParam(std::string_view name);    // any case; nullptr when absent
   TIParam& ParamByName(std::string_view name);  // raises EDatabaseError when absent
 
   // Caption for people, from the class map.

@@ -23,9 +23,7 @@ TStringList* TIUpdateSQL::SQL(int index) const {
   return FStatements[index];
 }
 
-std::string TIUpdateSQL::Text(int index) const {
-  return StringList2StringSep(*SQL(index), "\r\n");
-}
+std::string TIUpdateSQL::Text(int index) const { return StringList2StringSep(*SQL(index), "\r\n"); }
 
 void TIUpdateSQL::Assign(const TIUpdateSQL& other) {
   for (int i = 0; i < kStatements; ++i) SQL(i)->Assign(*other.SQL(i));

@@ -34,7 +34,8 @@ bool FindCommentLine(std::string_view text) {
   for (std::size_t i = text.find("--"); i != std::string_view::npos; i = text.find("--", i + 2)) {
     const std::string_view before = text.substr(0, i);
     const std::size_t lineEnd = before.find_last_of("\r\n");
-    if (Trim(before.substr(lineEnd == std::string_view::npos ? 0 : lineEnd + 1)).empty()) return true;
+    if (Trim(before.substr(lineEnd == std::string_view::npos ? 0 : lineEnd + 1)).empty())
+      return true;
   }
   return false;
 }

@@ -1,7 +1,7 @@
 #pragma once
 // TStatementText: an SQL text and the parameters found in it, parsed once and shared by every query
-// that has this text. Its address identifies it while it is held; drivers key prepared statements by
-// its text and hash.
+// that has this text. Its address identifies it while it is held; drivers key prepared statements
+// by its text and hash.
 //
 // Parameters are ":name" or ":1" outside quotes and comments; one per distinct name (any case), in
 // order of first appearance. "::" and ":=" are no parameters.

@@ -1,6 +1,7 @@
 #pragma once
-// TdmIBaseModule: the base of modules, which are containers of named components. A module is created
-// with its components, then its create handler runs; its destroy handler runs before they go.
+// TdmIBaseModule: the base of modules, which are containers of named components. A module is
+// created with its components, then its create handler runs; its destroy handler runs before they
+// go.
 //
 // Main thread only.
 

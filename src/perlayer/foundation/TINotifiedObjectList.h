@@ -1,7 +1,7 @@
 #pragma once
-// TINotifiedObjectList: the objects that one notification walk has visited. An object is known to it
-// by its memory sequence, never by its address, so that a walk cannot mistake an object for another
-// that lived in the same place. Main thread only.
+// TINotifiedObjectList: the objects that one notification walk has visited. An object is known to
+// it by its memory sequence, never by its address, so that a walk cannot mistake an object for
+// another that lived in the same place. Main thread only.
 
 #include <cstdint>
 #include <vector>
@@ -25,8 +25,8 @@ class TSequenceSet {
   std::size_t Probe(std::uint64_t number) const;
   void Grow();
 
-  std::uint64_t FInline[kInline] = {};   // while FTable is empty: the first FCount are in use
-  std::vector<std::uint64_t> FTable;     // size is a power of two, 0 is a free place
+  std::uint64_t FInline[kInline] = {};  // while FTable is empty: the first FCount are in use
+  std::vector<std::uint64_t> FTable;    // size is a power of two, 0 is a free place
   std::size_t FCount = 0;
 };
 

@@ -1,7 +1,7 @@
 #pragma once
-// TPlBaseObject: a counted lifetime. Whoever needs the object calls AddRef(retainer) and, when done,
-// Release(retainer); nothing frees it directly. The count is 1 after creation, for the creator, and
-// -1 once Destroy has run.
+// TPlBaseObject: a counted lifetime. Whoever needs the object calls AddRef(retainer) and, when
+// done, Release(retainer); nothing frees it directly. The count is 1 after creation, for the
+// creator, and -1 once Destroy has run.
 //
 // Also the entry of notifications: CallNotifyAction starts a walk, NotifyAction is one step of it.
 //
@@ -59,8 +59,9 @@ class TPlBaseObject : public TObject, public IInterface {
 
  protected:
   void AbandonCreation() override { FRefCount = 0; }
-  // Further lines that a failed step of a walk writes about this object; `which` tells whether it is
-  // the object that was notified ("List 1") or the sender ("List 2"). Lists answer what they hold.
+  // Further lines that a failed step of a walk writes about this object; `which` tells whether it
+  // is the object that was notified ("List 1") or the sender ("List 2"). Lists answer what they
+  // hold.
   virtual void LogNotifyDetails(std::string_view which);
 
   int FRefCount = 0;

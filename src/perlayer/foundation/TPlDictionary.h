@@ -1,6 +1,6 @@
 #pragma once
-// TPlDictionary: a string list that maps texts to objects. TPlList: a list of objects. What they add
-// is FreeWithContents. Main thread only.
+// TPlDictionary: a string list that maps texts to objects. TPlList: a list of objects. What they
+// add is FreeWithContents. Main thread only.
 
 #include "perlayer/platform/TList.h"
 #include "perlayer/platform/TStringList.h"

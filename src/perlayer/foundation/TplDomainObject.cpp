@@ -29,9 +29,9 @@ void TplDomainObject::AbandonCreation() {
 void TplDomainObject::Destroy() {
   if (FHasRetainerList && FRetainerList.Count() > 0) {
     // Misspelt as applications know it.
-    throw Exception(Format(
-        "TplDomainObject.Destry error: Class = %s, RefCount = %s, Owner list size = %s !",
-        ClassName(), RefCount(), FRetainerList.Count()));
+    throw Exception(
+        Format("TplDomainObject.Destry error: Class = %s, RefCount = %s, Owner list size = %s !",
+               ClassName(), RefCount(), FRetainerList.Count()));
   }
   FHasRetainerList = false;
   TplAuthorizedObject::Destroy();
@@ -89,7 +89,8 @@ std::uint64_t TplDomainObject::GetNextMemorySequence() {
 
 TplRetainerList& TplDomainObject::NeedRetainerList() {
   if (!FHasRetainerList) {
-    const std::string message = Format("Objekt razreda %s nima določene liste lastnikov!", ClassName());
+    const std::string message =
+        Format("Objekt razreda %s nima določene liste lastnikov!", ClassName());
     ILog(message);
     throw Exception(message);
   }

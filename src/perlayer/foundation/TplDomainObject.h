@@ -4,11 +4,11 @@
 //
 // Invariant: FRetainerList holds one entry per outstanding AddRef, so its Count equals RefCount().
 //
-// Notification walks from an object to its retainers that are domain objects, and on from them; other
-// retainers (forms, the application, providers) are passed over.
+// Notification walks from an object to its retainers that are domain objects, and on from them;
+// other retainers (forms, the application, providers) are passed over.
 //
-// Belongs to the main thread. The releaser thread reads references under the LockRefs protocol below;
-// everything else is the main thread's alone.
+// Belongs to the main thread. The releaser thread reads references under the LockRefs protocol
+// below; everything else is the main thread's alone.
 
 #include <cstdint>
 #include <string>
@@ -61,8 +61,8 @@ class TplDomainObject : public TplAuthorizedObject {
                        TINotifiedObjectList* AVisitedObjectList);
 
   // The right to read or change the references, for the main thread (true) or the releaser thread
-  // (false). A main-thread reader takes nothing; a main-thread writer cancels the releaser thread and
-  // waits for it; the releaser thread never waits: false tells it to give up.
+  // (false). A main-thread reader takes nothing; a main-thread writer cancels the releaser thread
+  // and waits for it; the releaser thread never waits: false tells it to give up.
   bool LockRefsRead(bool AbMainThread);
   bool LockRefsWrite(bool AbMainThread);
   bool UnlockRefsRead(bool AbMainThread);

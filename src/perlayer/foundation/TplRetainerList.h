@@ -1,10 +1,10 @@
 #pragma once
-// TplRetainerList: who holds an object. One entry per outstanding AddRef, the creator's included, in
-// the order of AddRef; a retainer that holds three times stands here three times.
+// TplRetainerList: who holds an object. One entry per outstanding AddRef, the creator's included,
+// in the order of AddRef; a retainer that holds three times stands here three times.
 //
-// An entry is the retainer's class, as it was at AddRef, and a handle to the retainer. A retainer that
-// was destroyed without letting go is thus told from a living one without its memory being read, and
-// its class can still be named. The first entry needs no memory of its own.
+// An entry is the retainer's class, as it was at AddRef, and a handle to the retainer. A retainer
+// that was destroyed without letting go is thus told from a living one without its memory being
+// read, and its class can still be named. The first entry needs no memory of its own.
 //
 // Main thread only.
 
@@ -44,9 +44,7 @@ class TplRetainerList {
     TObjectHandle retainer;
   };
   TEntry& At(int index) const;  // raises EListError outside
-  TEntry* Entries() const {
-    return FCapacity == 0 ? const_cast<TEntry*>(&FFirst) : FEntries;
-  }
+  TEntry* Entries() const { return FCapacity == 0 ? const_cast<TEntry*>(&FFirst) : FEntries; }
 
   std::uint32_t FCount = 0;
   std::uint32_t FCapacity = 0;  // 0: FFirst is the storage, for one entry

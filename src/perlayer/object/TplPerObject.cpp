@@ -31,9 +31,7 @@ void TplPerObject::DoNotifyAction(TplDomainObject* Sender, TIBaseObjectAction Ac
   if (!FDestroying) TplDomainObject::DoNotifyAction(Sender, ActionType, Data, AVisitedObjectList);
 }
 
-std::string TplPerObject::GetTextDescription() {
-  return Format("[%s] %s", GetGID(), ClassName());
-}
+std::string TplPerObject::GetTextDescription() { return Format("[%s] %s", GetGID(), ClassName()); }
 
 bool TplPerObject::GetReadOnly() {
   if (AuthManager()->HasObjectRights(this, {TIAccessRight::arUpdate})) return false;
@@ -99,8 +97,7 @@ std::string TplPerObject::GetAttrValue(const std::string& AName) {
     return FCalcAttrValueProc != nullptr ? (*FCalcAttrValueProc)(this, AName)
                                          : GetCalcAttrValue(AName);
   }
-  throw Exception(
-      Format("GetAttrValue Wrong attribute %s(%s) %s", ClassName(), GetGID(), AName));
+  throw Exception(Format("GetAttrValue Wrong attribute %s(%s) %s", ClassName(), GetGID(), AName));
 }
 
 std::string TplPerObject::GetAttrOldValue(const std::string& AName) {
@@ -127,9 +124,10 @@ double TplPerObject::GetAttrValueAsFloat(const std::string& AName) {
   if (text.empty()) return NoFloat();
   double value;
   if (TryStrToFloat(text, value, FrozenFormatSettings())) return value;
-  ILog(Format("TplPerObject.GetAttrValueAsFloat: Napaka pri %s.GetAttrValueAsFloat(%s), value=%s, "
-              "ID=%s",
-              ClassName(), AName, text, GetGID()));
+  ILog(
+      Format("TplPerObject.GetAttrValueAsFloat: Napaka pri %s.GetAttrValueAsFloat(%s), value=%s, "
+             "ID=%s",
+             ClassName(), AName, text, GetGID()));
   return NoFloat();
 }
 

@@ -1,6 +1,6 @@
 #pragma once
-// TplPerObject: the base class of every persistent business object. One instance stands for one row,
-// identified by its provider and an ID. Applications derive their classes from it.
+// TplPerObject: the base class of every persistent business object. One instance stands for one
+// row, identified by its provider and an ID. Applications derive their classes from it.
 //
 // All values are text in the store `data`; typed reading converts on the way out. The number that
 // stands for no value is kNoFloat, the date kNoDate.
@@ -43,7 +43,8 @@ class TplPerObject : public TplDomainObject {
   static constexpr double kNoFloat = -2147483647.0;
   static constexpr TDateTime kNoDate = -1.0;
 
-  // AOwner is the provider. Raises "TplPerObject.Create: Can not create new object without provider!"
+  // AOwner is the provider. Raises "TplPerObject.Create: Can not create new object without
+  // provider!"
   void Create(TPlBaseObject* AOwner, TObject* ARetainer) override;
   void Destroy() override;
 
@@ -88,7 +89,9 @@ class TplPerObject : public TplDomainObject {
   // Raise "GetAttrValue Wrong attribute %s(%s) %s" when the class has no attribute of that name.
   virtual std::string GetAttrValue(const std::string& AName);
   virtual std::string GetAttrOldValue(const std::string& AName);
-  virtual std::string GetAttrValueForReport(const std::string& AName) { return GetAttrValue(AName); }
+  virtual std::string GetAttrValueForReport(const std::string& AName) {
+    return GetAttrValue(AName);
+  }
   virtual std::string GetCalcAttrValue(const std::string& AName);
 
   // No value and a text that is no number read as kNoFloat; the latter is logged.
@@ -149,7 +152,7 @@ class TplPerObject : public TplDomainObject {
   bool FDestroying = false;
   TplLockedBy FLockedBy = TplLockedBy::lbNone;
   int FTag = 0;
-  TplProvider* FProvider = nullptr;  // not owned; never nil after Create
+  TplProvider* FProvider = nullptr;                        // not owned; never nil after Create
   std::unique_ptr<TCalcAttrValueProc> FCalcAttrValueProc;  // most objects have none
 };
 

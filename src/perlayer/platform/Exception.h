@@ -3,8 +3,8 @@
 // the failure it was. Names begin with E.
 
 #include <exception>
-#include <type_traits>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 namespace perlayer {
@@ -25,15 +25,15 @@ class Exception : public std::exception {
     using Base::Base;                  \
   }
 
-PERLAYER_EXCEPTION(EAbort, Exception);            // leaves the action silently; nobody shows it
-PERLAYER_EXCEPTION(EConvertError, Exception);     // a text or value that is not what it should be
-PERLAYER_EXCEPTION(EListError, Exception);        // index outside a list, duplicate, sorted list
-PERLAYER_EXCEPTION(EInvalidCast, Exception);      // an object of another class than asked for
-PERLAYER_EXCEPTION(EVariantError, EConvertError); // a variant of another kind than asked for
-PERLAYER_EXCEPTION(EAbstractError, Exception);    // an operation or class that must be derived
-PERLAYER_EXCEPTION(EAssertionFailed, Exception);  // a programming fault that is always checked
-PERLAYER_EXCEPTION(EStreamError, Exception);      // reading or writing a file failed
-PERLAYER_EXCEPTION(EComponentError, Exception);   // component names: duplicate or malformed
+PERLAYER_EXCEPTION(EAbort, Exception);             // leaves the action silently; nobody shows it
+PERLAYER_EXCEPTION(EConvertError, Exception);      // a text or value that is not what it should be
+PERLAYER_EXCEPTION(EListError, Exception);         // index outside a list, duplicate, sorted list
+PERLAYER_EXCEPTION(EInvalidCast, Exception);       // an object of another class than asked for
+PERLAYER_EXCEPTION(EVariantError, EConvertError);  // a variant of another kind than asked for
+PERLAYER_EXCEPTION(EAbstractError, Exception);     // an operation or class that must be derived
+PERLAYER_EXCEPTION(EAssertionFailed, Exception);   // a programming fault that is always checked
+PERLAYER_EXCEPTION(EStreamError, Exception);       // reading or writing a file failed
+PERLAYER_EXCEPTION(EComponentError, Exception);    // component names: duplicate or malformed
 
 // A message for any exception: Message() of ours, what() of the standard library's.
 inline std::string ExceptionMessage(const std::exception& e) { return e.what(); }

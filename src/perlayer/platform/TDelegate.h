@@ -1,6 +1,6 @@
 #pragma once
-// TDelegate: an event, that is a function to call back or nothing. Two delegates are equal when they
-// call the same code on the same object; SameCode compares the code alone.
+// TDelegate: an event, that is a function to call back or nothing. Two delegates are equal when
+// they call the same code on the same object; SameCode compares the code alone.
 //
 //   TNotifyEvent event = TNotifyEvent::Bind<&TForm::Changed>(form);
 //   if (event) event(sender);
@@ -77,7 +77,8 @@ class TDelegate<TResult(TArgs...)> {
 
   // REQUIRES: the delegate is set.
   TResult operator()(TArgs... args) const {
-    // A handler may clear or replace the event it is called through; the callable stays for the call.
+    // A handler may clear or replace the event it is called through; the callable stays for the
+    // call.
     const auto kept = FKept;
     return FCode(FObject, std::forward<TArgs>(args)...);
   }

@@ -1,7 +1,7 @@
 #pragma once
 // TLayer: one loaded layer, and everything in it of which a process has one. Such an instance
-// ("part") is made on first use and lives in the layer object, never in a static of its own, so that
-// a test loads a fresh layer and leaves nothing behind.
+// ("part") is made on first use and lives in the layer object, never in a static of its own, so
+// that a test loads a fresh layer and leaves nothing behind.
 //
 // One layer is loaded at a time. It belongs to the main thread: parts are made there; a part that
 // other threads use says so itself.
@@ -15,28 +15,28 @@ namespace perlayer {
 
 // Ranks, in the order of unloading: the first to go stands first.
 enum class TLayerPart : std::size_t {
-  classMaps,          // class maps that the layer was given to keep, with their providers
-  dictionary,         // TplGlobalDictionary
-  statistics,         // TIPerLayerStatistics
-  settings,           // TIPerLayerSettings
-  providerList,       // TplProviderList
-  persistantLayer,    // TIPersistantLayer
-  callBacks,          // TIProviderCallBacks
-  authManager,        // TAuthManager
-  providerState,      // green mode and the temporary-ID counter
-  foundationState,    // notification switch, last message, memory sequence
-  tableOwners,        // TIGetTableOwner
-  localizer,          // TILocalizeDisplayLabel
-  codeLists,          // TISifranti
-  databases,          // registry of TIDatabase by name
-  loginInfo,          // ILoginInfo
-  systemParameters,   // ISystemParameters
-  dialogs,            // message-dialog front end
-  application,        // TApplication
-  statements,         // parsed SQL texts
-  log,                // ILog
-  formatSettings,     // TFormatSettings
-  clock,              // TClock
+  classMaps,         // class maps that the layer was given to keep, with their providers
+  dictionary,        // TplGlobalDictionary
+  statistics,        // TIPerLayerStatistics
+  settings,          // TIPerLayerSettings
+  providerList,      // TplProviderList
+  persistantLayer,   // TIPersistantLayer
+  callBacks,         // TIProviderCallBacks
+  authManager,       // TAuthManager
+  providerState,     // green mode and the temporary-ID counter
+  foundationState,   // notification switch, last message, memory sequence
+  tableOwners,       // TIGetTableOwner
+  localizer,         // TILocalizeDisplayLabel
+  codeLists,         // TISifranti
+  databases,         // registry of TIDatabase by name
+  loginInfo,         // ILoginInfo
+  systemParameters,  // ISystemParameters
+  dialogs,           // message-dialog front end
+  application,       // TApplication
+  statements,        // parsed SQL texts
+  log,               // ILog
+  formatSettings,    // TFormatSettings
+  clock,             // TClock
   count
 };
 

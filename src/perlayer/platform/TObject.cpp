@@ -68,8 +68,8 @@ void TObject::Destroy() { TSlotTable::SetState(FSlot, TSlotState::shell); }
 
 void TObject::FreeInstance() { delete this; }
 
-// Create has raised. Its exception is the one that the caller must see, so what Destroy may raise on
-// a half-made object ends here; the memory then stays, as after any Destroy that raises.
+// Create has raised. Its exception is the one that the caller must see, so what Destroy may raise
+// on a half-made object ends here; the memory then stays, as after any Destroy that raises.
 void TObject::DestroyHalfMade() noexcept {
   try {
     AbandonCreation();

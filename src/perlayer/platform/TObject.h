@@ -23,24 +23,25 @@
 #include "perlayer/platform/TSlotTable.h"
 
 // Ties a class to its TClass. Leaves the access at `private`, as a class body begins.
-#define TCLASS(Self, Base) TCLASS_WITH_DESTRUCTOR(Self, Base) \
- protected:                                                   \
-  ~Self() override = default;                                 \
-                                                              \
+#define TCLASS(Self, Base)           \
+  TCLASS_WITH_DESTRUCTOR(Self, Base) \
+ protected:                          \
+  ~Self() override = default;        \
+                                     \
  private:
 
 // The same for a class whose members' types are incomplete in its header: it declares a protected
 // destructor and defaults it in its source file.
-#define TCLASS_WITH_DESTRUCTOR(Self, Base)                                        \
- public:                                                                          \
-  using TSelf = Self;                                                             \
-  using Inherited = Base;                                                         \
-  static const ::perlayer::TClass& ClassInfo() {                                  \
+#define TCLASS_WITH_DESTRUCTOR(Self, Base)                                                  \
+ public:                                                                                    \
+  using TSelf = Self;                                                                       \
+  using Inherited = Base;                                                                   \
+  static const ::perlayer::TClass& ClassInfo() {                                            \
     static const ::perlayer::TClass info = ::perlayer::TClass::Describe<Self, Base>(#Self); \
-    return info;                                                                  \
-  }                                                                               \
-  friend class ::perlayer::TClass;                                                \
-                                                                                  \
+    return info;                                                                            \
+  }                                                                                         \
+  friend class ::perlayer::TClass;                                                          \
+                                                                                            \
  private:
 
 namespace perlayer {

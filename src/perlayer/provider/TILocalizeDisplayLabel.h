@@ -1,6 +1,6 @@
 #pragma once
-// TILocalizeDisplayLabel: sees to it, when a class map is loaded, that the display label of each field
-// and the one in its validation string agree. Main thread only.
+// TILocalizeDisplayLabel: sees to it, when a class map is loaded, that the display label of each
+// field and the one in its validation string agree. Main thread only.
 
 #include "perlayer/corekit/TIFieldInfo.h"
 #include "perlayer/platform/TList.h"

@@ -4,11 +4,11 @@
 #include "perlayer/provider/TplProvider.h"
 #include "perlayer/provider/TplProviderList.h"
 
-#define TPROVIDER(ProviderClass, ObjectClass)                                               \
-  class ProviderClass : public ::perlayer::TplProvider {                                    \
-    TCLASS(ProviderClass, ::perlayer::TplProvider)                                          \
-   public:                                                                                  \
+#define TPROVIDER(ProviderClass, ObjectClass)                                                 \
+  class ProviderClass : public ::perlayer::TplProvider {                                      \
+    TCLASS(ProviderClass, ::perlayer::TplProvider)                                            \
+   public:                                                                                    \
     ::perlayer::TplPerObject* InternalCreateObject(::perlayer::TObject* ARetainer) override { \
-      return ::perlayer::New<ObjectClass>(this, ARetainer);                                 \
-    }                                                                                       \
+      return ::perlayer::New<ObjectClass>(this, ARetainer);                                   \
+    }                                                                                         \
   };

@@ -1,7 +1,7 @@
 #pragma once
 // TPlClassMetaData: what the attributes of a class are. Real attributes are the fields of its query
-// in the class map, in their order: the position of an attribute is its field index and its index in
-// the value store. Calculated attributes exist in code only; every class has "DESCRIPTION".
+// in the class map, in their order: the position of an attribute is its field index and its index
+// in the value store. Calculated attributes exist in code only; every class has "DESCRIPTION".
 //
 // Held by its provider. Main thread only.
 
@@ -24,6 +24,7 @@ class TPlClassMetaData : public TPlBaseObject {
  public:
   using TCalcAttributes = TTextList<std::unique_ptr<TplAttrProperties>>;
 
+  using TPlBaseObject::Create;
   void Create(TplProvider* AOwner, TObject* ARetainer);
   void Destroy() override;
 
@@ -45,14 +46,14 @@ class TPlClassMetaData : public TPlBaseObject {
                         int AiSize, std::string_view AsSifrant);
   const TCalcAttributes& CalcAttributes() const { return FCalcAttr; }
 
-  TField* GetField(std::string_view sName);         // nullptr when absent
-  TField* GetFieldByIndex(int AAttributeIndex);     // nullptr outside
+  TField* GetField(std::string_view sName);      // nullptr when absent
+  TField* GetFieldByIndex(int AAttributeIndex);  // nullptr outside
   int BookmarkSize() const { return 10; }
 
  private:
   TDataSet* Data() const;  // raises when the class map has gone
 
-  TplProvider* FProvider = nullptr;  // not owned: it holds this object
+  TplProvider* FProvider = nullptr;   // not owned: it holds this object
   TStringList* FAttrNames = nullptr;  // owned; made on first use
   TCalcAttributes FCalcAttr;          // sorted
   TObjectHandle FData;                // the class map's query

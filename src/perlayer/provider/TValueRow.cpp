@@ -35,8 +35,7 @@ TValueRow& TValueRow::operator=(const TValueRow& other) {
     return *this;
   }
   auto block = NewBlock(other.FBlock[0], other.ByteCount());
-  std::memcpy(block.get(), other.FBlock.get(),
-              (1 + other.FBlock[0]) * kWord + other.ByteCount());
+  std::memcpy(block.get(), other.FBlock.get(), (1 + other.FBlock[0]) * kWord + other.ByteCount());
   FBlock = std::move(block);
   return *this;
 }
@@ -104,7 +103,8 @@ void TRowWriter::WriteInteger(std::int64_t value) {
 
 void TRowWriter::WriteNumber(double value) {
   // Most numbers of a database are whole.
-  if (value > -1e15 && value < 1e15 && value == static_cast<double>(static_cast<std::int64_t>(value))) {
+  if (value > -1e15 && value < 1e15 &&
+      value == static_cast<double>(static_cast<std::int64_t>(value))) {
     return WriteInteger(static_cast<std::int64_t>(value));
   }
   std::string text;

@@ -1,6 +1,6 @@
 #pragma once
-// TValueRow: the values of a row as texts by position, in one block of memory. Belongs to the thread
-// that owns the object around it.
+// TValueRow: the values of a row as texts by position, in one block of memory. Belongs to the
+// thread that owns the object around it.
 
 #include <array>
 #include <cstddef>
@@ -38,9 +38,7 @@ class TValueRow {
   friend class TRowWriter;
   // The block: the count, the end of each value, then the bytes of all values.
   const std::uint32_t* Header() const { return FBlock.get(); }
-  const char* Bytes() const {
-    return reinterpret_cast<const char*>(FBlock.get() + 1 + FBlock[0]);
-  }
+  const char* Bytes() const { return reinterpret_cast<const char*>(FBlock.get() + 1 + FBlock[0]); }
   char* Bytes() { return const_cast<char*>(static_cast<const TValueRow*>(this)->Bytes()); }
   std::size_t ByteCount() const { return FBlock[0] == 0 ? 0 : FBlock[FBlock[0]]; }
   static std::unique_ptr<std::uint32_t[]> NewBlock(std::size_t count, std::size_t bytes);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "perlayer/corekit/ILog.h"
 #include "perlayer/corekit/TIQuery.h"
 #include "perlayer/corekit/TIUpdateSQL.h"
 #include "perlayer/platform/Format.h"
@@ -20,7 +21,11 @@ namespace {
 struct TKeptClassMaps {
   std::vector<TOwned<TcmpClassMap>> maps;
   ~TKeptClassMaps() {
-    TplProviderList::Instance()->FreeProviders();
+    try {
+      TplProviderList::Instance()->FreeProviders();
+    } catch (const std::exception& e) {  // of an application's hook; the layer goes all the same
+      ILog(Format("Unloading the layer: %s", e.what()));
+    }
     while (!maps.empty()) maps.pop_back();
   }
 };
@@ -35,9 +40,7 @@ TcmpClassMap* AddClassMap(TClassMapDefinition definition) {
   return maps.back().Get();
 }
 
-TcmpClassMap* LoadClassMap(const std::string& path) {
-  return AddClassMap(ReadClassMapFile(path));
-}
+TcmpClassMap* LoadClassMap(const std::string& path) { return AddClassMap(ReadClassMapFile(path)); }
 
 TFieldType TcmpClassMap::FieldTypeOf(TClassMapFieldType type) {
   switch (type) {
@@ -62,15 +65,11 @@ void TcmpClassMap::Create(TClassMapDefinition ADefinition) {
   TdmIBaseModule::Create(nullptr);
 }
 
-void TcmpClassMap::Destroy() {
-  FreeAndNil(FValidInfo1);
-  TdmIBaseModule::Destroy();
-}
-
 void TcmpClassMap::InternalLoadComponents() {
   if (FDefinition.queries.empty() && FDefinition.updateSqls.empty()) FDefinition = Define();
   CheckClassMap(FDefinition);
-  FValidInfo1 = New<TIValidInfo>();
+  FValidInfo1 = New<TIValidInfo>(this);
+  FValidInfo1->Name("IValidInfo1");
   for (const TClassMapQuery& query : FDefinition.queries) LoadQuery(query);
   for (const TClassMapUpdateSql& update : FDefinition.updateSqls) LoadUpdateSql(update);
   TdmIBaseModule::InternalLoadComponents();
@@ -87,9 +86,9 @@ void TcmpClassMap::LoadQuery(const TClassMapQuery& definition) {
     TField* field = NewField(query, FieldTypeOf(item.type), item.name, item.size);
     field->Required(item.required);
     field->DisplayLabel(item.label);
-    field->ValidString(ValidInfo2ValidString({std::string(ValidKindOfCodeList(item.codeList)),
-                                              field->DisplayLabel(), item.size, item.required,
-                                              item.codeList}));
+    field->ValidString(
+        ValidInfo2ValidString({std::string(ValidKindOfCodeList(item.codeList)),
+                               field->DisplayLabel(), item.size, item.required, item.codeList}));
   }
 }
 

@@ -1,6 +1,6 @@
 #pragma once
-// TcmpClassMap: the SQL of a group of classes, as named components. The query of class TplX is "quX",
-// its update SQL "usX" and, for further tables, "usX_" and anything.
+// TcmpClassMap: the SQL of a group of classes, as named components. The query of class TplX is
+// "quX", its update SQL "usX" and, for further tables, "usX_" and anything.
 //
 // A class map is made before the providers of its classes, and retains them. Main thread only.
 
@@ -27,7 +27,6 @@ class TcmpClassMap : public TdmIBaseModule {
 
   using TdmIBaseModule::Create;
   void Create(TClassMapDefinition ADefinition);
-  void Destroy() override;
 
   // The shared query of that name (any case), its comment lines emptied. Copy it before opening or
   // changing it. Raises "No query for %s"; a component of that name that is no query is an
@@ -56,8 +55,8 @@ class TcmpClassMap : public TdmIBaseModule {
   void LoadQuery(const TClassMapQuery& definition);
   void LoadUpdateSql(const TClassMapUpdateSql& definition);
 
-  TClassMapDefinition FDefinition;  // kept for the calculated fields
-  TIValidInfo* FValidInfo1 = nullptr;  // owned
+  TClassMapDefinition FDefinition;     // kept for the calculated fields
+  TIValidInfo* FValidInfo1 = nullptr;  // a component of this map
 };
 
 // The class map of views. It stands twice among the loaded class maps until it goes: its handlers

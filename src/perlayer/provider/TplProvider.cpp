@@ -1,5 +1,6 @@
 #include "perlayer/provider/TplProvider.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "perlayer/corekit/TDriver.h"
@@ -26,9 +27,7 @@ struct TProviderState {
   std::int64_t temporaryId = 1;
 };
 
-TProviderState& ProviderState() {
-  return TLayer::Part<TProviderState>(TLayerPart::providerState);
-}
+TProviderState& ProviderState() { return TLayer::Part<TProviderState>(TLayerPart::providerState); }
 
 void ShowInformation(const std::string& text) {
   BoMessageDlg(text, TMsgDlgType::mtInformation, {TMsgDlgBtn::mbOK}, TMsgDlgBtn::mbOK,
@@ -39,7 +38,8 @@ void ShowInformation(const std::string& text) {
 template <class T>
 class TRestore {
  public:
-  TRestore(T& variable, T value) : FVariable(variable), FOld(std::exchange(variable, std::move(value))) {}
+  TRestore(T& variable, T value)
+      : FVariable(variable), FOld(std::exchange(variable, std::move(value))) {}
   ~TRestore() { FVariable = std::move(FOld); }
   TRestore(const TRestore&) = delete;
   TRestore& operator=(const TRestore&) = delete;
@@ -84,7 +84,10 @@ void TplProvider::CheckQueryExistance() {
 
 // --- names and settings ---
 
-void TplProvider::SetQueryName() { FQueryName = "qu" + ClassName().substr(3); }
+void TplProvider::SetQueryName() {
+  const std::string name = ClassName();
+  FQueryName = "qu" + name.substr(std::min<std::size_t>(3, name.size()));
+}
 
 bool TplProvider::CreatesClass(std::string_view AClassName) {
   std::string name = UpperCase(ClassName());
@@ -124,8 +127,7 @@ std::string TplProvider::GetTableName() {
   if (!FsTableName.empty()) return FsTableName;
   const TOwned<TList> list(aiClassMap()->GetUpdateSQLList(FQueryName));
   if (list->Count() == 0) throw Exception("No UpdateSQL for " + FQueryName);
-  const std::string insert =
-      static_cast<TIUpdateSQL*>(list->Items(0))->Text(TIUpdateSQL::usInsert);
+  const std::string insert = static_cast<TIUpdateSQL*>(list->Items(0))->Text(TIUpdateSQL::usInsert);
   const std::size_t owner = AsciiUpperCase(insert).find(FsTableOwner + ".");
   if (owner == std::string::npos) {
     throw Exception(
@@ -182,8 +184,7 @@ void TplProvider::IdToSQL(const std::string& sId, TIQuery* NewQuery) {
   NewQuery->ParamByName(GetIDAttrName()).AsString(sId);
 }
 
-bool TplProvider::FetchSpecToSQL(TIQuery* Query, const std::string& FetchSpec,
-                                 const std::string&) {
+bool TplProvider::FetchSpecToSQL(TIQuery* Query, const std::string& FetchSpec, const std::string&) {
   std::string condition = FetchSpec;
   if (!FActiveFieldName.empty() && !GetIncludeDeactivated()) {
     if (!condition.empty()) condition += " AND ";
@@ -213,10 +214,9 @@ void TplProvider::GetQueryForObject(const std::string& sId, TIQuery*& AQuery, bo
   if (AFreeExisting) FreeAndNil(AQuery);
   TOwned<TIQuery> query = Make<TIQuery>();
   GetQuery(query.Get());
-  if (!FActiveFieldName.empty() && !GetIncludeDeactivated()) AppendActiveCondition(query.Get());
   IdToSQL(sId, query.Get());
-  PerLayerStatistics()->Timed(TIPerLayerStatisticsStartTimingType::ttOpen,
-                              [&] { query->Open(); });
+  if (!FActiveFieldName.empty() && !GetIncludeDeactivated()) AppendActiveCondition(query.Get());
+  PerLayerStatistics()->Timed(TIPerLayerStatisticsStartTimingType::ttOpen, [&] { query->Open(); });
   AQuery = query.Release();
 }
 
@@ -224,8 +224,7 @@ TIQuery* TplProvider::OpenFetchSpec(const std::string& FetchSpec) {
   TOwned<TIQuery> query = Make<TIQuery>();
   GetQuery(query.Get());
   FetchSpecToSQL(query.Get(), FetchSpec, "");
-  PerLayerStatistics()->Timed(TIPerLayerStatisticsStartTimingType::ttOpen,
-                              [&] { query->Open(); });
+  PerLayerStatistics()->Timed(TIPerLayerStatisticsStartTimingType::ttOpen, [&] { query->Open(); });
   return query.Release();
 }
 
@@ -246,8 +245,8 @@ const TRowBinding& TplProvider::BindRow(const std::shared_ptr<const TColumnLayou
     // A date that comes from an expression is a bare number in the row: the class map knows better.
     const TField* field = metaData->GetFieldByIndex(static_cast<int>(i));
     const bool declaredDate = field != nullptr && field->DataType() == TFieldType::ftDateTime;
-    binding.columns[i] = {column, type == TColumnType::dateTime ||
-                                      (type == TColumnType::number && declaredDate)};
+    binding.columns[i] = {
+        column, type == TColumnType::dateTime || (type == TColumnType::number && declaredDate)};
   }
   binding.layout = layout;
   FRowBinding = std::move(binding);
@@ -279,9 +278,9 @@ TplPerObject* TplProvider::GetObject(TObject* ARetainer, const std::string& sId,
   TplGlobalDictionary* dictionary = GlobalDictionary();
   TplPerObject* object = nullptr;
   if (dictionary->aiUSEDICTIONARY()) {
-    object = PerLayerStatistics()->Timed(
-        TIPerLayerStatisticsStartTimingType::ttDictionary,
-        [&] { return dictionary->GetObject(ARetainer, this, sId, bIncludeSubclasses); });
+    object = PerLayerStatistics()->Timed(TIPerLayerStatisticsStartTimingType::ttDictionary, [&] {
+      return dictionary->GetObject(ARetainer, this, sId, bIncludeSubclasses);
+    });
   }
   if (object == nullptr) {
     TIQuery* opened = nullptr;
@@ -341,7 +340,7 @@ TplPerObject* TplProvider::FetchObjectFromDataSet(TObject* ARetainer, TDataSet* 
     TIQuery* changed = query;
     provider = GetProviderFromDataSet(ds, changed);
     if (changed != query) FreeAndNil(changed);
-    Assert(provider != nullptr, "Wrong result class in provider");
+    Assert(provider != nullptr, "Wrong class in provider");
   }
   TplPerObject* object = provider->InternalCreateObject(ARetainer);
   try {
@@ -364,9 +363,9 @@ TplPerObject* TplProvider::FetchObjectFromDataSet(TObject* ARetainer, TDataSet* 
 void TplProvider::CheckOneRow(TIQuery* query, TplPerObject* object, const std::string& FetchSpec) {
   query->Next();
   if (query->Eof()) return;
-  throw Exception(Format(
-      "TplProvider.FetchObject: Dobil več kot en objekt tipa %s!\r\rPogoj:\r%s\r\rSQL:\r%s",
-      object->ClassName(), FetchSpec, query->SQLText()));
+  throw Exception(
+      Format("TplProvider.FetchObject: Dobil več kot en objekt tipa %s!\r\rPogoj:\r%s\r\rSQL:\r%s",
+             object->ClassName(), FetchSpec, query->SQLText()));
 }
 
 TplPerObject* TplProvider::FetchObject(TObject* ARetainer, const std::string& FetchSpec,
@@ -451,8 +450,7 @@ void TplProvider::ReloadObjectInGlobalDictionary(
   }
 }
 
-TplProvider* TplProvider::CannotDetermineProvider(TplProvider* AProvider,
-                                                  const std::string& AField,
+TplProvider* TplProvider::CannotDetermineProvider(TplProvider* AProvider, const std::string& AField,
                                                   const std::string& ACurrentValue,
                                                   std::span<const std::string> AValidValues) {
   throw Exception(Format(

@@ -186,6 +186,8 @@ class TplProvider : public TplAuthorizedObject {
     SetOnSetAttrErrorEvent(std::move(event));
   }
   TcmpClassMap* aiClassMap() const;  // raises "No class map defined for provider %s"
+  // The class map as a retainer: nullptr once it has gone.
+  TObject* ClassMapAsRetainer() const { return cmpClassMap.Get(); }
   const std::string& aiQueryName() const { return FQueryName; }
   void aiQueryName(const std::string& name) { FQueryName = name; }
   bool aiIncludeDeactivated() { return GetIncludeDeactivated(); }

@@ -14,7 +14,9 @@ TplProviderList* TplProviderList::Instance() {
   return TLayer::ObjectPart<TplProviderList>(TLayerPart::providerList);
 }
 
-TplProvider* TplProviderList::GetProvider(int AIndex) const { return As<TplProvider>(Items(AIndex)); }
+TplProvider* TplProviderList::GetProvider(int AIndex) const {
+  return As<TplProvider>(Items(AIndex));
+}
 
 TplProvider* TplProviderList::GetProviderFor(std::string_view AClassName) const {
   const std::string name = UpperCase(AClassName);
@@ -40,7 +42,7 @@ void TplProviderList::FreeProviders() {
       ILog(Format("Finalization: RefCount of %s is %d!", provider->ClassName(),
                   provider->RefCount()));
     }
-    provider->Release(provider->aiClassMap());
+    provider->Release(provider->ClassMapAsRetainer());
   }
 }
 

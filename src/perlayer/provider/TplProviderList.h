@@ -29,8 +29,8 @@ class TplProviderList : public TList {
   // No provider has a cache yet.
   void ClearCache() {}
   void FinalizeProviders();
-  // Lets go of every provider in its class map's name. One that somebody else still holds is told in
-  // the log and lives on.
+  // Lets go of every provider in its class map's name. One that somebody else still holds is told
+  // in the log and lives on.
   void FreeProviders();
 };
 
@@ -44,9 +44,8 @@ T* Provider() {
   throw Exception("There is no provider of class " + std::string(T::ClassInfo().Name()));
 }
 
-using TIOnPerObjectValidateAttribute =
-    TDelegate<void(TplPerObject* APerObject, bool& AResult, const std::string& AAttribute,
-                   const Variant& AValue)>;
+using TIOnPerObjectValidateAttribute = TDelegate<void(
+    TplPerObject* APerObject, bool& AResult, const std::string& AAttribute, const Variant& AValue)>;
 using TIOnPerObjectEvent = TDelegate<void(TplPerObject* APerObject)>;
 
 class TIProviderCallBacks {

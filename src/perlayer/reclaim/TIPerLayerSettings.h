@@ -21,9 +21,8 @@ using TIProviderOptimizationSet = TEnumSet<TIProviderOptimization>;
 
 enum class TUIExists : std::uint8_t { ueNotAssigned, ueYes, ueNo };
 
-using TIOnProgress =
-    TDelegate<void(TObject* Sender, const std::string& AMessage, int AProgress, int AMax,
-                   bool AShow, bool ACanCancel, bool& ACancel)>;
+using TIOnProgress = TDelegate<void(TObject* Sender, const std::string& AMessage, int AProgress,
+                                    int AMax, bool AShow, bool ACanCancel, bool& ACancel)>;
 
 class TIPerLayerSettings : public TObject {
   TCLASS(TIPerLayerSettings, TObject)
@@ -89,8 +88,8 @@ class TIPerLayerSettings : public TObject {
  private:
   TIProviderOptimizationSet FOptimizationSet = {TIProviderOptimization::poSQLModify};
   bool FCacheEnabled = true;
-  TList* FProviderList = nullptr;                  // owned; its items are not
-  TList* FNewlyCreatedCachableObjects = nullptr;   // owned; its items are not
+  TList* FProviderList = nullptr;                 // owned; its items are not
+  TList* FNewlyCreatedCachableObjects = nullptr;  // owned; its items are not
   bool FReleaseLog = false;
   TNotifyEvent FStartTransaction;
   TNotifyEvent FCommitTransaction;

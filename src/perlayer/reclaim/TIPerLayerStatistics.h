@@ -1,6 +1,6 @@
 #pragma once
-// TIPerLayerStatistics: timings, and the events by which an application's monitors follow the layer,
-// reached through PerLayerStatistics(). Main thread only.
+// TIPerLayerStatistics: timings, and the events by which an application's monitors follow the
+// layer, reached through PerLayerStatistics(). Main thread only.
 
 #include <cstdint>
 #include <string>

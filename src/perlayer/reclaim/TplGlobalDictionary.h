@@ -1,7 +1,7 @@
 #pragma once
-// TplGlobalDictionary: the place of the identity map, in its off state: every question has the answer
-// that the map gives while its switch is off, and turning it on is refused. See docs/architecture.md.
-// Main thread only.
+// TplGlobalDictionary: the place of the identity map, in its off state: every question has the
+// answer that the map gives while its switch is off, and turning it on is refused. See
+// docs/architecture.md. Main thread only.
 
 #include <string>
 

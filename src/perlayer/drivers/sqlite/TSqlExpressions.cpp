@@ -375,10 +375,7 @@ TSqlType TSqlExpressions::TranslateFunction(std::size_t name, std::size_t close,
   if (token.name == "NVL") {
     if (arguments.size() != 2) FTokens.Refuse(name, "NVL takes two arguments");
     const TSqlType type = FirstKnown(arguments);
-    for (const TSqlOperand& argument : arguments) {
-      Assign(type, argument);
-      if (type == TSqlType::number && IsText(argument)) Wrap(argument, "to_number");
-    }
+    for (const TSqlOperand& argument : arguments) Assign(type, argument);
     return type;
   }
   if (token.name == "TO_CHAR" && first == TSqlType::date) token.out = "date_to_char";
@@ -501,6 +498,16 @@ void TSqlExpressions::Assign(TSqlType column, const TSqlOperand& value) {
   if (value.IsEmpty()) return;
   if (column == TSqlType::date && IsText(value)) Wrap(value, "to_date");
   if (column == TSqlType::text && value.type == TSqlType::date) Wrap(value, "date_to_char");
+  if (column == TSqlType::number && IsText(value)) {
+    // A text that is no number must not get into the column; a bound number needs no test.
+    NoteBind(value);
+    if (!IsBoundAsNumber(value)) Wrap(value, "to_number");
+  }
+}
+
+void TSqlExpressions::NoteBind(const TSqlOperand& operand) {
+  if (operand.parameter < 0 || operand.parameter >= 64) return;
+  FBindsThatMatter |= TSqlNumberBinds{1} << operand.parameter;
 }
 
 void TSqlExpressions::Coerce(const std::vector<TSqlOperand>& operands) {
@@ -531,8 +538,7 @@ void TSqlExpressions::Coerce(const std::vector<TSqlOperand>& operands) {
   if (texts < 2) return;
   bool number = false;
   for (const TSqlOperand& operand : operands) {
-    if (operand.parameter < 0 || operand.parameter >= 64) continue;
-    FBindsThatMatter |= TSqlNumberBinds{1} << operand.parameter;
+    NoteBind(operand);
     number |= IsBoundAsNumber(operand);
   }
   if (number) wrapTexts("to_number");

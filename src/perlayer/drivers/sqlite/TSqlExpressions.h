@@ -80,6 +80,7 @@ class TSqlExpressions {
   void Coerce(const std::vector<TSqlOperand>& operands);
   bool IsBoundAsNumber(const TSqlOperand& operand) const;
   bool IsText(const TSqlOperand& operand) const;
+  void NoteBind(const TSqlOperand& operand);
   void Wrap(const TSqlOperand& operand, std::string_view function);
 
   TSqlTokens& FTokens;

@@ -165,9 +165,14 @@ void TSqlTokens::Refuse(std::size_t index, const std::string& message) const {
 
 std::string TSqlTokens::Render(TOrigins& origins) const {
   std::string sql;
+  std::string_view hiddenGap;  // what is hidden still keeps its neighbours apart
   for (const TSqlToken& token : FTokens) {
-    if (token.hidden) continue;
-    if (!sql.empty()) sql += token.gap;
+    if (token.hidden) {
+      if (hiddenGap.empty()) hiddenGap = token.gap;
+      continue;
+    }
+    if (!sql.empty()) sql += token.gap.empty() ? hiddenGap : token.gap;
+    hiddenGap = {};
     origins.emplace_back(static_cast<std::uint32_t>(sql.size()), token.offset);
     sql.append(token.before).append(token.out).append(token.after);
   }

@@ -113,7 +113,11 @@ void TSqliteStatement::Apply(std::size_t parameter) {
 void TSqliteStatement::PrepareForBinds() {
   TSqlNumberBinds numbers = 0;
   for (std::size_t i = 0; i < FBinds.size() && i < 64; ++i) {
-    if (FBinds[i].kind == TBindKind::number) numbers |= TSqlNumberBinds{1} << i;
+    const TSqlNumberBinds bit = TSqlNumberBinds{1} << i;
+    // NULL is either: it goes with what the statement is prepared for.
+    const bool isNumber = FBinds[i].kind == TBindKind::number ||
+                          (FBinds[i].kind == TBindKind::null && (FNumberBinds & bit) != 0);
+    if (isNumber) numbers |= bit;
   }
   numbers &= FShared->translation.bindsThatMatter;
   if (numbers == FNumberBinds) return;
