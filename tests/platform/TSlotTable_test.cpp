@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "perlayer/platform/TObject.h"
@@ -35,30 +36,43 @@ const TClass& ClassOf(std::size_t place) {
 }
 
 // Writers hang objects on the board and take them down while readers ask the handles. A handle
-// answers the object for which it was made, or nothing: never what came into its slot later.
-// Unused slots also wander between the writers, by the extra objects that they make and free.
+// answers the object for which it was made, or nothing: never what came into its slot later, which
+// here is always an object of another place. Slots also wander between the writers, by the extra
+// objects that they make and free.
 TEST(TSlotTable, ThreadsTakeGiveBackAndRead) {
-  std::atomic<TObjectHandle> board[kPlaces];
   static_assert(std::atomic<TObjectHandle>::is_always_lock_free);
+  constexpr int kRounds = 40000;
+  std::atomic<TObjectHandle> board[kPlaces];
   std::atomic<int> writing{2};
   std::atomic<int> wrong{0};
-  std::atomic<int> seen{0};
+  std::atomic<std::int64_t> seen{0};
   const std::int64_t live = TSlotTable::LiveCount();
 
-  const auto write = [&](std::size_t firstPlace) {
-    const std::size_t last = firstPlace + kPlaces / 2;
-    for (int round = 0; round < 10000; ++round) {
-      for (std::size_t place = firstPlace; place < last; ++place) {
-        PlaceToFill = place;
-        TObject* notice = TClassRef<TObject>(ClassOf(place)).New();
-        board[place].store(notice, std::memory_order_release);
-        notice->Free();
-        if (TObjectHandle handle = board[place].load(); handle.IsAlive()) ++wrong;
+  const auto write = [&](std::size_t first) {
+    const std::size_t last = first + kPlaces / 2;
+    TObject* hanging[kPlaces] = {};
+    const auto hang = [&](std::size_t place) {
+      PlaceToFill = place;
+      hanging[place] = TClassRef<TObject>(ClassOf(place)).New();
+      board[place].store(hanging[place], std::memory_order_release);
+    };
+    std::size_t empty = first;
+    for (std::size_t place = first + 1; place < last; ++place) hang(place);
+    // Goes on until the readers have met something, should they come late.
+    for (int round = 0; round < kRounds || (seen == 0 && round < 1000 * kRounds); ++round) {
+      for (std::size_t place = first; place < last; ++place) {
+        if (place == empty) continue;
+        hanging[place]->Free();
+        if (board[place].load().IsAlive()) ++wrong;
+        hang(std::exchange(empty, place));
       }
       if (round % 500 == 0) {
         std::vector<TOwned<TObject>> many;
         for (int i = 0; i < 300; ++i) many.push_back(Make<TObject>());
       }
+    }
+    for (std::size_t place = first; place < last; ++place) {
+      if (place != empty) hanging[place]->Free();
     }
     --writing;
   };

@@ -19,7 +19,14 @@ class TClass;
 
 namespace detail {
 const TClass* DynamicClassOf(const TObject* object);
-}
+
+template <class TMethod>
+struct TMethodOwner;
+template <class TMember, class TOwner>
+struct TMethodOwner<TMember TOwner::*> {
+  using type = TOwner;
+};
+}  // namespace detail
 
 template <class TSignature>
 class TDelegate;
@@ -30,15 +37,12 @@ class TDelegate<TResult(TArgs...)> {
   TDelegate() = default;
   TDelegate(std::nullptr_t) {}
 
-  // A member function of `object`.
+  // A member function of `object`. The identity is that of the class that declares the function,
+  // whatever descendant's pointer is given.
   template <auto Method, class T>
   static TDelegate Bind(T* object) {
-    TDelegate result;
-    result.FCode = [](void* self, TArgs... args) -> TResult {
-      return (static_cast<T*>(self)->*Method)(std::forward<TArgs>(args)...);
-    };
-    result.FObject = object;
-    return result;
+    using TOwner = typename detail::TMethodOwner<decltype(Method)>::type;
+    return BindMethod<Method, TOwner>(object);
   }
 
   // A virtual member function of `object`: the class that overrides it is part of the identity.
@@ -91,6 +95,16 @@ class TDelegate<TResult(TArgs...)> {
   }
 
  private:
+  template <auto Method, class TOwner>
+  static TDelegate BindMethod(TOwner* object) {
+    TDelegate result;
+    result.FCode = [](void* self, TArgs... args) -> TResult {
+      return (static_cast<TOwner*>(self)->*Method)(std::forward<TArgs>(args)...);
+    };
+    result.FObject = object;
+    return result;
+  }
+
   TResult (*FCode)(void*, TArgs...) = nullptr;
   void* FObject = nullptr;
   const TClass* FClass = nullptr;

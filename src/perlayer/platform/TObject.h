@@ -53,15 +53,18 @@ inline constinit thread_local std::uint32_t PendingSlot = 0;
 // Reserves a slot for one construction and takes it back when no constructor claimed it.
 class TPendingSlot {
  public:
-  explicit TPendingSlot(const TClass& cls) { PendingSlot = TSlotTable::Take(cls); }
+  explicit TPendingSlot(const TClass& cls)
+      : FOuter(std::exchange(PendingSlot, TSlotTable::Take(cls))) {}
   ~TPendingSlot() {
-    if (PendingSlot != 0) {
-      TSlotTable::GiveBack(PendingSlot);
-      PendingSlot = 0;
-    }
+    if (PendingSlot != 0) TSlotTable::GiveBack(PendingSlot);
+    PendingSlot = FOuter;
   }
   TPendingSlot(const TPendingSlot&) = delete;
   TPendingSlot& operator=(const TPendingSlot&) = delete;
+
+ private:
+  // Pending already when a base that stands before TObject creates an object of its own.
+  const std::uint32_t FOuter;
 };
 }  // namespace detail
 

@@ -18,9 +18,11 @@ class TObjectHandle {
   TObject* Get() const {
     if (FValue == 0) return nullptr;
     const TSlotTable::TRecord& record = Record();
+    // The object before the word: whoever reads a later object here also reads its later word.
+    TObject* object = record.object.load(std::memory_order_acquire);
     const std::uint64_t word = record.word.load(std::memory_order_acquire);
-    if (word != (FValue << 32 | static_cast<std::uint32_t>(TSlotState::alive))) return nullptr;
-    return record.object.load(std::memory_order_relaxed);
+    return word == (FValue << 32 | static_cast<std::uint32_t>(TSlotState::alive)) ? object
+                                                                                  : nullptr;
   }
   template <class T>
   T* GetAs() const {
@@ -59,6 +61,10 @@ class TAlive {
   TObjectHandle FHandle;
 };
 
+namespace detail {
+[[noreturn]] void RaiseInvalidCast(const TClass* from, const TClass& to);
+}
+
 // A class known only at run time, of which all that is known at compile time is that it is a T.
 template <class T>
 class TClassRef {
@@ -74,9 +80,11 @@ class TClassRef {
   const TClass* Get() const { return FClass; }
   explicit operator bool() const { return FClass != nullptr; }
 
-  // As New<T>, of the referred class. Raises EAbstractError for an abstract class.
+  // As New<T>, of the referred class. Raises EAbstractError for an abstract class and
+  // EInvalidCast when no class is referred to.
   template <class... TArgs>
   T* New(TArgs&&... args) const {
+    if (FClass == nullptr) detail::RaiseInvalidCast(nullptr, T::ClassInfo());
     T* object;
     {
       const detail::TPendingSlot pending(*FClass);
@@ -96,10 +104,6 @@ class TClassRef {
  private:
   const TClass* FClass = nullptr;
 };
-
-namespace detail {
-[[noreturn]] void RaiseInvalidCast(const TClass* from, const TClass& to);
-}
 
 template <class T>
 TClassRef<T>::TClassRef(const TClass& cls) : FClass(&cls) {

@@ -76,7 +76,8 @@ std::uint32_t TSlotTable::Take(const TClass& cls) {
   const std::uint32_t slot = cache.slots[--cache.count];
   ++cache.live;
   TRecord& record = At(slot);
-  record.cls.store(&cls, std::memory_order_relaxed);
+  // Released, as is the object: who reads these reads the word of this generation or a later one.
+  record.cls.store(&cls, std::memory_order_release);
   record.object.store(nullptr, std::memory_order_relaxed);
   const std::uint64_t generation = record.word.load(std::memory_order_relaxed) >> 32;
   record.word.store(generation << 32 | static_cast<std::uint32_t>(TSlotState::alive),
