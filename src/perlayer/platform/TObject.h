@@ -34,8 +34,8 @@
 // destructor and defaults it in its source file.
 #define TCLASS_WITH_DESTRUCTOR(Self, Base)                                                  \
  public:                                                                                    \
-  using TSelf = Self;                                                                       \
-  using Inherited = Base;                                                                   \
+  using TSelf [[maybe_unused]] = Self;                                                      \
+  using Inherited [[maybe_unused]] = Base;                                                  \
   static const ::perlayer::TClass& ClassInfo() {                                            \
     static const ::perlayer::TClass info = ::perlayer::TClass::Describe<Self, Base>(#Self); \
     return info;                                                                            \
