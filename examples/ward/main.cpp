@@ -1,6 +1,71 @@
-#include <cstdio>
+// ward: a small hospital on the layer. See `ward --help`, or begin with `ward tour`.
 
-int main() {
-  std::puts("ward");
-  return 1;
+#include <iostream>
+#include <memory>
+#include <optional>
+
+#include "Arguments.h"
+#include "Lines.h"
+#include "Load.h"
+#include "ScratchDirectory.h"
+#include "Show.h"
+#include "Tour.h"
+#include "perlayer/corekit/ILoginInfo.h"
+#include "perlayer/corekit/TFileLog.h"
+#include "perlayer/platform/TLayer.h"
+
+namespace ward {
+
+namespace {
+
+void Run(TArguments arguments) {
+  // Goes last: the layer writes its log until it is unloaded.
+  std::optional<TScratchDirectory> scratch;
+  const bool isTour = arguments.command == TCommand::tour;
+  if (isTour && arguments.database.empty()) {
+    arguments.database = scratch.emplace().File("ward.db");
+  }
+  if (arguments.database.empty()) arguments.database = "ward.db";
+
+  const TLayer layer;
+  InstallLog(std::make_unique<TFileLog>(arguments.database + ".log"));
+  ILoginInfo().LogIn("WARD", "");
+  switch (arguments.command) {
+    case TCommand::help:
+      break;
+    case TCommand::load:
+      Load(arguments.database, arguments.data);
+      break;
+    case TCommand::showPatient:
+      ShowPatient(arguments.database, arguments.id);
+      break;
+    case TCommand::showEncounter:
+      ShowEncounter(arguments.database, arguments.id);
+      break;
+    case TCommand::tour:
+      Tour(arguments.database, arguments.data, scratch.has_value());
+      break;
+  }
+}
+
+}  // namespace
+
+}  // namespace ward
+
+int main(int argc, char** argv) {
+  try {
+    const ward::TArguments arguments = ward::ReadArguments({argv + 1, argv + argc});
+    if (arguments.command == ward::TCommand::help) {
+      std::cout << ward::Usage();
+    } else {
+      ward::Run(arguments);
+    }
+    if (!std::cout.flush()) throw ward::Exception("the output cannot be written");
+    return 0;
+  } catch (const std::exception& e) {
+    std::cout.flush();
+    std::cerr << "ward: ";
+    for (const std::string& line : ward::Lines(e.what())) std::cerr << line << '\n';
+    return 1;
+  }
 }

@@ -1,0 +1,44 @@
+#include "Database.h"
+
+#include <filesystem>
+
+#include "Schema.h"
+#include "perlayer/corekit/TIQuery.h"
+#include "perlayer/platform/Format.h"
+#include "perlayer/platform/Text.h"
+
+namespace ward {
+
+double SelectNumber(TSqliteDatabase& database, const std::string& select) {
+  const TOwned<TIQuery> query = Make<TIQuery>();
+  query->DatabaseName(database->DatabaseName());
+  query->SQLText(select);
+  query->Open();
+  return query->Fields(0)->AsFloat();
+}
+
+bool HoldsWard(TSqliteDatabase& database) {
+  return SelectNumber(database, Format("select count(*) from SQLITE_MASTER where NAME = '%s.%s'",
+                                       kWardOwner, WardTables().back().name)) > 0;
+}
+
+TSqliteDatabase OpenWard(const std::string& file) {
+  const std::string remedy = "; load the hospital first: ward load --db " + file;
+  if (!std::filesystem::exists(file)) throw Exception(file + ": there is no such file" + remedy);
+  TSqliteDatabase database(kDatabase, file);
+  if (!HoldsWard(database))
+    throw Exception(file + ": the tables of the ward are not there" + remedy);
+  return database;
+}
+
+std::vector<std::string> RowCounts(TSqliteDatabase& database) {
+  std::vector<std::string> lines;
+  for (const TWardTable& table : WardTables()) {
+    const std::string name = Format("%s.%s", kWardOwner, table.name);
+    lines.push_back(IPadR(name + ":", 20) +
+                    FloatToStr(SelectNumber(database, "select count(*) from " + name)) + " rows");
+  }
+  return lines;
+}
+
+}  // namespace ward
