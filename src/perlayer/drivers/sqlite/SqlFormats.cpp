@@ -218,8 +218,13 @@ TDateTime ParseSqlDate(std::string_view model, std::string_view text) {
   int afternoon = -1;
   text = Trim(text);
   std::size_t in = 0;
-  for (std::size_t at = 0; at < model.size() && in < text.size();) {
+  for (std::size_t at = 0; at < model.size();) {
     const TModelPart part = NextPart(model, at);
+    if (in >= text.size()) {
+      const bool isDate = part.part >= TPart::year && part.part <= TPart::day;
+      if (isDate) RaiseMisfit(model);
+      continue;
+    }
     if (part.part != TPart::literal) in = SkipBlanks(text, in);
     const auto number = [&] { return ReadNumber(model, text, in, part.width); };
     const auto name = [&](const auto& names) {

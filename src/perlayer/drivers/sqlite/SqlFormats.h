@@ -19,7 +19,7 @@ namespace perlayer {
 
 std::string FormatSqlDate(std::string_view model, TDateTime value);
 // What the model does not tell is the first day of the current month, at 00:00. The text may end
-// before the model does.
+// before the time of day does.
 TDateTime ParseSqlDate(std::string_view model, std::string_view text);
 
 // Rounded to the model's decimals; "#" for every place when the number is too long for it.

@@ -40,13 +40,18 @@ void ResultText(sqlite3_context* context, std::string_view text) {
   sqlite3_result_text64(context, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
 }
 
-// A whole second, as a column of dates holds it.
+// A whole second, as the statements' language has it.
 void SysDate(sqlite3_context* context, int, sqlite3_value**) {
-  TDateParts date;
-  TTimeParts time;
-  DecodeDateTime(Now(), date, time);
-  time.millisecond = 0;
-  sqlite3_result_double(context, EncodeDateTime(date, time));
+  auto& clock = *static_cast<TSqliteClock*>(sqlite3_user_data(context));
+  if (!clock.isRead) {
+    TDateParts date;
+    TTimeParts time;
+    DecodeDateTime(Now(), date, time);
+    time.millisecond = 0;
+    clock.time = EncodeDateTime(date, time);
+    clock.isRead = true;
+  }
+  sqlite3_result_double(context, clock.time);
 }
 
 // A text by the format, or by the short date format; a number is a date already.
@@ -148,7 +153,7 @@ void Guarded(sqlite3_context* context, int count, sqlite3_value** values) noexce
 
 }  // namespace
 
-void RegisterSqliteFunctions(sqlite3* database) {
+void RegisterSqliteFunctions(sqlite3* database, TSqliteClock* clock) {
   struct TEntry {
     const char* name;
     int arguments;
@@ -168,12 +173,12 @@ void RegisterSqliteFunctions(sqlite3* database) {
       {"upper", 1, Guarded<Upper>},
       {"lower", 1, Guarded<Lower>},
   };
-  // "Deterministic" makes the database call a function of constants once per run. That is wanted of
-  // sysdate too: within one statement the time stands still.
+  // "Deterministic" makes the database call a function of constants once per run; sysdate too is
+  // constant for as long.
   static constexpr int kFlags = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS;
   for (const TEntry& entry : kEntries) {
     const int code = sqlite3_create_function_v2(database, entry.name, entry.arguments, kFlags,
-                                                nullptr, entry.body, nullptr, nullptr, nullptr);
+                                                clock, entry.body, nullptr, nullptr, nullptr);
     if (code != SQLITE_OK) throw SqliteError(database, code, "");
   }
 }

@@ -171,7 +171,11 @@ std::string TSqlTokens::Render(TOrigins& origins) const {
       if (hiddenGap.empty()) hiddenGap = token.gap;
       continue;
     }
-    if (!sql.empty()) sql += token.gap.empty() ? hiddenGap : token.gap;
+    if (token.gap.empty() && !hiddenGap.empty() && !token.Is(")")) {
+      sql += hiddenGap;
+    } else if (!sql.empty()) {
+      sql += token.gap;
+    }
     hiddenGap = {};
     origins.emplace_back(static_cast<std::uint32_t>(sql.size()), token.offset);
     sql.append(token.before).append(token.out).append(token.after);

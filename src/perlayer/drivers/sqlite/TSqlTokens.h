@@ -7,6 +7,7 @@
 // Render puts the edited tokens together again and remembers which output came from where, so that
 // the database's complaints can be told as a line and column of the text the caller wrote.
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -48,8 +49,11 @@ class TSqlTokens {
   explicit TSqlTokens(const TStatementText& text);
 
   std::size_t Count() const { return FTokens.size(); }
-  TSqlToken& operator[](std::size_t index) { return FTokens[index]; }
-  const TSqlToken& operator[](std::size_t index) const { return FTokens[index]; }
+  // REQUIRES: index < Count()
+  TSqlToken& operator[](std::size_t index) {
+    assert(index < FTokens.size());
+    return FTokens[index];
+  }
   // True when there is a token of that index and it is that word or symbol.
   bool Is(std::size_t index, std::string_view symbolOrWord) const {
     return index < FTokens.size() && FTokens[index].Is(symbolOrWord);

@@ -443,6 +443,7 @@ void TSqlTranslator::CreateTable(std::size_t at, std::size_t end) {
 }
 
 void TSqlTranslator::ColumnDefinition(TSqlCursor& cursor) {
+  if (cursor.at >= cursor.end) return;
   const std::size_t first = cursor.at;
   static constexpr std::string_view kConstraints[] = {"CONSTRAINT", "PRIMARY", "UNIQUE", "CHECK",
                                                       "FOREIGN"};
@@ -452,11 +453,14 @@ void TSqlTranslator::ColumnDefinition(TSqlCursor& cursor) {
     FTokens[first].out = SqlName(FTokens[first]);
     ++cursor.at;
   }
+  std::size_t listEnd = 0;  // words in parentheses are columns' names, others the language's
   while (cursor.at < cursor.end) {
     TSqlToken& token = FTokens[cursor.at++];
     if (token.settled) continue;
-    if (token.Is("DEFAULT")) {
-      const TSqlOperand value = FExpressions.Parse(cursor, TSqlExpressions::kAnyLevel);
+    if (token.Is("(")) {
+      listEnd = token.partner;
+    } else if (token.Is("DEFAULT")) {
+      const TSqlOperand value = FExpressions.Parse(cursor);
       if (!value.IsEmpty()) FTokens.Wrap(value.first, value.behind - 1, "(", ")");
     } else if (token.Is("CHECK")) {
       const std::size_t close = FTokens.Is(cursor.at, "(") ? FTokens[cursor.at].partner : cursor.at;
@@ -471,7 +475,7 @@ void TSqlTranslator::ColumnDefinition(TSqlCursor& cursor) {
     } else if ((token.Is("CHAR") || token.Is("BYTE")) && FTokens.Is(cursor.at, ")")) {
       FTokens.Hide(cursor.at - 1, cursor.at);  // VARCHAR2(50 CHAR)
     } else if (token.kind == TSqlTokenKind::word) {
-      token.out = SqlName(token);
+      token.out = cursor.at <= listEnd ? SqlName(token) : token.name;
     }
   }
 }

@@ -6,7 +6,6 @@
 #include <string_view>
 
 #include "perlayer/drivers/sqlite/SqliteErrors.h"
-#include "perlayer/drivers/sqlite/SqliteFunctions.h"
 #include "perlayer/drivers/sqlite/TSqlTranslator.h"
 
 namespace perlayer {
@@ -52,7 +51,7 @@ void TSqliteSession::Open(const TSqliteOptions& options) {
   UseWriteAheadLog();
   Run("PRAGMA foreign_keys = ON");
   Run("PRAGMA case_sensitive_like = ON");
-  RegisterSqliteFunctions(Database());
+  RegisterSqliteFunctions(Database(), &FClock);
 }
 
 // The first thing that reads the file, and writes to it: here a file that is no database, and one

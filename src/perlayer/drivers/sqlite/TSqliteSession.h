@@ -22,6 +22,7 @@
 #include <thread>
 
 #include "perlayer/corekit/TDriver.h"
+#include "perlayer/drivers/sqlite/SqliteFunctions.h"
 #include "perlayer/drivers/sqlite/TSqlScope.h"
 #include "perlayer/drivers/sqlite/TSqliteStatementCache.h"
 
@@ -58,6 +59,7 @@ class TSqliteSession final : public TDriverSession, private TSqlSchema {
   // For statements.
   sqlite3* Database() const { return FDatabase.handle; }
   void CheckThread() const;
+  void RunBegins() noexcept { FClock.isRead = false; }
   void CursorOpened() noexcept { ++FOpenCursors; }
   void CursorClosed() noexcept { --FOpenCursors; }
   // Before each write. Returns true when it opened the transaction.
@@ -85,6 +87,7 @@ class TSqliteSession final : public TDriverSession, private TSqlSchema {
   TTransaction FTransaction = TTransaction::none;
   int FOpenCursors = 0;
   bool FSchemaChanged = false;  // in the open transaction
+  TSqliteClock FClock;
 };
 
 }  // namespace perlayer

@@ -132,6 +132,7 @@ void TSqliteStatement::PrepareForBinds() {
 
 void TSqliteStatement::Start() {
   FSession.CheckThread();
+  FSession.RunBegins();
   for (std::size_t i = 0; i < FBinds.size(); ++i) {
     if (FBinds[i].run == FRunNumber || FBinds[i].kind == TBindKind::null) continue;
     FBinds[i] = {};  // the memory of an earlier run's bind may be gone
