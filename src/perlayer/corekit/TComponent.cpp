@@ -42,7 +42,7 @@ void TComponent::Name(std::string_view name) {
   }
   if (FOwner != nullptr && FName != name) {
     for (const TComponent* other : FOwner->FComponents) {
-      if (other != this && other->FName == name) {
+      if (other != this && SameText(other->FName, name)) {
         throw EComponentError(Format("A component named %s already exists", name));
       }
     }

@@ -22,8 +22,8 @@ class TComponent : public TObject {
 
   TComponent* Owner() const { return FOwner; }
   const std::string& Name() const { return FName; }
-  // Raises EComponentError when the name is no identifier or the owner has one of that name
-  // already.
+  // Raises EComponentError when the name is no identifier or the owner has another of that
+  // name, in any case.
   void Name(std::string_view name);
 
   int ComponentCount() const { return static_cast<int>(FComponents.size()); }

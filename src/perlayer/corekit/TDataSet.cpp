@@ -56,8 +56,8 @@ void TDataSet::First() {
   if (!FMoved) return;
   FEmpty = FEof = true;
   InternalFirst();
-  FMoved = false;
   FEmpty = FEof = !InternalNext();
+  FMoved = false;
 }
 
 void TDataSet::Next() {

@@ -25,12 +25,17 @@ enum class TColumnType : std::uint8_t { text, number, dateTime, memo, blob };
 // What one cell holds.
 enum class TCellKind : std::uint8_t { null, text, integer, number, blob };
 
-// A view of one cell; `text` (also the bytes of a blob) lives until the next Step or Reset.
+// A view of one cell. `text` (also the bytes of a blob) lives until the statement's next Step or
+// Reset, and no longer than to the session's next write, Commit or Rollback. The days of a date may
+// come as a whole number.
 struct TCell {
   TCellKind kind = TCellKind::null;
   std::string_view text;
   std::int64_t integer = 0;
   double number = 0;
+
+  // The cell as text: a null is empty, numbers are in decimal.
+  std::string AsText() const;
 };
 
 struct TColumnInfo {
@@ -53,8 +58,8 @@ class TDriverStatement {
  public:
   virtual ~TDriverStatement() = default;
 
-  // Each stays until it is bound anew. Texts and bytes are copied or used before the call returns,
-  // unless Step follows before the caller's memory changes: callers keep bound memory until Reset.
+  // A bind holds until Reset; what a run does not bind is NULL. Texts and bytes are not copied: the
+  // caller keeps them until Reset.
   virtual void BindNull(int parameter) = 0;
   virtual void BindText(int parameter, std::string_view text) = 0;  // empty is NULL
   virtual void BindNumber(int parameter, double value) = 0;         // also dates

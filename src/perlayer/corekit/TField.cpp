@@ -18,6 +18,18 @@ namespace {
 }
 
 constexpr int kSizeOfUnsizedText = 4000;
+
+// What `convert` answers for the text; the field's name stands before what it raises.
+template <class TConvert>
+auto Converted(const TField& field, std::string_view text, TConvert convert) {
+  try {
+    return convert(text);
+  } catch (const EConvertError& e) {
+    throw EConvertError(Format("Field %s: %s", field.FieldName(), e.what()));
+  }
+}
+double ToFloat(std::string_view text) { return StrToFloat(text); }
+TDateTime ToDateTime(std::string_view text) { return StrToDateTime(text); }
 }  // namespace
 
 void TField::Create(TDataSet* ADataSet, std::string_view AFieldName, int ASize) {
@@ -91,15 +103,15 @@ std::string TStringField::AsString() const {
 
 double TStringField::AsFloat() const {
   const std::string text = AsString();
-  return text.empty() ? 0.0 : StrToFloat(text);
+  return text.empty() ? 0.0 : Converted(*this, text, ToFloat);
 }
 std::int64_t TStringField::AsInteger() const {
   const std::string text = AsString();
-  return text.empty() ? 0 : StrToInt(text);
+  return text.empty() ? 0 : Converted(*this, text, StrToInt);
 }
 TDateTime TStringField::AsDateTime() const {
   const std::string text = AsString();
-  return text.empty() ? 0.0 : StrToDateTime(text);
+  return text.empty() ? 0.0 : Converted(*this, text, ToDateTime);
 }
 Variant TStringField::AsVariant() const { return IsNull() ? Variant::Null() : Variant(AsString()); }
 
@@ -121,7 +133,7 @@ Variant TIntegerField::AsVariant() const {
 }
 void TIntegerField::AsString(std::string_view text) {
   if (Empty(text)) return SetData(nullptr);
-  AsFloat(static_cast<double>(StrToInt(text)));
+  AsFloat(static_cast<double>(Converted(*this, text, StrToInt)));
 }
 void TIntegerField::AsFloat(double value) {
   const double rounded = std::round(value);
@@ -146,7 +158,7 @@ std::int64_t TFloatField::AsInteger() const { return TField::AsInteger(); }
 Variant TFloatField::AsVariant() const { return IsNull() ? Variant::Null() : Variant(AsFloat()); }
 void TFloatField::AsString(std::string_view text) {
   if (Empty(text)) return SetData(nullptr);
-  AsFloat(StrToFloat(text));
+  AsFloat(Converted(*this, text, ToFloat));
 }
 void TFloatField::AsFloat(double value) { SetData(&value); }
 
@@ -160,7 +172,7 @@ Variant TDateTimeField::AsVariant() const {
 }
 void TDateTimeField::AsString(std::string_view text) {
   if (Empty(text)) return SetData(nullptr);
-  AsDateTime(StrToDateTime(text));
+  AsDateTime(Converted(*this, text, ToDateTime));
 }
 void TDateTimeField::AsDateTime(TDateTime value) {
   const double milliseconds = (value + kDayZero) * kMillisecondsPerDay;

@@ -51,18 +51,14 @@ void TIDatabase::StartTransaction(std::string_view text) {
 
 void TIDatabase::Commit(std::string_view text) {
   AddTrace(text);
+  const TAlive alive(this);
   try {
-    // By index over a count that is read anew: an event may add or remove events.
-    for (std::size_t i = 0; i < FBeforeCommit.size(); ++i) {
-      const TNotifyEvent event = FBeforeCommit[i];
-      event(this);
-    }
+    RunEvents(FBeforeCommit, [this](const TNotifyEvent& event) { event(this); });
   } catch (...) {
-    FSession->Rollback();
-    RunGuarded(FAfterRollback, "after rollback");
+    if (alive) EndByRollback();
     throw;
   }
-  EndCommit();
+  if (alive) EndCommit();
 }
 
 void TIDatabase::EndCommit() {
@@ -75,10 +71,13 @@ void TIDatabase::EndCommit() {
   RunGuarded(FAfterCommit, "after commit");
 }
 
+void TIDatabase::EndByRollback() {
+  TryFinally([&] { FSession->Rollback(); }, [&] { RunGuarded(FAfterRollback, "after rollback"); });
+}
+
 void TIDatabase::Rollback(std::string_view text) {
   AddTrace(text);
-  FSession->Rollback();
-  RunGuarded(FAfterRollback, "after rollback");
+  EndByRollback();
 }
 
 void TIDatabase::ForceCommit(std::string_view phrase) {
@@ -103,16 +102,28 @@ void TIDatabase::RemoveEvent(const TNotifyEvent& event) {
   }
 }
 
+// An event may add and remove events, itself among them, and free the database. One that was
+// removed is not run any more; one that was added is run from the next time on.
+template <class TRun>
+void TIDatabase::RunEvents(const TEvents& events, TRun run) {
+  const TAlive alive(this);
+  const TEvents now = events;
+  for (const TNotifyEvent& event : now) {
+    if (!alive) return;
+    if (std::find(events.begin(), events.end(), event) != events.end()) run(event);
+  }
+}
+
 // The transaction has ended already: an event that fails is told in the log and the others run.
 void TIDatabase::RunGuarded(const TEvents& events, const char* where) {
-  for (std::size_t i = 0; i < events.size(); ++i) {
+  const std::string name = FDatabaseName;
+  RunEvents(events, [&](const TNotifyEvent& event) {
     try {
-      const TNotifyEvent event = events[i];
       event(this);
     } catch (const std::exception& e) {
-      ILog(Format("TIDatabase %s: event %s failed: %s", FDatabaseName, where, e.what()));
+      ILog(Format("TIDatabase %s: event %s failed: %s", name, where, e.what()));
     }
-  }
+  });
 }
 
 void TIDatabase::QueryUnprepared(TIQuery* query) noexcept {

@@ -58,6 +58,8 @@ class TIDatabase : public TComponent {
   void BeginWork() { ++FPendingWork; }
   void EndWork() { --FPendingWork; }
 
+  // An event may add and remove events: one that was removed is not run any more, one that was
+  // added is run from the next time on.
   void AddBeforeCommit(TNotifyEvent event) { FBeforeCommit.push_back(std::move(event)); }
   void AddAfterCommit(TNotifyEvent event) { FAfterCommit.push_back(std::move(event)); }
   void AddAfterRollback(TNotifyEvent event) { FAfterRollback.push_back(std::move(event)); }
@@ -68,6 +70,9 @@ class TIDatabase : public TComponent {
   friend class TIQuery;
   using TEvents = std::vector<TNotifyEvent>;
   void EndCommit();
+  void EndByRollback();
+  template <class TRun>
+  void RunEvents(const TEvents& events, TRun run);
   void RunGuarded(const TEvents& events, const char* where);
   void QueryPrepared(TIQuery* query) { FPreparedQueries.push_back(query); }
   void QueryUnprepared(TIQuery* query) noexcept;

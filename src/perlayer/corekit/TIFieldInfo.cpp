@@ -18,8 +18,8 @@ void TIFieldInfo::SetDisplayLabel(std::string_view label) {
 
 void TIFieldInfo::SetInfoString(std::string_view validString) {
   Assert(FField != nullptr, "TIFieldInfo: no field is bound");
+  const TIValInfoRec info = ValidString2ValidInfo(validString);  // before anything changes
   FField->ValidString(validString);
-  const TIValInfoRec info = Info();
   FField->DisplayLabel(info.displayLabel);
   FField->Required(info.required);
 }

@@ -1,6 +1,7 @@
 #include "perlayer/corekit/TIQuery.h"
 
 #include <cstring>
+#include <limits>
 
 #include "perlayer/corekit/TIDatabase.h"
 #include "perlayer/corekit/TIUpdateSQL.h"
@@ -41,19 +42,6 @@ double NumberOf(const TCell& cell, const TField& field) {
       if (TryStrToFloat(cell.text, value)) return value;
       throw EConvertError(Format("Field %s: '%s' is not a number", field.FieldName(), cell.text));
     }
-  }
-}
-
-std::string TextOf(const TCell& cell) {
-  switch (cell.kind) {
-    case TCellKind::null:
-      return {};
-    case TCellKind::integer:
-      return IntToStr(cell.integer);
-    case TCellKind::number:
-      return FloatToStr(cell.number);
-    default:
-      return std::string(cell.text);
   }
 }
 
@@ -190,8 +178,14 @@ void TIQuery::ReleaseStatement() noexcept {
   FLayout.reset();
 }
 
-void TIQuery::BindParameters() {
+// A run reads the bound memory until its end. One that lasts longer than this call gets copies, so
+// that its parameters can be given new values meanwhile.
+void TIQuery::BindParameters(bool copy) {
   SyncParameters();
+  if (copy && FBoundTexts.size() < FParams.size()) FBoundTexts.resize(FParams.size());
+  const auto textOf = [&](std::size_t i) -> const std::string& {
+    return copy ? FBoundTexts[i] = FParams[i].Text() : FParams[i].Text();
+  };
   for (std::size_t i = 0; i < FParams.size(); ++i) {
     const TIParam& param = FParams[i];
     const int position = static_cast<int>(i);
@@ -203,13 +197,13 @@ void TIQuery::BindParameters() {
         FPrepared->BindNull(position);
         break;
       case TIParam::TKind::text:
-        FPrepared->BindText(position, param.Text());
+        FPrepared->BindText(position, textOf(i));
         break;
       case TIParam::TKind::number:
         FPrepared->BindNumber(position, param.Number());
         break;
       case TIParam::TKind::blob:
-        FPrepared->BindBlob(position, std::as_bytes(std::span(param.Text())));
+        FPrepared->BindBlob(position, std::as_bytes(std::span(textOf(i))));
         break;
     }
   }
@@ -217,7 +211,7 @@ void TIQuery::BindParameters() {
 
 void TIQuery::InternalOpen() {
   Prepare();
-  BindParameters();
+  BindParameters(true);
   FColumns.clear();
 }
 
@@ -236,7 +230,7 @@ bool TIQuery::InternalNext() {
 std::int64_t TIQuery::ExecSQL() {
   Close();
   Prepare();
-  BindParameters();
+  BindParameters(false);
   return TryFinally(
       [&] {
         while (FPrepared->Step()) {
@@ -273,15 +267,15 @@ int TIQuery::ColumnOf(const TField* field) {
     // Default fields stand in column order; persistent ones are bound by name.
     FColumns[index] = HasDefaultFields() ? field->Index() : FLayout->IndexOf(field->FieldName());
   }
+  if (FColumns[index] < 0) {
+    RaiseError(Format("Field '%s' is no column of the query", field->FieldName()));
+  }
   return FColumns[index];
 }
 
 bool TIQuery::GetFieldData(TField* field, void* buffer) {
   CheckActive();
   const int column = ColumnOf(field);
-  if (column < 0) {
-    RaiseError(Format("Field '%s' is no column of the query", field->FieldName()));
-  }
   if (!FOnRow) return false;
   TCell cell;
   FPrepared->Cell(column, cell);
@@ -289,7 +283,7 @@ bool TIQuery::GetFieldData(TField* field, void* buffer) {
   if (buffer == nullptr) return true;
   switch (field->DataType()) {
     case TFieldType::ftString: {
-      const std::string text = TextOf(cell);
+      const std::string text = cell.AsText();
       const std::string_view cut =
           CutToBytes(text, static_cast<std::size_t>(field->DataSize()) - 1);
       std::memcpy(buffer, cut.data(), cut.size());
@@ -297,7 +291,13 @@ bool TIQuery::GetFieldData(TField* field, void* buffer) {
       return true;
     }
     case TFieldType::ftInteger: {
-      const auto value = static_cast<std::int32_t>(NumberOf(cell, *field));
+      const double number = NumberOf(cell, *field);
+      if (!(number >= std::numeric_limits<std::int32_t>::min() &&
+            number <= std::numeric_limits<std::int32_t>::max())) {
+        throw EConvertError(Format("Field %s: %s is beyond the numbers of an integer field",
+                                   field->FieldName(), FloatToStr(number)));
+      }
+      const auto value = static_cast<std::int32_t>(number);
       std::memcpy(buffer, &value, sizeof value);
       return true;
     }
@@ -319,10 +319,9 @@ bool TIQuery::GetFieldData(TField* field, void* buffer) {
 
 std::string TIQuery::GetBlobData(TField* field) {
   CheckActive();
-  const int column = ColumnOf(field);
   TCell cell;
-  if (column >= 0) RowCell(column, cell);
-  return TextOf(cell);
+  RowCell(ColumnOf(field), cell);
+  return cell.AsText();
 }
 
 }  // namespace perlayer

@@ -86,9 +86,9 @@ class TIQuery : public TDataSet {
 
  private:
   void LinesChanged(TObject*);
-  void BindParameters();
+  void BindParameters(bool copy);
   void SyncParameters() const;
-  int ColumnOf(const TField* field);
+  int ColumnOf(const TField* field);  // raises when there is none
 
   // The text: FLines is made when somebody asks for lines; FStatement is stale while FLinesNewer.
   mutable TStatementTextPtr FStatement;
@@ -99,6 +99,7 @@ class TIQuery : public TDataSet {
   bool FOnRow = false;
   mutable TStatementTextPtr FParamsOf;  // the text that FParams belongs to
   mutable std::vector<TIParam> FParams;
+  std::vector<std::string> FBoundTexts;  // what an open run was bound to, by parameter
   std::string FDatabaseName;
   std::string FCaption;
   TIUpdateSQL* FUpdateObject = nullptr;
