@@ -86,7 +86,7 @@ TBoundCondition BindLiterals(std::string_view condition) {
 }
 
 // Splits a whole statement at its keyword, gives it to the query and answers the condition.
-std::string_view TakeWholeStatement(TIQuery* query, std::string_view text) {
+std::string TakeWholeStatement(TIQuery* query, std::string_view text) {
   const std::string upper = AsciiUpperCase(text);
   std::string_view keyword = "WHERE";
   std::size_t position = upper.find(keyword);
@@ -96,18 +96,18 @@ std::string_view TakeWholeStatement(TIQuery* query, std::string_view text) {
   }
   if (position == std::string::npos) throw Exception(std::string(kNoKeyword));
   const std::size_t behind = position + keyword.size();
-  const std::string_view condition = text.substr(behind);
+  std::string condition(text.substr(behind));
   query->SQLText(std::string(text.substr(0, position)) + "\r\n" +
-                 std::string(text.substr(position, keyword.size())) + "\r\n" +
-                 std::string(condition));
+                 std::string(text.substr(position, keyword.size())) + "\r\n" + condition);
   return condition;
 }
 
 }  // namespace
 
 void SetWhereClause(TIQuery* query, std::string_view text, bool bind) {
-  std::string_view condition = text;
-  if (LineBegins(text, "SELECT")) condition = TakeWholeStatement(query, text);
+  // A copy: the text may be a line of this query.
+  const std::string condition(LineBegins(text, "SELECT") ? TakeWholeStatement(query, text)
+                                                         : std::string(text));
   const int keywordLine = FindKeywordLine(query, "WHERE", "START");
   if (keywordLine < 0) throw Exception(std::string(kNoKeyword));
   if (!bind) {
@@ -136,15 +136,15 @@ void SetOrderClause(TIQuery* query, std::string_view text) {
 void CopyQuery(TIQuery* target, const TIQuery* source) {
   target->Close();
   target->AssignSQL(*source);
+  TIUpdateSQL* update = nullptr;
+  if (source->UpdateObject() != nullptr) {
+    update = New<TIUpdateSQL>(target);
+    update->Assign(*source->UpdateObject());
+  }
   if (TIUpdateSQL* old = target->UpdateObject(); old != nullptr && old->Owner() == target) {
     old->Free();
   }
-  target->UpdateObject(nullptr);
-  if (source->UpdateObject() != nullptr) {
-    auto* update = New<TIUpdateSQL>(target);
-    update->Assign(*source->UpdateObject());
-    target->UpdateObject(update);
-  }
+  target->UpdateObject(update);
   // A copy is made to be opened and read to its end, and its rows may be written.
   target->SetQueryAllRecords(true);
   target->RequestLive(true);

@@ -60,4 +60,13 @@ int TINotifiedObjectList::IndexOfObject(const TplDomainObject* object) const {
   return FSortedList.Contains(object->MemorySequenceNumber()) ? 0 : -1;
 }
 
+TObject* TINotifiedObjectList::Living(TObject* party) {
+  if (party == nullptr) return nullptr;
+  for (const TParty& known : FParties) {
+    if (known.object == party) return known.handle.Get();
+  }
+  FParties.push_back({party, party});
+  return party;
+}
+
 }  // namespace perlayer

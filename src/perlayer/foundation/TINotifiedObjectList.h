@@ -39,9 +39,19 @@ class TINotifiedObjectList : public TList {
   int IndexOfObject(const TplDomainObject* object) const;
   void ClearList() { FSortedList.Clear(); }
 
+  // What a walk carries (its sender and data), or nullptr once that has gone: a listener may end it
+  // while the walk goes on. REQUIRES: `party` lives when the walk brings it here for the first
+  // time.
+  TObject* Living(TObject* party);
+
  private:
+  struct TParty {
+    const TObject* object;
+    TObjectHandle handle;
+  };
   // A walk asks for membership alone, so what once was a sorted list of sequence texts is a hash.
   TSequenceSet FSortedList;
+  std::vector<TParty> FParties;  // one or two
 };
 
 }  // namespace perlayer

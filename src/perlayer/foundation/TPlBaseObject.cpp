@@ -9,6 +9,10 @@
 
 namespace perlayer {
 
+namespace {
+constexpr const char* kUnknownException = "Unknown exception";
+}  // namespace
+
 std::span<const TInterfaceEntry> TPlBaseObject::InterfaceTable() {
   static constexpr TInterfaceEntry kTable[] = {InterfaceEntry<TPlBaseObject, IInterface>()};
   return kTable;
@@ -63,7 +67,10 @@ void TPlBaseObject::NotifyAction(TplDomainObject* Sender, TIBaseObjectAction Act
                                  TObject* Data, TINotifiedObjectList* AVisitedObjectList) {
   if (FNotifying) return;
   if (!GetDoNotify()) return;
-  // A listener may end this object or the sender: what a log line needs is taken beforehand.
+  // A listener of an earlier step may have ended the sender, one of this step may end it or this
+  // object: what a log line needs is taken beforehand.
+  Sender = static_cast<TplDomainObject*>(AVisitedObjectList->Living(Sender));
+  Data = AVisitedObjectList->Living(Data);
   const TAlive alive(this);
   const TObjectHandle sender(Sender);
   const TClass& ownClass = ClassType();
@@ -79,6 +86,8 @@ void TPlBaseObject::NotifyAction(TplDomainObject* Sender, TIBaseObjectAction Act
       if (auto* living = sender.GetAs<TPlBaseObject>()) living->LogNotifyDetails("List 2");
     } catch (const std::exception& e) {
       ILog(e.what());
+    } catch (...) {
+      ILog(kUnknownException);
     }
   };
 
@@ -91,7 +100,7 @@ void TPlBaseObject::NotifyAction(TplDomainObject* Sender, TIBaseObjectAction Act
   } catch (const std::exception& e) {
     contain(e.what());
   } catch (...) {
-    contain("Unknown exception");
+    contain(kUnknownException);
   }
   if (alive) FNotifying = false;
 }

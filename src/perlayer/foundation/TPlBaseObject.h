@@ -21,7 +21,8 @@ class TPlBaseObject : public TObject, public IInterface {
  public:
   static std::span<const TInterfaceEntry> InterfaceTable();
 
-  // What the object does with a notification that reaches it.
+  // What the object does with a notification that reaches it. Sender and Data are nullptr when a
+  // listener that was told before has ended them.
   virtual void DoNotifyAction(TplDomainObject* Sender, TIBaseObjectAction ActionType, TObject* Data,
                               TINotifiedObjectList* AVisitedObjectList);
   // The last holder has gone. Frees the object here; a class may hold it back instead.

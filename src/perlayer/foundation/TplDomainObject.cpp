@@ -79,8 +79,14 @@ void TplDomainObject::Release(TObject* ARetainer) {
   }
   FRetainerList.Delete(index);
   const TAlive alive(this);
-  PerLayerStatistics()->ReferenceEvent(this, TIReferenceEventType::reRelease, ARetainer);
-  if (alive) TplAuthorizedObject::Release(ARetainer);
+  // A monitor that raises must not leave the count above the list: the object could never go.
+  TryFinally(
+      [&] {
+        PerLayerStatistics()->ReferenceEvent(this, TIReferenceEventType::reRelease, ARetainer);
+      },
+      [&] {
+        if (alive) TplAuthorizedObject::Release(ARetainer);
+      });
 }
 
 std::uint64_t TplDomainObject::GetNextMemorySequence() {

@@ -46,9 +46,10 @@ void TIPerLayerSettings::OnCommit(TList* AList) {
   for (int i = 0; i < FProviderList->Count(); ++i) {
     if (auto* provider = As<TplProvider>(FProviderList->Items(i))) provider->OnCommit();
   }
-  // Objects that enter the list on the way are not told: the count is the one from before.
+  // Objects that enter the list on the way are not told: the count is the one from before. What an
+  // object does may shorten the list.
   const int count = AList->Count();
-  for (int i = 0; i < count; ++i) {
+  for (int i = 0; i < count && i < AList->Count(); ++i) {
     auto* object = As<TplPerObject>(AList->Items(i));
     if (object == nullptr) continue;
     const TAlive alive(object);
@@ -62,7 +63,7 @@ void TIPerLayerSettings::OnRollback(TList* AList) {
     if (auto* provider = As<TplProvider>(FProviderList->Items(i))) provider->OnRollback();
   }
   const int count = AList->Count();
-  for (int i = 0; i < count; ++i) {
+  for (int i = 0; i < count && i < AList->Count(); ++i) {
     if (auto* object = As<TplPerObject>(AList->Items(i))) object->OnRollback();
   }
 }
