@@ -201,8 +201,8 @@ void TplPerObject::OnCalcAttribute(TCalcAttrValueProc event) {
 }
 
 std::string DumpPerObject(TplPerObject* AObject) {
-  if (AObject == nullptr) return "*** TplPerObject:  is NIL";
-  std::string text = "*** TplPerObject: " + AObject->GetTextDescription() + "\r\n";
+  if (AObject == nullptr) return "*** TPlPerObject:  is NIL";
+  std::string text = "*** TPlPerObject: " + AObject->GetTextDescription() + "\r\n";
   for (int i = 0; i < AObject->AttrCount(); ++i) {
     const std::string name = AObject->AttrName(i);
     text += name + " = " + AObject->GetAttrValue(name) + "\r\n";

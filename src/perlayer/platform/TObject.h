@@ -66,6 +66,8 @@ class TPendingSlot {
   // Pending already when a base that stands before TObject creates an object of its own.
   const std::uint32_t FOuter;
 };
+
+struct TCreation;
 }  // namespace detail
 
 class TObject {
@@ -109,11 +111,8 @@ class TObject {
   virtual void AbandonCreation() {}
 
  private:
-  template <class T>
-  friend class TClassRef;
-  template <class T, class... TArgs>
-  friend T* New(TArgs&&... args);
   friend class TClass;
+  friend struct detail::TCreation;
   void DestroyHalfMade() noexcept;
 
   std::uint32_t FSlot;
@@ -124,6 +123,27 @@ template <class T, class... TArgs>
 concept THasCreate = requires(T& object, TArgs&&... args) {
   object.Create(std::forward<TArgs>(args)...);
 };
+
+// The two phases of making an object.
+struct TCreation {
+  template <class T>
+  static T* Construct() {
+    const TPendingSlot pending(T::ClassInfo());
+    return new T();
+  }
+  template <class T, class... TArgs>
+  static T* Finish(T* object, TArgs&&... args) {
+    if constexpr (sizeof...(TArgs) > 0 || THasCreate<T>) {
+      try {
+        object->Create(std::forward<TArgs>(args)...);
+      } catch (...) {
+        static_cast<TObject*>(object)->DestroyHalfMade();
+        throw;
+      }
+    }
+    return object;
+  }
+};
 }  // namespace detail
 
 // Makes an object and runs its Create with `args`. When Create raises, the half-made object is
@@ -131,20 +151,7 @@ concept THasCreate = requires(T& object, TArgs&&... args) {
 template <class T, class... TArgs>
 T* New(TArgs&&... args) {
   static_assert(std::is_same_v<typename T::TSelf, T>, "the class lacks TCLASS(Self, Base)");
-  T* object;
-  {
-    const detail::TPendingSlot pending(T::ClassInfo());
-    object = new T();
-  }
-  if constexpr (sizeof...(TArgs) > 0 || detail::THasCreate<T>) {
-    try {
-      object->Create(std::forward<TArgs>(args)...);
-    } catch (...) {
-      static_cast<TObject*>(object)->DestroyHalfMade();
-      throw;
-    }
-  }
-  return object;
+  return detail::TCreation::Finish(detail::TCreation::Construct<T>(), std::forward<TArgs>(args)...);
 }
 
 template <class T>

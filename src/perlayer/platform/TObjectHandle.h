@@ -90,15 +90,7 @@ class TClassRef {
       const detail::TPendingSlot pending(*FClass);
       object = static_cast<T*>(FClass->Allocate());
     }
-    if constexpr (sizeof...(TArgs) > 0 || detail::THasCreate<T>) {
-      try {
-        object->Create(std::forward<TArgs>(args)...);
-      } catch (...) {
-        static_cast<TObject*>(object)->DestroyHalfMade();
-        throw;
-      }
-    }
-    return object;
+    return detail::TCreation::Finish(object, std::forward<TArgs>(args)...);
   }
 
  private:

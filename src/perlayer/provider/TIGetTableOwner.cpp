@@ -38,11 +38,12 @@ void TIGetTableOwner::GetOwnerFromSelect(std::string_view ASelect, std::string& 
   std::size_t end = begin;
   while (end < text.size() && !IsBlank(text[end]) && text[end] != ',') ++end;
   if (end >= text.size()) return;
-  const std::string_view reference = std::string_view(text).substr(begin, end - begin);
+  // Cut from the text itself: the upper case of a name may be longer.
+  const std::string_view reference = ASelect.substr(begin, end - begin);
   const std::size_t point = reference.find('.');
   if (point == std::string_view::npos) return;
-  AOwner = reference.substr(0, point);
-  ATable = reference.substr(point + 1);
+  AOwner = UpperCase(reference.substr(0, point));
+  ATable = UpperCase(reference.substr(point + 1));
 }
 
 void TIGetTableOwner::GetTableOwner(TObject*, const std::string& ASifrant, std::string& AOwner) {

@@ -16,11 +16,11 @@ constexpr int kDescriptionSize = 150;
 void TPlClassMetaData::Create(TplProvider* AOwner, TObject* ARetainer) {
   TPlBaseObject::Create(AOwner, ARetainer);
   FProvider = AOwner;
-  TcmpClassMap* map = FProvider->aiClassMap();
-  FData = map->GetQuery(FProvider->aiQueryName());
+  TcmpClassMap* map = AOwner->aiClassMap();
+  FData = map->GetQuery(AOwner->aiQueryName());
   FCalcAttr.Sorted(true);
   AddCalcAttribute("DESCRIPTION", "Opis", TFieldType::ftString, kDescriptionSize, "");
-  for (const TClassMapField& field : map->CalculatedFields(FProvider->aiQueryName())) {
+  for (const TClassMapField& field : map->CalculatedFields(AOwner->aiQueryName())) {
     AddCalcAttribute(field.name, field.label.empty() ? field.name : field.label,
                      TcmpClassMap::FieldTypeOf(field.type), field.size, field.codeList);
   }
@@ -32,9 +32,14 @@ void TPlClassMetaData::Destroy() {
   TPlBaseObject::Destroy();
 }
 
+std::string TPlClassMetaData::ProviderName() const {
+  const TObject* provider = FProvider.Get();
+  return provider == nullptr ? "[Unknown]" : provider->ClassName();
+}
+
 TDataSet* TPlClassMetaData::Data() const {
   if (auto* data = FData.GetAs<TDataSet>()) return data;
-  throw Exception(Format("No class map defined for provider %s", FProvider->ClassName()));
+  throw Exception(Format("No class map defined for provider %s", ProviderName()));
 }
 
 TStringList* TPlClassMetaData::GetAttrNames() {
@@ -94,9 +99,8 @@ TplAttrProperties TPlClassMetaData::GetCalcAttrProperties(std::string_view sName
   int index;
   if (FCalcAttr.Find(sName, index)) return *FCalcAttr.PayloadAt(index);
   // "found" where a miss is meant: applications look for this text.
-  throw Exception(Format("CalcAttributes: Provider %s: Attribute %s found.",
-                         FProvider == nullptr ? std::string("[Unknown]") : FProvider->ClassName(),
-                         sName));
+  throw Exception(
+      Format("CalcAttributes: Provider %s: Attribute %s found.", ProviderName(), sName));
 }
 
 void TPlClassMetaData::AddCalcAttribute(std::string_view sName, std::string_view AsDispLabel,

@@ -53,7 +53,9 @@ class TPlClassMetaData : public TPlBaseObject {
  private:
   TDataSet* Data() const;  // raises when the class map has gone
 
-  TplProvider* FProvider = nullptr;   // not owned: it holds this object
+  std::string ProviderName() const;  // "[Unknown]" when the provider has gone
+
+  TObjectHandle FProvider;            // not owned: it holds this object
   TStringList* FAttrNames = nullptr;  // owned; made on first use
   TCalcAttributes FCalcAttr;          // sorted
   TObjectHandle FData;                // the class map's query

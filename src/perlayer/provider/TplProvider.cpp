@@ -49,6 +49,32 @@ class TRestore {
   T FOld;
 };
 
+// The query that GetProviderFromDataSet is asked with. Another one that it puts there is freed at
+// the end of the scope, also when it raises.
+struct TObjectSql {
+  explicit TObjectSql(TDataSet* ds) : source(As<TIQuery>(ds)), query(source) {}
+  ~TObjectSql() {
+    if (query != source) FreeAndNil(query);
+  }
+  TObjectSql(const TObjectSql&) = delete;
+  TObjectSql& operator=(const TObjectSql&) = delete;
+
+  TIQuery* const source;
+  TIQuery* query;
+};
+
+// Runs a step of a fetch. When it raises, the object, which nobody has been given yet, is let go.
+template <class TStep>
+void LetGoOnFailure(TplPerObject* object, TObject* retainer, TStep&& step) {
+  const TAlive alive(object);
+  try {
+    step();
+  } catch (...) {
+    if (alive) object->Release(retainer);
+    throw;
+  }
+}
+
 }  // namespace
 
 // --- life ---
@@ -260,14 +286,7 @@ std::string TplProvider::RowText(TDataSet* ds, const std::string& field) {
   if (column < 0) return ds->FieldByName(field)->AsString();
   TCell cell;
   ds->RowCell(column, cell);
-  switch (cell.kind) {
-    case TCellKind::integer:
-      return IntToStr(cell.integer);
-    case TCellKind::number:
-      return FloatToStr(cell.number);
-    default:
-      return std::string(cell.text);
-  }
+  return cell.AsText();
 }
 
 // --- fetching ---
@@ -285,16 +304,20 @@ TplPerObject* TplProvider::GetObject(TObject* ARetainer, const std::string& sId,
   if (object == nullptr) {
     TIQuery* opened = nullptr;
     GetQueryForObject(sId, opened, false);
-    const TOwned<TIQuery> query(opened);
+    TOwned<TIQuery> query(opened);
     if (!query->IsEmpty()) {
       object = GetObjectFromDataSet(ARetainer, query.Get(), bIncludeSubclasses);
-      if (object != nullptr) object->FGID = sId;
     }
-    if (object != nullptr) dictionary->AddPerObject(this, object, ARetainer);
+    query.Reset();
+    if (object == nullptr) return nullptr;
+    LetGoOnFailure(object, ARetainer, [&] {
+      object->FGID = sId;
+      dictionary->AddPerObject(this, object, ARetainer);
+    });
   }
-  if (object != nullptr) {
+  LetGoOnFailure(object, ARetainer, [&] {
     FsFetchSpec.assign(GetIDAttrName()).append(" = '").append(sId).append("'");
-  }
+  });
   return object;
 }
 
@@ -304,17 +327,16 @@ TplPerObject* TplProvider::GetObjectFromDataSet(TObject* ARetainer, TDataSet* ds
   if (!bIncludeSubclasses) {
     object = FetchObjectFromDataSet(ARetainer, ds, nullptr);
   } else {
-    auto* const source = As<TIQuery>(ds);
-    TIQuery* query = source;
-    TplProvider* provider = GetProviderFromDataSet(ds, query);
-    // Another query than the one that came in is this call's to free.
-    const TOwned<TIQuery> own(query == source ? nullptr : query);
+    TObjectSql sql(ds);
+    TplProvider* provider = GetProviderFromDataSet(ds, sql.query);
     Assert(provider != nullptr, "Wrong result class in provider");
+    const bool sameRows = sql.query == sql.source || sql.query == nullptr;
     const TRestore<bool> include(provider->FIncludeDeactivated, GetIncludeDeactivated());
-    object = provider->FetchObjectFromDataSet(
-        ARetainer, own ? static_cast<TDataSet*>(own.Get()) : ds, provider);
+    object = provider->FetchObjectFromDataSet(ARetainer, sameRows ? ds : sql.query, provider);
   }
-  if (object != nullptr) object->SetTimeStampAfterGetObject();
+  if (object != nullptr) {
+    LetGoOnFailure(object, ARetainer, [&] { object->SetTimeStampAfterGetObject(); });
+  }
   return object;
 }
 
@@ -337,27 +359,26 @@ TplPerObject* TplProvider::FetchObjectFromDataSet(TObject* ARetainer, TDataSet* 
   }
   TplProvider* provider = ACorrectProvider;
   if (provider == nullptr) {
-    TIQuery* changed = query;
-    provider = GetProviderFromDataSet(ds, changed);
-    if (changed != query) FreeAndNil(changed);
+    TObjectSql sql(ds);
+    provider = GetProviderFromDataSet(ds, sql.query);
     Assert(provider != nullptr, "Wrong class in provider");
   }
   TplPerObject* object = provider->InternalCreateObject(ARetainer);
-  try {
+  // A hook, or a retainer that is told of the mark, may let go of the object.
+  const TAlive alive(object);
+  LetGoOnFailure(object, ARetainer, [&] {
     object->InitializeFromDataSet(ds);
-    object->InitializeAfterGetDataFromDataSet();
-    if (!FActiveFieldName.empty() && !GetIncludeDeactivated() &&
+    if (alive) object->InitializeAfterGetDataFromDataSet();
+    if (alive && !FActiveFieldName.empty() && !GetIncludeDeactivated() &&
         RowText(ds, FActiveFieldName) == "0") {
       ShowInformation(Format("Uporabljen objekt %s je neaktiven!", object->GetTextDescription()));
       object->SetObjectMarkedDeleted(true);
     }
-    PerLayerStatistics()->ReferenceEvent(object, TIReferenceEventType::reCreate, ARetainer);
-  } catch (...) {
-    // Nobody has been given the object yet.
-    object->Release(ARetainer);
-    throw;
-  }
-  return object;
+    if (alive) {
+      PerLayerStatistics()->ReferenceEvent(object, TIReferenceEventType::reCreate, ARetainer);
+    }
+  });
+  return alive ? object : nullptr;
 }
 
 void TplProvider::CheckOneRow(TIQuery* query, TplPerObject* object, const std::string& FetchSpec) {
@@ -384,16 +405,13 @@ TplPerObject* TplProvider::FetchObject(TObject* ARetainer, const std::string& Fe
       object = GetObjectFromDataSet(ARetainer, query.Get(), bIncludeSubclasses);
     }
     if (object != nullptr) {
-      try {
-        CheckOneRow(query.Get(), object, FetchSpec);
-      } catch (...) {
-        object->Release(ARetainer);
-        throw;
-      }
+      LetGoOnFailure(object, ARetainer, [&] { CheckOneRow(query.Get(), object, FetchSpec); });
     }
   }
-  FsFetchSpec = FetchSpec;
-  dictionary->ConsultDictionary(ARetainer, object);
+  LetGoOnFailure(object, ARetainer, [&] {
+    FsFetchSpec = FetchSpec;
+    if (object != nullptr) dictionary->ConsultDictionary(ARetainer, object);
+  });
   return object;
 }
 
@@ -415,7 +433,7 @@ TplPerObject* TplProvider::FetchObjectTest(TObject* ARetainer, const std::string
     object = GetObjectFromDataSet(ARetainer, query.Get(), bIncludeSubclasses);
   }
   if (object != nullptr) {
-    query->Next();
+    LetGoOnFailure(object, ARetainer, [&] { query->Next(); });
     const bool several = !query->Eof();
     const std::string name = object->ClassName();
     object->Release(ARetainer);

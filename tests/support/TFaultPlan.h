@@ -1,0 +1,129 @@
+#pragma once
+// TFaultPlan makes one call of many fail, and TFaultySession puts a plan between a database and its
+// driver. A test runs the same work once for each call that it makes, failing another one each
+// time.
+
+#include <memory>
+#include <string>
+
+#include "perlayer/corekit/TDriver.h"
+#include "perlayer/platform/Exception.h"
+
+namespace perlayer {
+
+PERLAYER_EXCEPTION(EPlannedFault, Exception);
+
+class TFaultPlan {
+ public:
+  // The `call`th call from now on fails; 0: none does.
+  void FailAt(int call) {
+    FCalls = 0;
+    FFailAt = call;
+  }
+  // Every call that may fail comes by here.
+  void Pass(const char* where) {
+    if (++FCalls == FFailAt) throw EPlannedFault(where);
+  }
+  int Calls() const { return FCalls; }
+
+ private:
+  int FCalls = 0;
+  int FFailAt = 0;
+};
+
+// The driver that it is given, with every call that may raise going by the plan. It counts the
+// statements that somebody has taken and not given back, and the runs of all statements.
+class TFaultySession : public TDriverSession {
+ public:
+  TFaultySession(std::unique_ptr<TDriverSession> inner, TFaultPlan& plan)
+      : FInner(std::move(inner)), FPlan(plan) {}
+
+  int Taken() const { return FTaken; }
+  int Runs() const { return FRuns; }
+
+  TDriverStatement* Take(const TStatementTextPtr& text) override {
+    FPlan.Pass("Take");
+    auto statement = std::make_unique<TStatement>(*this, FInner->Take(text));
+    ++FTaken;
+    return statement.release();
+  }
+  void GiveBack(TDriverStatement* statement) noexcept override {
+    FInner->GiveBack(static_cast<TStatement*>(statement)->FInner);
+    delete statement;
+    --FTaken;
+  }
+  void Begin() override {
+    FPlan.Pass("Begin");
+    FInner->Begin();
+  }
+  void Commit() override {
+    FPlan.Pass("Commit");
+    FInner->Commit();
+  }
+  void Rollback() override { FInner->Rollback(); }
+  bool InTransaction() const override { return FInner->InTransaction(); }
+  std::string Translated(const TStatementTextPtr& text) override {
+    return FInner->Translated(text);
+  }
+
+ private:
+  class TStatement : public TDriverStatement {
+   public:
+    TStatement(TFaultySession& session, TDriverStatement* inner)
+        : FInner(inner), FSession(session) {}
+    void BindNull(int parameter) override {
+      FSession.FPlan.Pass("BindNull");
+      FInner->BindNull(parameter);
+    }
+    void BindText(int parameter, std::string_view text) override {
+      FSession.FPlan.Pass("BindText");
+      FInner->BindText(parameter, text);
+    }
+    void BindNumber(int parameter, double value) override {
+      FSession.FPlan.Pass("BindNumber");
+      FInner->BindNumber(parameter, value);
+    }
+    void BindBlob(int parameter, std::span<const std::byte> bytes) override {
+      FSession.FPlan.Pass("BindBlob");
+      FInner->BindBlob(parameter, bytes);
+    }
+    bool Step() override {
+      try {
+        FSession.FPlan.Pass("Step");
+      } catch (...) {
+        Reset();  // as a failed step leaves a statement
+        throw;
+      }
+      if (!FRunning) ++FSession.FRuns;
+      FRunning = true;
+      return FInner->Step();
+    }
+    void Reset() noexcept override {
+      FRunning = false;
+      FInner->Reset();
+    }
+    bool ReadOnly() const override { return FInner->ReadOnly(); }
+    std::int64_t RowsAffected() const override { return FInner->RowsAffected(); }
+    std::shared_ptr<const TColumnLayout> Layout() override {
+      FSession.FPlan.Pass("Layout");
+      return FInner->Layout();
+    }
+    void Cell(int column, TCell& cell) override {
+      FSession.FPlan.Pass("Cell");
+      FInner->Cell(column, cell);
+    }
+
+    TDriverStatement* const FInner;
+
+   private:
+    TFaultySession& FSession;
+    bool FRunning = false;
+  };
+
+  const std::unique_ptr<TDriverSession> FInner;
+  TFaultPlan& FPlan;
+  int FTaken = 0;
+  int FRuns = 0;
+};
+
+}  // namespace perlayer
