@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "perlayer/platform/TSlotTable.h"
+#include "perlayer/reclaim/TIPerLayerStatistics.h"
 #include "support/HospitalFixture.h"
 #include "support/TestLog.h"
 
@@ -79,6 +80,12 @@ TEST_F(TplProviderListTest, ClassMapOfAnotherOwnerGoesBeforeOrAfterItsProvider) 
   New<TplPatients>(nullptr, late.Get());
   TplProvider::GetProviderList()->FreeProviders();
   EXPECT_EQ(Finalized, "DD");
+}
+
+// What is still there after unloading fails the test.
+TEST_F(TplProviderListTest, AHookThatRaisesDoesNotKeepProvidersFromGoing) {
+  PerLayerStatistics()->aiBeforeDestroyingProviders(
+      TNotifyEvent::From([](TObject*) { throw Exception("not now"); }));
 }
 
 TEST_F(TplProviderListTest, CallBacksCallWhatIsSet) {

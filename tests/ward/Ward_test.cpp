@@ -285,6 +285,27 @@ TEST_F(Ward, TheDatabaseUnderstandsEveryStatementOfTheClassMap) {
   EXPECT_EQ(statements, 12);
 }
 
+// The example of the README is the program that is built here, and it works.
+TEST_F(Ward, TheExampleOfTheReadmeRuns) {
+  const auto read = [](const std::string& path) {
+    std::ifstream file(path);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+  };
+  const std::string root = PERLAYER_TESTS_DIR "/..";
+  const std::string example = read(root + "/examples/first/first.cpp");
+  ASSERT_FALSE(example.empty());
+  EXPECT_TRUE(StringInSet("```cpp\n" + example + "```", read(root + "/README.md")));
+
+  Load();
+  const std::string map = PERLAYER_WARD_DIR "/maps/ward.classmap";
+  Change("update OMRA.PATIENT set CITY = 'Kranjska Gora' where ID = 3", 1);
+  const TProgramRun run = RunProgram({PERLAYER_FIRST, File, map, "3"});
+  EXPECT_EQ(run.status, 0);
+  ExpectInOrder(run.output, {"LAST         Okuneva707", "CITY         Kranjska Gora",
+                             "Jackie93 Okuneva707 is held by 1 retainer(s)."});
+  EXPECT_EQ(RunProgram({PERLAYER_FIRST, File, map, "4711"}).status, 1);
+}
+
 }  // namespace
 
 }  // namespace perlayer

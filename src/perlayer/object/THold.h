@@ -1,6 +1,7 @@
 #pragma once
 // THold<T>: holds an object for the length of a scope. It is the retainer itself, so that the
-// object's retainer list names it. Main thread only.
+// object's retainer list names it. A hold ends before the layer is unloaded: letting go needs it.
+// Main thread only.
 //
 //   THold<TpoPatient> patient(Provider<TplPatient>(), "17");
 //   if (patient) Print(patient->GetAttrValue("CITY"));

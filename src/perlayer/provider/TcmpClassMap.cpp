@@ -12,6 +12,7 @@
 #include "perlayer/provider/TIGetTableOwner.h"
 #include "perlayer/provider/TILocalizeDisplayLabel.h"
 #include "perlayer/provider/TplProviderList.h"
+#include "perlayer/reclaim/TIPerLayerStatistics.h"
 
 namespace perlayer {
 
@@ -23,8 +24,11 @@ struct TKeptClassMaps {
   ~TKeptClassMaps() {
     try {
       TplProviderList::Instance()->FreeProviders();
-    } catch (const std::exception& e) {  // of an application's hook; the layer goes all the same
+    } catch (const std::exception& e) {
+      // Of an application's hook. It is told, and the providers go without it.
       ILog(Format("Unloading the layer: %s", e.what()));
+      PerLayerStatistics()->aiBeforeDestroyingProviders(nullptr);
+      TplProviderList::Instance()->FreeProviders();
     }
     while (!maps.empty()) maps.pop_back();
   }

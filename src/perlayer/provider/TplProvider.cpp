@@ -134,7 +134,13 @@ TPlClassMetaData* TplProvider::GetMetaData() {
 }
 
 std::string TplProvider::GetIDAttrName() {
-  if (FIdAttrName.empty()) FIdAttrName = ClassMapQuery()->Fields(0)->FieldName();
+  if (FIdAttrName.empty()) {
+    const TIQuery* query = ClassMapQuery();
+    if (query->FieldCount() == 0) {
+      throw Exception(Format("%s: query %s has no fields", ClassName(), FQueryName));
+    }
+    FIdAttrName = query->Fields(0)->FieldName();
+  }
   return FIdAttrName;
 }
 
