@@ -6,6 +6,7 @@
 #include "perlayer/corekit/TIQuery.h"
 #include "perlayer/corekit/TdmIBaseModule.h"
 #include "perlayer/platform/Exception.h"
+#include "support/Raised.h"
 
 namespace perlayer {
 namespace {
@@ -34,15 +35,6 @@ class TNoted : public TComponent {
 class TComponentTest : public testing::Test {
  protected:
   TComponentTest() { Trace.clear(); }
-  template <class TBody>
-  static std::string Failure(TBody body) {
-    try {
-      body();
-    } catch (const Exception& e) {
-      return e.what();
-    }
-    return "";
-  }
 };
 
 TEST_F(TComponentTest, OwnedComponentsGoLastMadeFirstAndMayGoEarlier) {
@@ -57,7 +49,7 @@ TEST_F(TComponentTest, OwnedComponentsGoLastMadeFirstAndMayGoEarlier) {
   EXPECT_EQ(owner->ComponentCount(), 3);
   EXPECT_EQ(owner->Components(1), c);
   EXPECT_EQ(c->Owner(), owner.Get());
-  EXPECT_EQ(Failure([&] { owner->Components(3); }), "Component index out of bounds (3)");
+  EXPECT_EQ(Raised([&] { owner->Components(3); }), "Component index out of bounds (3)");
   owner.Reset();
   EXPECT_EQ(Trace, "b owner d a inner c ");
 }
@@ -69,7 +61,7 @@ TEST_F(TComponentTest, NamesAreIdentifiersAndUniqueInTheirOwnerInAnyCase) {
   for (const char* name : {"", "1a", "a b", "a-b", "žiga", "a\n"}) {
     EXPECT_THROW(patient->Name(name), EComponentError) << name;
   }
-  EXPECT_EQ(Failure([&] { New<TNoted>(owner.Get(), "QUpatient"); }),
+  EXPECT_EQ(Raised([&] { New<TNoted>(owner.Get(), "QUpatient"); }),
             "A component named QUpatient already exists");
   EXPECT_EQ(owner->ComponentCount(), 1) << "the refused one has left";
   auto* other = New<TNoted>(owner.Get(), "usPatient_2");
@@ -113,7 +105,7 @@ TEST_F(TComponentTest, HandlersOfAModuleRunWhileItsComponentsAreThere) {
   EXPECT_EQ(Trace, "create 1 destroy 1 loaded ");
   Trace.clear();
   TTestModule::Fail = true;
-  EXPECT_EQ(Failure([] { New<TTestModule>(nullptr); }), "no components");
+  EXPECT_EQ(Raised([] { New<TTestModule>(nullptr); }), "no components");
   EXPECT_EQ(Trace, "loaded ") << "what was never created is not told its end";
 }
 

@@ -9,6 +9,7 @@
 #include "perlayer/corekit/TIUpdateSQL.h"
 #include "perlayer/drivers/sqlite/TSqliteDatabase.h"
 #include "perlayer/platform/Exception.h"
+#include "support/Raised.h"
 #include "support/TempDir.h"
 
 namespace perlayer {
@@ -35,15 +36,6 @@ class SQLText : public testing::Test {
   std::string Order(std::string_view text) {
     SetOrderClause(FQuery.Get(), text);
     return Lines();
-  }
-  template <class TBody>
-  static std::string Failure(TBody body) {
-    try {
-      body();
-    } catch (const Exception& e) {
-      return e.what();
-    }
-    return "";
   }
 
   TOwned<TIQuery> FQuery = Make<TIQuery>();
@@ -142,7 +134,7 @@ TEST_F(SQLText, AWholeStatementReplacesTheQuery) {
   SetWhereClause(FQuery.Get(), "Select STARTED from T where A = 'x'", false);
   EXPECT_EQ(Lines(), "Select STARTED from T /where/ A = 'x'") << "WHERE goes before START";
   const std::string message = "SetWhereClause: No where or start clouse in query";
-  EXPECT_EQ(Failure([&] { SetWhereClause(FQuery.Get(), "select A from T", true); }), message);
+  EXPECT_EQ(Raised([&] { SetWhereClause(FQuery.Get(), "select A from T", true); }), message);
 }
 
 TEST_F(SQLText, TheKeywordIsSoughtAtTheBeginningOfLines) {
@@ -154,7 +146,7 @@ TEST_F(SQLText, TheKeywordIsSoughtAtTheBeginningOfLines) {
   EXPECT_EQ(Lines(), "select A/start with/A = 1") << "a line is added behind the last";
   for (const char* text : {"", "select A from T\r\nwher\r\n where"}) {
     FQuery->SQLText(text);
-    EXPECT_EQ(Failure([&] { SetWhereClause(FQuery.Get(), "A = 1", true); }),
+    EXPECT_EQ(Raised([&] { SetWhereClause(FQuery.Get(), "A = 1", true); }),
               "SetWhereClause: No where or start clouse in query");
     EXPECT_EQ(FQuery->SQLText(), TStatementText(FQuery->SQL()->Text()).Text());
   }
@@ -163,7 +155,7 @@ TEST_F(SQLText, TheKeywordIsSoughtAtTheBeginningOfLines) {
 TEST_F(SQLText, ALiteralWithoutAnEndChangesNothing) {
   const std::string before = Lines();
   for (const char* text : {"A = '", "A = 'x''", "A = 5 and B = 'x"}) {
-    EXPECT_EQ(Failure([&] { Where(text); }), "[sInternalFetchSpec] Missign right quote") << text;
+    EXPECT_EQ(Raised([&] { Where(text); }), "[sInternalFetchSpec] Missign right quote") << text;
     EXPECT_EQ(Lines(), before);
   }
   EXPECT_EQ(Where("A > 'x"), "A > 'x") << "not one that would be bound";

@@ -9,6 +9,7 @@
 #include "perlayer/foundation/TINotifiedObjectList.h"
 #include "perlayer/foundation/TplDomainObject.h"
 #include "perlayer/platform/TDelegate.h"
+#include "support/Raised.h"
 #include "support/TestLog.h"
 
 namespace perlayer {
@@ -54,28 +55,19 @@ class TPlBaseObjectTest : public testing::Test {
   static void Notify(TCounted* object) {
     object->CallNotifyAction(nullptr, TIBaseObjectAction::paModified, nullptr);
   }
-  template <class TBody>
-  static std::string Failure(TBody body) {
-    try {
-      body();
-    } catch (const Exception& e) {
-      return e.what();
-    }
-    return "";
-  }
 };
 
 TEST_F(TPlBaseObjectTest, TheLastReleaseFreesAndNothingElseDoes) {
   auto* object = New<TCounted>(nullptr, nullptr);
   EXPECT_EQ(object->RefCount(), 1);
   EXPECT_EQ(object->AddRef(nullptr), 2);
-  EXPECT_EQ(Failure([&] { object->Free(); }), "Wrong call do destruction. RefCount>0");
+  EXPECT_EQ(Raised([&] { object->Free(); }), "Wrong call do destruction. RefCount>0");
   object->Release(nullptr);
   EXPECT_EQ(TCounted::Destroyed, 0);
   object->keep = true;
   object->Release(nullptr);
   EXPECT_EQ(object->RefCount(), 0) << "a class may hold the object back";
-  EXPECT_EQ(Failure([&] { object->Release(nullptr); }),
+  EXPECT_EQ(Raised([&] { object->Release(nullptr); }),
             "Attempting to release allready freed object of class TCounted.");
   EXPECT_EQ(object->RefCount(), 0);
   object->keep = false;
@@ -90,7 +82,7 @@ TEST_F(TPlBaseObjectTest, ADestroyedObjectThatKeepsItsMemoryCountsMinusOne) {
   object->Release(nullptr);
   object->Destroy();
   EXPECT_EQ(object->RefCount(), -1);
-  EXPECT_NE(Failure([&] { object->DoFree(); }), "");
+  EXPECT_NE(Raised([&] { object->DoFree(); }), "");
   Notify(object);
   EXPECT_EQ(object->notified, 0) << "nobody is left to be notified";
   object->FreeInstance();
@@ -98,7 +90,7 @@ TEST_F(TPlBaseObjectTest, ADestroyedObjectThatKeepsItsMemoryCountsMinusOne) {
 
 TEST_F(TPlBaseObjectTest, AnObjectWhoseCreationRaisesIsDestroyed) {
   auto* owner = New<TCounted>(nullptr, nullptr);
-  EXPECT_EQ(Failure([&] { New<TCounted>(owner, nullptr); }), "no owners here");
+  EXPECT_EQ(Raised([&] { New<TCounted>(owner, nullptr); }), "no owners here");
   EXPECT_EQ(TCounted::Destroyed, 1);
   owner->Release(nullptr);
 }

@@ -15,6 +15,7 @@
 #include "perlayer/platform/TClock.h"
 #include "perlayer/reclaim/TIPerLayerSettings.h"
 #include "perlayer/reclaim/TIPerLayerStatistics.h"
+#include "support/Raised.h"
 #include "support/TestLog.h"
 
 namespace perlayer {
@@ -64,15 +65,6 @@ class TplDomainObjectTest : public testing::Test {
     }
     return text;
   }
-  template <class TBody>
-  static std::string Failure(TBody body) {
-    try {
-      body();
-    } catch (const Exception& e) {
-      return e.what();
-    }
-    return "";
-  }
 
   TForm* FForm = New<TForm>();
 };
@@ -103,7 +95,7 @@ TEST_F(TplDomainObjectTest, EveryHolderStandsInTheListOncePerAddRef) {
   object->Release(FForm);
   object->Release(FForm);
   list->Release(FForm);
-  EXPECT_EQ(Failure([] { New<TNode>(nullptr, nullptr); }),
+  EXPECT_EQ(Raised([] { New<TNode>(nullptr, nullptr); }),
             "TplDomainObject.Create: a retainer is required");
 }
 
@@ -138,11 +130,11 @@ TEST_F(TplDomainObjectTest, AMonitorCannotPutCountAndListAtOdds) {
   auto* object = NewNode();
   auto* other = NewNode();
   monitor(fail);
-  EXPECT_EQ(Failure([&] { object->AddRef(other); }), "monitor");
+  EXPECT_EQ(Raised([&] { object->AddRef(other); }), "monitor");
   EXPECT_EQ(object->RefCount(), object->aiRetainerList()->Count());
   if (object->RefCount() == 1) object->AddRef(other);
   monitor(fail);
-  EXPECT_EQ(Failure([&] { object->Release(other); }), "monitor");
+  EXPECT_EQ(Raised([&] { object->Release(other); }), "monitor");
   EXPECT_EQ(object->RefCount(), 1);
   EXPECT_EQ(Retainers(object), "TForm ");
 
@@ -161,7 +153,7 @@ TEST_F(TplDomainObjectTest, AMonitorCannotPutCountAndListAtOdds) {
 TEST_F(TplDomainObjectTest, DestructionWithRetainersLeftIsStopped) {
   auto* object = NewNode();
   object->SetRefCount(0);
-  EXPECT_EQ(Failure([&] { object->Free(); }),
+  EXPECT_EQ(Raised([&] { object->Free(); }),
             "TplDomainObject.Destry error: Class = TNode, RefCount = 0, Owner list size = 1 !");
   object->SetRefCount(1);
   EXPECT_EQ(Retainers(object), "TForm ") << "it lives on as it was";
@@ -176,7 +168,7 @@ TEST_F(TplDomainObjectTest, AWalkWithoutARetainerListIsLoggedAndRaises) {
   object->Destroy();
   const auto visited = Make<TINotifiedObjectList>();
   const std::string message = "Objekt razreda TNode nima določene liste lastnikov!";
-  EXPECT_EQ(Failure([&] { object->NotifyNotifiers(nullptr, kModified, nullptr, visited.Get()); }),
+  EXPECT_EQ(Raised([&] { object->NotifyNotifiers(nullptr, kModified, nullptr, visited.Get()); }),
             message);
   EXPECT_EQ(TestLog().Lines(), std::vector<std::string>{message});
   object->FreeInstance();

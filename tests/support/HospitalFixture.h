@@ -23,6 +23,7 @@
 #include "perlayer/provider/TPlClassMetaData.h"
 #include "perlayer/provider/TcmpClassMap.h"
 #include "perlayer/reclaim/TIPerLayerStatistics.h"
+#include "support/Raised.h"
 #include "support/TFaultPlan.h"
 #include "support/TempDir.h"
 
@@ -283,16 +284,5 @@ class THospital : public testing::Test {
   TplEncounter* FEncounters = nullptr;
   TOwned<TScopeRetainer> FForm;  // somebody who holds objects
 };
-
-// What `action` raises, or "".
-template <class T>
-std::string Raised(T action) {
-  try {
-    action();
-    return "";
-  } catch (const Exception& e) {
-    return e.Message();
-  }
-}
 
 }  // namespace perlayer
