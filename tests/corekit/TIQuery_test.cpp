@@ -240,6 +240,8 @@ TEST_F(TIQueryTest, FieldsAreMadeFromColumnsOrBoundToThemByName) {
               "Fields cannot be added to an open data set");
     if (round == 0) persistent->SQLText("select BORN, ID, NAME from T order by ID");
   }
+  calculated->Free();  // the others move up while the query is open
+  EXPECT_EQ(id->AsString() + name->AsString(), "1Ana");
 }
 
 TEST_F(TIQueryTest, ATextIsCutToItsFieldWithoutSplittingACharacter) {

@@ -148,6 +148,7 @@ void TDataSet::NumberFields() {
     FFields[i]->FIndex = static_cast<int>(i);
     FFields[i]->FFieldNo = FFields[i]->Calculated() ? 0 : ++number;
   }
+  InternalFieldsChanged();
 }
 
 // Asking for fields is const for the caller: they are a view of columns that exist already.

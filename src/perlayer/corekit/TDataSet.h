@@ -70,6 +70,8 @@ class TDataSet : public TComponent {
   virtual void InternalFirst();
   // Makes a field for each column; called with no fields present.
   virtual void InternalCreateFields() {}
+  // Fields have come, gone or changed their places.
+  virtual void InternalFieldsChanged() {}
 
   // The fields were made from the columns by opening, one for each in their order.
   bool HasDefaultFields() const { return FDefaultFields; }

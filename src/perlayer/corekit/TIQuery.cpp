@@ -151,6 +151,9 @@ TIParam& TIQuery::ParamByName(std::string_view name) {
                        SQLText());
 }
 
+TIUpdateSQL* TIQuery::UpdateObject() const { return FUpdateObject.GetAs<TIUpdateSQL>(); }
+void TIQuery::UpdateObject(TIUpdateSQL* object) { FUpdateObject = object; }
+
 void TIQuery::Prepare() {
   if (FPrepared != nullptr) return;
   TIDatabase* database = FindDatabase(FDatabaseName);
@@ -264,8 +267,10 @@ int TIQuery::ColumnOf(const TField* field) {
   const auto index = static_cast<std::size_t>(field->Index());
   if (FColumns.size() <= index) FColumns.resize(index + 1, kUnknownColumn);
   if (FColumns[index] == kUnknownColumn) {
-    // Default fields stand in column order; persistent ones are bound by name.
-    FColumns[index] = HasDefaultFields() ? field->Index() : FLayout->IndexOf(field->FieldName());
+    // Default fields stand in column order while all are there; others are bound by name.
+    const bool inOrder =
+        HasDefaultFields() && FieldCount() == static_cast<int>(FLayout->columns.size());
+    FColumns[index] = inOrder ? field->Index() : FLayout->IndexOf(field->FieldName());
   }
   if (FColumns[index] < 0) {
     RaiseError(Format("Field '%s' is no column of the query", field->FieldName()));

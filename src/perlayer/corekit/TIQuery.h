@@ -55,8 +55,9 @@ class TIQuery : public TDataSet {
   void Caption(std::string_view caption) { FCaption = caption; }
 
   // Statements that write the rows of this query; owned by this query when made with it as owner.
-  TIUpdateSQL* UpdateObject() const { return FUpdateObject; }
-  void UpdateObject(TIUpdateSQL* object) { FUpdateObject = object; }
+  // nullptr also once its owner has freed it.
+  TIUpdateSQL* UpdateObject() const;
+  void UpdateObject(TIUpdateSQL* object);
 
   // A reader that will take every row says so before opening.
   void SetQueryAllRecords(bool all) { FQueryAllRecords = all; }
@@ -83,6 +84,7 @@ class TIQuery : public TDataSet {
   void InternalClose() override;
   bool InternalNext() override;
   void InternalCreateFields() override;
+  void InternalFieldsChanged() override { FColumns.clear(); }
 
  private:
   void LinesChanged(TObject*);
@@ -102,7 +104,7 @@ class TIQuery : public TDataSet {
   std::vector<std::string> FBoundTexts;  // what an open run was bound to, by parameter
   std::string FDatabaseName;
   std::string FCaption;
-  TIUpdateSQL* FUpdateObject = nullptr;
+  TObjectHandle FUpdateObject;
 
   TIDatabase* FDatabase = nullptr;        // looked up, not owned; set while prepared
   TDriverStatement* FPrepared = nullptr;  // taken from the database's session
