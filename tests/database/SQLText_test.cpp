@@ -131,6 +131,9 @@ TEST_F(SQLText, AWholeStatementReplacesTheQuery) {
   EXPECT_EQ(FQuery->Params(0).AsString(), "5");
   SetWhereClause(FQuery.Get(), "SELECT A from T start with A = 'x' connect by prior A = B", true);
   EXPECT_EQ(Lines(), "SELECT A from T /start/ with A =:1 connect by prior A =B");
+  SetWhereClause(FQuery.Get(), "select A from T where A = 5\r\nand B = 6\r\norder by A", true);
+  EXPECT_EQ(FQuery->SQLText(),
+            "select A from T \r\nwhere\r\n A =:1\r\nand B =:2\r\norder by A\r\n");
   SetWhereClause(FQuery.Get(), "Select STARTED from T where A = 'x'", false);
   EXPECT_EQ(Lines(), "Select STARTED from T /where/ A = 'x'") << "WHERE goes before START";
   const std::string message = "SetWhereClause: No where or start clouse in query";

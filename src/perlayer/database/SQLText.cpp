@@ -97,8 +97,10 @@ std::string TakeWholeStatement(TIQuery* query, std::string_view text) {
   if (position == std::string::npos) throw Exception(std::string(kNoKeyword));
   const std::size_t behind = position + keyword.size();
   std::string condition(text.substr(behind));
+  // The condition comes behind the keyword as one line, however many it has: were they left here,
+  // all but the first would stay when that one is written.
   query->SQLText(std::string(text.substr(0, position)) + "\r\n" +
-                 std::string(text.substr(position, keyword.size())) + "\r\n" + condition);
+                 std::string(text.substr(position, keyword.size())));
   return condition;
 }
 
