@@ -3,11 +3,12 @@
 // ("part") is made on first use and lives in the layer object, never in a static of its own, so
 // that a test loads a fresh layer and leaves nothing behind.
 //
-// One layer is loaded at a time. It belongs to the main thread: parts are made there; a part that
-// other threads use says so itself.
+// One layer is loaded at a time. It belongs to the main thread, which is the one that loads it:
+// parts are made there; a part that other threads use says so itself.
 
 #include <array>
 #include <cstddef>
+#include <thread>
 
 #include "perlayer/platform/TObject.h"
 
@@ -48,6 +49,11 @@ class TLayer {
   TLayer& operator=(const TLayer&) = delete;
 
   static bool IsLoaded() { return FCurrent != nullptr; }
+  // Whether the calling thread is the one that loaded the layer. Any thread may ask while a layer
+  // is loaded; false with none.
+  static bool IsMainThread() {
+    return FCurrent != nullptr && FCurrent->FMainThread == std::this_thread::get_id();
+  }
   // The loaded layer. Raises EAssertionFailed when there is none.
   static TLayer& Current() {
     if (FCurrent == nullptr) RaiseNotLoaded();
@@ -90,6 +96,7 @@ class TLayer {
   [[noreturn]] static void RaiseNotLoaded();
 
   static TLayer* FCurrent;
+  const std::thread::id FMainThread = std::this_thread::get_id();
   std::array<TSlot, static_cast<std::size_t>(TLayerPart::count)> FParts{};
 };
 

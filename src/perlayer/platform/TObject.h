@@ -2,7 +2,8 @@
 // TObject: the root of every class that can retain, be retained, own, or be asked its class name.
 //
 // Life of an object, in two phases at either end:
-//   New<T>(args...)   C++ constructors set fields, then the virtual Create(args...) does the work
+//   New<T>(args...)   C++ constructors set fields, then the virtual Create(args...) does the work,
+//                     then AfterConstruction() where T has one
 //   Free()            BeforeDestruction(), Destroy(), FreeInstance()
 //
 // A class states its name once, by TCLASS(Self, Base) in its body; New refuses a class that forgot
@@ -123,6 +124,11 @@ template <class T, class... TArgs>
 concept THasCreate = requires(T& object, TArgs&&... args) {
   object.Create(std::forward<TArgs>(args)...);
 };
+// Classes that act once Create has returned, however far it is overridden.
+template <class T>
+concept THasAfterConstruction = requires(T& object) {
+  object.AfterConstruction();
+};
 
 // The two phases of making an object.
 struct TCreation {
@@ -136,6 +142,7 @@ struct TCreation {
     if constexpr (sizeof...(TArgs) > 0 || THasCreate<T>) {
       try {
         object->Create(std::forward<TArgs>(args)...);
+        if constexpr (THasAfterConstruction<T>) object->AfterConstruction();
       } catch (...) {
         static_cast<TObject*>(object)->DestroyHalfMade();
         throw;

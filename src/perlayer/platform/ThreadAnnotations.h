@@ -35,3 +35,21 @@
 
 // On functions whose locking the analysis cannot follow; say why beside it.
 #define PL_NO_THREAD_SAFETY_ANALYSIS PL_THREAD_ATTRIBUTE(no_thread_safety_analysis)
+
+namespace perlayer {
+
+// What code holds that runs on a thread other than the main one. No lock: it exists for the
+// analysis only.
+class PL_CAPABILITY("thread other than the main one") TOtherThread {};
+inline constexpr TOtherThread OtherThread{};
+
+// Tells the analysis that from here on the function runs on another thread.
+inline void AssumeOtherThread() PL_ASSERT_CAPABILITY(OtherThread) {}
+
+}  // namespace perlayer
+
+// The main thread. Functions that belong to it say PL_MAIN_THREAD; the code of other threads, that
+// is each override of TThread::Execute and what it calls, says PL_OTHER_THREAD. A call of the
+// former from the latter is then a warning. What says neither is not checked.
+#define PL_MAIN_THREAD PL_EXCLUDES(::perlayer::OtherThread)
+#define PL_OTHER_THREAD PL_REQUIRES(::perlayer::OtherThread)
