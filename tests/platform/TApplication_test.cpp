@@ -156,8 +156,9 @@ TEST_F(TApplicationTest, OtherThreadsAreRefusedWhatIsTheMainOnes) {
     expect("process", [&] { application->ProcessMessages(); });
     expect("check", [&] { application->CheckSynchronize(); });
     expect("turn", [&] { application->Turn(); });
+    expect("timer", [&] { New<TTimer>(); });
   }).join();
-  EXPECT_EQ(refused, (std::vector<std::string>{"run", "process", "check", "turn"}));
+  EXPECT_EQ(refused, (std::vector<std::string>{"run", "process", "check", "turn", "timer"}));
 }
 
 // A toolkit as the port sees one: it owns the loop, and has events of its own.

@@ -4,11 +4,15 @@
 
 #include "perlayer/platform/Exception.h"
 #include "perlayer/platform/TApplication.h"
+#include "perlayer/platform/TLayer.h"
 #include "perlayer/platform/TTimerQueue.h"
 
 namespace perlayer {
 
-void TTimer::Create() { Application()->Timers().Attach(*this); }
+void TTimer::Create() {
+  Assert(TLayer::IsMainThread(), "TTimer: made on another than the main thread");
+  Application()->Timers().Attach(*this);
+}
 
 void TTimer::Destroy() {
   if (FQueue != nullptr) FQueue->Detach(*this);

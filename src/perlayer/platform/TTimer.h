@@ -6,12 +6,13 @@
 // tick, even if the handler processes messages. What escapes the handler goes to
 // Application()->HandleException, and the timer goes on. The handler may change or free the timer.
 //
-// Main thread only.
+// Main thread only; making one elsewhere raises EAssertionFailed.
 
 #include <cstdint>
 
 #include "perlayer/platform/TDelegate.h"
 #include "perlayer/platform/TObject.h"
+#include "perlayer/platform/ThreadAnnotations.h"
 
 namespace perlayer {
 
@@ -24,12 +25,12 @@ class TTimer : public TObject {
   void Destroy() override;
 
   // A changed interval, a change to enabled, and each setting of the event start the time anew.
-  int Interval() const { return FInterval; }  // milliseconds, 1000 at first; 0: no ticks
-  void Interval(int milliseconds);            // raises EAssertionFailed below 0
-  bool Enabled() const { return FEnabled; }   // true at first
-  void Enabled(bool enabled);
+  int Interval() const { return FInterval; }       // milliseconds, 1000 at first; 0: no ticks
+  void Interval(int milliseconds) PL_MAIN_THREAD;  // raises EAssertionFailed below 0
+  bool Enabled() const { return FEnabled; }        // true at first
+  void Enabled(bool enabled) PL_MAIN_THREAD;
   const TNotifyEvent& OnTimer() const { return FOnTimer; }
-  void OnTimer(TNotifyEvent event);
+  void OnTimer(TNotifyEvent event) PL_MAIN_THREAD;
 
  private:
   friend class TTimerQueue;
