@@ -81,11 +81,12 @@ TEST(Variant, ConvertsByFixedRules) {
        "9223372036854775807", "9,223372036854776e+18", "error"},
       {"false text", Variant(" fALSE"), " fALSE", "False", "error", "error", "error"},
       {"date text", Variant("1.1.2000"), "1.1.2000", "error", "error", "error", "36526"},
+      {"array", VarArrayOf({1}), "error", "error", "error", "error", "error"},
   };
   for (const TRow& row : rows) {
     SCOPED_TRACE(row.name);
     const Variant& v = row.value;
-    EXPECT_EQ(v.AsText(), row.text);
+    EXPECT_EQ(Answer("String", v, [&] { return v.AsText(); }), row.text);
     EXPECT_EQ(Answer("Boolean", v, [&] { return v.AsBoolean(); }), row.boolean);
     EXPECT_EQ(Answer("Integer", v, [&] { return v.AsInteger(); }), row.integer);
     EXPECT_EQ(Answer("Float", v, [&] { return v.AsFloat(); }), row.number);

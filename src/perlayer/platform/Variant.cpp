@@ -9,8 +9,31 @@ namespace perlayer {
 
 const char* VariantKindName(TVariantKind kind) {
   constexpr const char* kNames[] = {"Unassigned", "Null", "Boolean", "Integer",
-                                    "Float",      "Date", "String"};
+                                    "Float",      "Date", "String",  "Array"};
   return kNames[static_cast<std::size_t>(kind)];
+}
+
+Variant::Variant(const Variant& other)
+    : FKind(other.FKind),
+      FInteger(other.FInteger),
+      FNumber(other.FNumber),
+      FText(other.FText),
+      FArray(other.FArray == nullptr ? nullptr : std::make_unique<TArray>(*other.FArray)) {}
+
+Variant::Variant(Variant&& other) noexcept
+    : FKind(std::exchange(other.FKind, TVariantKind::Unassigned)),
+      FInteger(std::exchange(other.FInteger, 0)),
+      FNumber(std::exchange(other.FNumber, 0)),
+      FText(std::exchange(other.FText, {})),
+      FArray(std::move(other.FArray)) {}
+
+Variant& Variant::operator=(Variant other) noexcept {
+  std::swap(FKind, other.FKind);
+  std::swap(FInteger, other.FInteger);
+  std::swap(FNumber, other.FNumber);
+  std::swap(FText, other.FText);
+  std::swap(FArray, other.FArray);
+  return *this;
 }
 
 void Variant::RaiseNo(const char* wanted) const {
@@ -40,6 +63,8 @@ std::string Variant::AsText() const {
       return DateTimeToStr(FNumber);
     case TVariantKind::String:
       return FText;
+    case TVariantKind::Array:
+      RaiseNo("String");
   }
   return {};
 }
@@ -48,6 +73,7 @@ double Variant::Number(const char* wanted) const {
   switch (FKind) {
     case TVariantKind::Unassigned:
     case TVariantKind::Null:
+    case TVariantKind::Array:
       break;
     case TVariantKind::Boolean:
     case TVariantKind::Integer:
@@ -104,6 +130,11 @@ TDateTime Variant::AsDate() const {
 bool Variant::Equals(const Variant& other) const {
   const auto either = [&](TVariantKind kind) { return FKind == kind || other.FKind == kind; };
   if (either(TVariantKind::Unassigned) || either(TVariantKind::Null)) return FKind == other.FKind;
+  if (either(TVariantKind::Array)) {
+    if (!IsArray()) RaiseNo("Array");
+    if (!other.IsArray()) other.RaiseNo("Array");
+    return FArray->bounds == other.FArray->bounds && FArray->elements == other.FArray->elements;
+  }
   if (FKind == other.FKind) {
     return FInteger == other.FInteger && FNumber == other.FNumber && FText == other.FText;
   }
