@@ -19,6 +19,8 @@
 
 namespace perlayer {
 
+class TStream;
+
 class TStringList : public TObject {
   TCLASS(TStringList, TObject)
  public:
@@ -74,6 +76,13 @@ class TStringList : public TObject {
   // through Add, so a sorted list orders them and treats duplicates as always.
   std::string Text() const;
   void Text(std::string_view text);
+  // Text from the stream's position to its end, or all of a file; a mark of UTF-8 in front of it is
+  // no part of the first line. Text to the stream's position, or in the place of a file, which is
+  // replaced whole. Raise EStreamError when that fails.
+  void LoadFromStream(TStream& source);
+  void SaveToStream(TStream& target) const;
+  void LoadFromFile(const std::string& path);
+  void SaveToFile(const std::string& path) const;
   // Delimiter "," and quote '"'.
   std::string CommaText() const;
   void CommaText(std::string_view text);
