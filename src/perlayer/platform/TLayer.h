@@ -36,6 +36,7 @@ enum class TLayerPart : std::size_t {
   application,       // TApplication
   statements,        // parsed SQL texts
   log,               // ILog
+  iniDirectory,      // TIniFile::UserDirectory
   formatSettings,    // TFormatSettings
   clock,             // TClock
   count
