@@ -209,6 +209,153 @@ TEST_P(TTextListModel, AnswersAsAPlainVectorDoes) {
 
 INSTANTIATE_TEST_SUITE_P(Seeds, TTextListModel, testing::Range(1u, 13u));
 
+// The sorted body against the array that it stands for: bisection as it is written in books, over
+// texts that begin alike, differ in case only, repeat, or are no proper UTF-8.
+class TSortedTextsModel : public testing::TestWithParam<unsigned> {
+ protected:
+  struct TEntry {
+    std::string text;
+    int value;
+  };
+
+  int Below(int limit) { return std::uniform_int_distribution<int>(0, limit - 1)(random); }
+  int Count() const { return static_cast<int>(model.size()); }
+  const TEntry& At(int index) const { return model[static_cast<std::size_t>(index)]; }
+
+  // Beginnings change from time to time, as does what all texts have in common.
+  std::string RandomText() {
+    static const std::string kBeginnings[] = {"", "Patient000", "PATIENT0", "Пациент-"};
+    static const std::string kPieces[] = {"a", "A", "k", "K", "ſ",    "s",
+                                          "č", "Č", "1", "2", "\xC4", std::string(1, 0)};
+    std::string text = kBeginnings[Below(100) == 0 ? 0 : beginning];
+    for (int length = Below(5); length > 0; --length) text += kPieces[Below(12)];
+    return text;
+  }
+  bool Find(const std::string& text, int& index) const {
+    bool found = false;
+    int low = 0;
+    int high = Count() - 1;
+    while (low <= high) {
+      const int probe = low + (high - low) / 2;
+      const int order = list.Compare(At(probe).text, text);
+      if (order < 0) {
+        low = probe + 1;
+      } else {
+        high = probe - 1;
+        if (order == 0) {
+          found = true;
+          if (list.Duplicates() != TDuplicates::dupAccept) low = probe;
+        }
+      }
+    }
+    index = low;
+    return found;
+  }
+  void Sort() {
+    std::stable_sort(model.begin(), model.end(), [this](const TEntry& a, const TEntry& b) {
+      return list.Compare(a.text, b.text) < 0;
+    });
+  }
+  void Add(const std::string& text) {
+    int index;
+    if (Find(text, index) && list.Duplicates() != TDuplicates::dupAccept) {
+      if (list.Duplicates() == TDuplicates::dupIgnore) {
+        ASSERT_EQ(list.Add(text, next), index);
+      } else {
+        ASSERT_THROW(list.Add(text, next), EListError);
+      }
+      return;
+    }
+    ASSERT_EQ(list.Add(text, next), index);
+    model.insert(model.begin() + index, {text, next++});
+  }
+  void Look(const std::string& text) {
+    int expected;
+    int index = -7;
+    const bool there = Find(text, expected);
+    ASSERT_EQ(list.Find(text, index), there);
+    ASSERT_EQ(index, expected);
+    ASSERT_EQ(list.IndexOf(text), there ? index : -1);
+  }
+  void LookForPrefix(std::string text) {
+    text.resize(static_cast<std::size_t>(Below(static_cast<int>(text.size()) + 1)));
+    int expected = 0;
+    while (expected < Count() && !StartsText(text, At(expected).text)) ++expected;
+    ASSERT_EQ(list.FindFirstPrefix(text), expected == Count() ? -1 : expected);
+  }
+  void ChangeSettings() {
+    switch (Below(40)) {
+      case 0:
+        list.Sorted(false);  // and texts out of order, equal ones too
+        for (int i = Below(100); i > 0; --i) {
+          const int index = Below(Count() + 1);
+          const std::string text = RandomText();
+          list.Insert(index, text, next);
+          model.insert(model.begin() + index, {text, next++});
+        }
+        list.Sorted(true);
+        Sort();
+        break;
+      case 1:
+        list.CaseSensitive(!list.CaseSensitive());
+        Sort();
+        break;
+      case 2:
+        if (Below(4) == 0) {
+          list.Clear();
+          model.clear();
+        }
+        beginning = Below(4);
+        break;
+      default:
+        list.Duplicates(static_cast<TDuplicates>(Below(3)));
+    }
+  }
+  void Check() const {
+    ASSERT_EQ(list.Count(), Count());
+    for (int i = 0; i < Count(); ++i) {
+      ASSERT_EQ(list.TextAt(i), At(i).text);
+      ASSERT_EQ(list.PayloadAt(i), At(i).value);
+    }
+  }
+
+  std::mt19937 random{GetParam()};
+  TTextList<int> list;
+  std::vector<TEntry> model;
+  int beginning = 1;
+  int next = 0;
+};
+
+TEST_P(TSortedTextsModel, AnswersAsABisectedArrayDoes) {
+  list.Sorted(true);
+  for (int step = 0; step < 170000 && !HasFailure(); ++step) {
+    SCOPED_TRACE(testing::Message() << "seed " << GetParam() << ", step " << step);
+    const int kind = Below(100);
+    if (kind < 45) {
+      Add(RandomText());
+    } else if (kind < 70) {
+      Look(RandomText());
+    } else if (kind < 71) {
+      LookForPrefix(RandomText());
+    } else if (kind < 98) {
+      if (Count() == 0) continue;
+      const int index = Below(Count());
+      list.Delete(index);
+      model.erase(model.begin() + index);
+    } else {
+      ChangeSettings();
+    }
+    if (step % 1000 == 0) Check();
+  }
+  Check();
+  const TTextList<int> copy(list);
+  list.Clear();
+  list = copy;
+  Check();
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, TSortedTextsModel, testing::Range(1u, 13u));
+
 // Of five equal texts among seven, which are met: the middle one first, unless duplicates count.
 TEST(TTextList, TieRuleFollowsDuplicates) {
   TTextList<int> list;

@@ -51,6 +51,42 @@ TEST(Text, CaseMapsOneCharacterToOne) {
   EXPECT_EQ(AsciiUpperCase("select č from é_z"), "SELECT č FROM é_Z");
 }
 
+// Also where a key is cut short: the bytes before the cut never contradict the texts.
+TEST(Text, KeysOrderAsTheirTextsCompare) {
+  static const char* const kPieces[] = {"a",
+                                        "A",
+                                        "z",
+                                        "[",
+                                        "K",
+                                        "ſ",
+                                        "č",
+                                        "Č",
+                                        "ẞ",
+                                        "\xC4",
+                                        "\xFF",
+                                        "\xED\xA0\x80",
+                                        "\xEF\xBF\xBF",
+                                        "𐐀",
+                                        "𐐨",
+                                        "\xF4\x8F\xBF\xBF"};
+  std::mt19937 random(3);
+  const auto text = [&] {
+    std::string result;
+    for (auto length = random() % 6; length > 0; --length) result += kPieces[random() % 16];
+    return result;
+  };
+  const auto sign = [](int order) { return (order > 0) - (order < 0); };
+  for (int i = 0; i < 200000; ++i) {
+    const std::string a = text(), b = text();
+    char x[64], y[64];
+    const std::string_view whole(x, FoldedKey(a, x, 64)), other(y, FoldedKey(b, y, 64));
+    ASSERT_EQ(sign(whole.compare(other)), sign(CompareText(a, b))) << a << " " << b;
+    char cut[4];
+    const std::size_t size = random() % 5;
+    ASSERT_EQ(std::string_view(cut, FoldedKey(a, cut, size)), whole.substr(0, size));
+  }
+}
+
 TEST(Text, NamesCompareByFoldedCodePoints) {
   EXPECT_EQ(CompareText("Čačak", "čAČAK"), 0);
   EXPECT_LT(CompareText("abc", "ABCD"), 0);

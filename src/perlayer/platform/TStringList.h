@@ -60,6 +60,8 @@ class TStringList : public TObject {
   // dupAccept the index is that of the first of equal texts, otherwise of the one met first by the
   // search. Raises EListError on an unsorted list.
   bool Find(std::string_view text, int& index) const;
+  // The lowest index whose text begins with `prefix`, in any case, or -1; quick when sorted.
+  int FindFirstPrefix(std::string_view prefix) const { return FItems.FindFirstPrefix(prefix); }
   int IndexOfObject(const TObject* object) const;  // first entry with that object, or -1
 
   // "NAME=VALUE" entries; names compare by CompareText whatever CaseSensitive says.

@@ -33,6 +33,11 @@ bool SameText(std::string_view a, std::string_view b);
 // True when the first characters of `text` are `prefix`, in any case.
 bool StartsText(std::string_view prefix, std::string_view text);
 
+// The beginning of the text's key, at most `size` bytes of it, to `key`; returns how many. Keys
+// compare, as unsigned bytes, as CompareText compares their texts. No key holds the byte 0 but for
+// a character 0.
+std::size_t FoldedKey(std::string_view text, char* key, std::size_t size);
+
 // Reads one code point at `position` and moves behind it. A byte that begins no character reads as
 // kStrayByte plus the byte, which no code point is, and AppendUtf8 writes that back as the byte.
 // REQUIRES: position < text.size()

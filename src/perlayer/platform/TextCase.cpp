@@ -113,6 +113,26 @@ bool StartsText(std::string_view prefix, std::string_view text) {
   return SkipEqual(prefix, i, text, j) == 0 && i == prefix.size();
 }
 
+// Folded UTF-8, whose bytes order as its code points do. A stray byte orders behind all code
+// points, and is written as itself behind 0xFF, which no character begins with.
+std::size_t FoldedKey(std::string_view text, char* key, std::size_t size) {
+  std::size_t length = 0;
+  for (std::size_t i = 0; i < text.size() && length < size;) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    if (byte < 0x80) {
+      key[length++] = static_cast<char>(TFold::kDirect[byte]);
+      ++i;
+      continue;
+    }
+    const char32_t c = TFold::Map(DecodeUtf8(text, i));
+    std::string character;
+    if (c >= kStrayByte) character = '\xFF';
+    AppendUtf8(character, c);
+    length += character.copy(key + length, size - length);
+  }
+  return length;
+}
+
 char32_t DecodeUtf8(std::string_view text, std::size_t& position) {
   const auto lead = static_cast<unsigned char>(text[position]);
   if (lead < 0x80) {
