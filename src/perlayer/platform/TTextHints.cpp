@@ -4,15 +4,15 @@
 
 namespace perlayer {
 
-// Eight bytes as a number that orders as they do. A key that ends sooner is filled up with zeros:
+// The bytes as a number that orders as they do. A key that ends sooner is filled up with zeros:
 // it then comes before all longer ones, or has the same hint.
-int TTextHints::Place(std::string_view text, std::uint64_t& hint) const {
+int TTextHints::Place(std::string_view text, THint& hint) const {
   const TKey key = KeyOf(text);
   const int order = std::memcmp(key.bytes.data(), FBeginning.data(), std::min(key.size, FCommon));
   if (order != 0) return order;
   if (key.size < FCommon) return -1;
   hint = 0;
-  for (std::size_t i = FCommon; i < FCommon + 8; ++i) {
+  for (std::size_t i = FCommon; i < FCommon + kSize; ++i) {
     hint = hint << 8 | (i < key.size ? static_cast<unsigned char>(key.bytes[i]) : 0);
   }
   return 0;

@@ -84,13 +84,13 @@ class TTextList {
     std::string text;
     T payload;
   };
-  using TTree = TCountedTree<TItem>;
+  using TTree = TCountedTree<TItem, TTextHints::THint>;
   // Where a text is in a sorted list, or would go.
   struct TPlace {
-    int index;           // of the first text that is not below
-    bool found;          // that one is equal
-    bool among;          // the text begins like those of the list, so that
-    std::uint64_t hint;  // this is its hint
+    int index;               // of the first text that is not below
+    bool found;              // that one is equal
+    bool among;              // the text begins like those of the list, so that
+    TTextHints::THint hint;  // this is its hint
   };
 
   std::ptrdiff_t Checked(int index) const {
@@ -276,7 +276,7 @@ std::vector<typename TTextList<T>::TItem*> TTextList<T>::Pointers() {
   items.reserve(static_cast<std::size_t>(Count()));
   if (FSorted) {
     FTree.ForEach(
-        [&](const TItem& item, std::uint64_t) { items.push_back(const_cast<TItem*>(&item)); });
+        [&](const TItem& item, TTextHints::THint) { items.push_back(const_cast<TItem*>(&item)); });
   } else {
     for (TItem& item : FItems) items.push_back(&item);
   }
