@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <vector>
 
 #include "perlayer/platform/Exception.h"
+#include "perlayer/platform/TObjectHandle.h"
 
 namespace perlayer {
 namespace {
@@ -17,101 +19,110 @@ class TDialog : public TForm {
   TCLASS(TDialog, TForm)
 };
 
-// Random adds, removals and deaths of retainers beside a plain vector.
-TEST(TplRetainerList, AnswersAsAPlainVectorDoes) {
+class TRetainerListModel : public testing::TestWithParam<unsigned> {
+ protected:
   struct TEntry {
-    TObject* retainer;
-    std::string cls;
-    bool alive;
+    const TClass* cls;
+    TObjectHandle retainer;
+    friend bool operator==(const TEntry&, const TEntry&) = default;
   };
-  for (unsigned seed = 1; seed <= 20; ++seed) {
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
-    std::mt19937 random(seed);
-    const auto below = [&](std::size_t n) { return static_cast<int>(random() % n); };
-    std::vector<TObject*> pool;
-    std::vector<TEntry> model;
-    TplRetainerList list;
-    for (int step = 0; step < 300; ++step) {
-      const int action = below(10);
-      if (pool.size() < 2 || action == 0) {
-        pool.push_back(below(2) == 0 ? New<TForm>() : static_cast<TObject*>(New<TDialog>()));
-      } else if (action == 1) {
-        const int victim = below(pool.size());
-        for (TEntry& entry : model) {
-          if (entry.retainer == pool[victim]) entry.alive = false;
+
+  int Below(int limit) { return std::uniform_int_distribution<int>(0, limit - 1)(random); }
+  int Count() const { return static_cast<int>(model.size()); }
+  TObject* Retainer() { return retainers[static_cast<std::size_t>(Below(kRetainers))]; }
+  static TObject* MakeRetainer(bool dialog) {
+    return dialog ? static_cast<TObject*>(New<TDialog>()) : New<TForm>();
+  }
+  void SetUp() override {
+    for (int i = 0; i < kRetainers; ++i) retainers.push_back(MakeRetainer(i % 2 == 0));
+  }
+  void TearDown() override {
+    for (TObject* retainer : retainers) retainer->Free();
+  }
+
+  int IndexOf(const TObject* retainer) const {
+    const auto found = std::find_if(model.begin(), model.end(), [&](const TEntry& entry) {
+      return entry.retainer == TObjectHandle(retainer);
+    });
+    return found == model.end() ? -1 : static_cast<int>(found - model.begin());
+  }
+  void Step(bool growing) {
+    TObject* retainer = Retainer();
+    const int kind = Below(100);
+    if (kind < (growing ? 60 : 20)) {
+      list.Add(retainer);
+      model.push_back({&retainer->ClassType(), retainer});
+    } else if (kind < 80) {
+      // As a release does it; now and then any entry.
+      const int index = Below(8) == 0 ? Below(Count() + 1) : IndexOf(retainer);
+      if (index < 0 || index == Count()) {
+        EXPECT_THROW(list.Delete(index), EListError);
+        if (index < 0) {
+          EXPECT_FALSE(list.DeleteObject(retainer));
         }
-        for (TEntry& entry : model) {
-          if (!entry.alive) entry.retainer = nullptr;
-        }
-        pool[victim]->Free();
-        pool.erase(pool.begin() + victim);
-      } else if (action == 2 && !model.empty()) {
-        const int index = below(model.size());
-        TObject* retainer = pool[below(pool.size())];
-        list.Replace(index, retainer);
-        model[index] = {retainer, retainer->ClassName(), true};
-      } else if (action < 6 && !model.empty()) {
-        const int index = below(model.size());
-        list.Delete(index);
-        model.erase(model.begin() + index);
-      } else if (step == 150) {
-        list.Clear();
-        model.clear();
+        return;
+      }
+      if (index == IndexOf(retainer)) {
+        ASSERT_TRUE(list.DeleteObject(retainer));
       } else {
-        TObject* retainer = pool[below(pool.size())];
-        list.Add(retainer);
-        model.push_back({retainer, retainer->ClassName(), true});
+        list.Delete(index);
       }
-
-      ASSERT_EQ(list.Count(), static_cast<int>(model.size()));
-      for (int i = 0; i < list.Count(); ++i) {
-        ASSERT_EQ(list.Strings(i), model[i].cls);
-        ASSERT_EQ(list.Objects(i), model[i].retainer);
+      model.erase(model.begin() + index);
+    } else if (kind < 90) {
+      const int index = Below(Count() + 1);
+      if (index == Count()) {
+        EXPECT_THROW(list.Replace(index, retainer), EListError);
+        return;
       }
-      for (TObject* retainer : pool) {
-        int first = -1;
-        for (int i = list.Count(); i-- > 0;) {
-          if (model[i].retainer == retainer) first = i;
-        }
-        ASSERT_EQ(list.IndexOfObject(retainer), first);
-      }
-      ASSERT_EQ(list.IndexOfObject(nullptr), -1) << "a dead retainer is not nil";
+      list.Replace(index, retainer);
+      model[static_cast<std::size_t>(index)] = {&retainer->ClassType(), retainer};
+    } else if (kind == 99) {
+      // A retainer goes without letting go. Its slot may come back with another object.
+      const auto at = static_cast<std::size_t>(Below(kRetainers));
+      retainers[at]->Free();
+      retainers[at] = MakeRetainer(Below(2) == 0);
+      retainer = retainers[at];
     }
-    for (const int outside : {-1, list.Count()}) {
-      EXPECT_THROW(list.Strings(outside), EListError);
-      EXPECT_THROW(list.Delete(outside), EListError);
+    ASSERT_EQ(list.IndexOfObject(retainer), IndexOf(retainer));
+  }
+  void Check() const {
+    ASSERT_EQ(list.Count(), Count());
+    for (int i = 0; i < Count(); ++i) {
+      const TEntry& entry = model[static_cast<std::size_t>(i)];
+      ASSERT_EQ((TEntry{&list.ClassAt(i), list.HandleAt(i)}), entry);
+      ASSERT_EQ(list.Objects(i), entry.retainer.Get());
     }
-    for (TObject* retainer : pool) retainer->Free();
+    ASSERT_THROW(list.ClassAt(Count()), EListError);
+    ASSERT_THROW(list.HandleAt(-1), EListError);
   }
-}
 
-class TLeaving : public TObject {
-  TCLASS(TLeaving, TObject)
- public:
-  void Destroy() override {
-    TObject::Destroy();
-    found = list->IndexOfObject(this);
-    cls = list->Strings(found);
-  }
-  TplRetainerList* list = nullptr;
-  int found = -1;
-  std::string cls;
+  static constexpr int kRetainers = 150;
+  std::mt19937 random{GetParam()};
+  std::vector<TObject*> retainers;
+  TplRetainerList list;
+  std::vector<TEntry> model;
 };
 
-// A retainer lets go while it is being destroyed: its entry is still found, and its class is still
-// the one that it came with.
-TEST(TplRetainerList, ARetainerFindsItselfDuringItsDestruction) {
-  TplRetainerList list;
-  auto form = Make<TForm>();
-  list.Add(form.Get());
-  auto* leaving = New<TLeaving>();
-  leaving->list = &list;
-  list.Add(leaving);
-  leaving->Destroy();
-  EXPECT_EQ(leaving->found, 1);
-  EXPECT_EQ(leaving->cls, "TLeaving");
-  leaving->FreeInstance();
+// Short and long by turns, through both ways of being kept, with retainers that hold many times.
+TEST_P(TRetainerListModel, AnswersAsAPlainVectorDoes) {
+  for (int round = 0; round < 8; ++round) {
+    SCOPED_TRACE("seed " + std::to_string(GetParam()) + ", round " + std::to_string(round));
+    const int steps = 10 + Below(round % 2 == 0 ? 8000 : 300);
+    for (int step = 0; step < 3 * steps && !HasFatalFailure(); ++step) {
+      Step(step < steps);
+      if (step % 256 == 0) Check();
+    }
+    Check();
+    while (Count() > 0) {
+      const int index = Below(Count());
+      list.Delete(index);
+      model.erase(model.begin() + index);
+    }
+    Check();
+  }
 }
+
+INSTANTIATE_TEST_SUITE_P(Seeds, TRetainerListModel, testing::Range(1u, 7u));
 
 }  // namespace
 }  // namespace perlayer

@@ -70,14 +70,12 @@ int TplDomainObject::AddRef(TObject* ARetainer) {
 }
 
 void TplDomainObject::Release(TObject* ARetainer) {
-  const int index = FRetainerList.IndexOfObject(ARetainer);
-  if (index < 0 || ARetainer == nullptr) {
+  if (ARetainer == nullptr || !FRetainerList.DeleteObject(ARetainer)) {
     BoMessageDlg(Format("%s.Release: Retainer of class %s is not in retainer list!", ClassName(),
                         ARetainer == nullptr ? "nil" : ARetainer->ClassName()),
                  TMsgDlgType::mtWarning, {TMsgDlgBtn::mbOK}, TMsgDlgBtn::mbOK, TMsgDlgBtn::mbOK);
     return;
   }
-  FRetainerList.Delete(index);
   const TAlive alive(this);
   // A monitor that raises must not leave the count above the list: the object could never go.
   TryFinally(

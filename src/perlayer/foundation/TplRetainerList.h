@@ -6,11 +6,17 @@
 // that was destroyed without letting go is thus told from a living one without its memory being
 // read, and its class can still be named. The first entry needs no memory of its own.
 //
+// A list that has grown past kShortList entries indexes itself, until it is empty again: from then
+// on adding takes constant time on the average, as does deleting a retainer's first entry, and what
+// goes by index O(log n) at most. The order stays that of AddRef. An operation that raises leaves
+// the list as it was; deleting needs no memory.
+//
 // Main thread only.
 
 #include <cstdint>
 #include <string>
 
+#include "perlayer/foundation/TRetainerIndex.h"
 #include "perlayer/platform/TObject.h"
 
 namespace perlayer {
@@ -32,25 +38,32 @@ class TplRetainerList {
   // The first entry of that retainer, or -1.
   int IndexOfObject(const TObject* retainer) const;
 
+  // REQUIRES, here and in Replace: retainer != nullptr
   void Add(const TObject* retainer);
   // Puts a living retainer in the place of the entry's own.
   void Replace(int index, const TObject* retainer);
   void Delete(int index);
+  // Deletes the first entry of that retainer; false when it has none.
+  bool DeleteObject(const TObject* retainer);
   void Clear();
 
  private:
-  struct TEntry {
-    const TClass* cls;
-    TObjectHandle retainer;
-  };
-  TEntry& At(int index) const;  // raises EListError outside
-  TEntry* Entries() const { return FCapacity == 0 ? const_cast<TEntry*>(&FFirst) : FEntries; }
+  using TEntry = TRetainerIndex::TEntry;
+  static constexpr std::uint32_t kShortList = 128;
+  static constexpr std::uint32_t kIndexed = UINT32_MAX;
+
+  const TEntry& At(int index) const;  // raises EListError outside
+  TEntry* Entries() { return FCapacity == 0 ? &FFirst : FEntries; }
+  const TEntry* Entries() const { return FCapacity == 0 ? &FFirst : FEntries; }
+  void Grow();
 
   std::uint32_t FCount = 0;
-  std::uint32_t FCapacity = 0;  // 0: FFirst is the storage, for one entry
+  // Which storage is in use. 0: FFirst, for one entry; kIndexed: FIndex; otherwise FEntries.
+  std::uint32_t FCapacity = 0;
   union {
     TEntry FFirst = {nullptr, {}};
     TEntry* FEntries;
+    TRetainerIndex* FIndex;
   };
 };
 

@@ -1,0 +1,73 @@
+#pragma once
+// TRetainerIndex: the entries of a long retainer list. Used by TplRetainerList only.
+//
+// Entries stand in the order of adding. Taking one out leaves a hole, and when there are more holes
+// than entries all are moved together. Counts of the entries in each block of places, kept as a
+// binary indexed tree (Fenwick, "A New Data Structure for Cumulative Frequency Tables", 1994), lead
+// from an index to its place and back. A hash table with linear probing leads from a retainer to
+// its first entry, and each entry to the same retainer's next.
+//
+// Reading changes nothing. What raises, only for want of memory, leaves everything as it was.
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "perlayer/platform/TObjectHandle.h"
+
+namespace perlayer {
+
+class TRetainerIndex {
+ public:
+  struct TEntry {
+    const TClass* cls;
+    TObjectHandle retainer;
+  };
+
+  std::uint32_t Count() const { return FCount; }
+  // REQUIRES, in all: 0 <= index < Count()
+  const TEntry& At(int index) const { return FPlaces[PlaceOf(index)].entry; }
+  // The first entry of that retainer, or -1.
+  int IndexOf(TObjectHandle retainer) const;
+
+  void Add(const TEntry& entry);
+  void Replace(int index, const TEntry& entry);
+  void Delete(int index) noexcept { Remove(PlaceOf(index)); }
+  // Takes out the first entry of that retainer; false when it has none.
+  bool Delete(TObjectHandle retainer) noexcept;
+
+ private:
+  static constexpr std::uint32_t kNone = UINT32_MAX;
+  static constexpr std::uint32_t kBlock = 16;
+  static constexpr std::size_t kMinPlaces = 256;
+
+  struct TPlace {
+    TEntry entry;        // without class: a hole
+    std::uint32_t next;  // the same retainer's next place, or kNone
+  };
+  struct TBucket {
+    TObjectHandle retainer;  // nil: free
+    std::uint32_t first;
+    std::uint32_t last;
+  };
+
+  std::uint32_t PlaceOf(int index) const;
+  std::size_t HomeOf(TObjectHandle retainer) const;
+  // The retainer's bucket, or the free one where it belongs.
+  std::size_t BucketOf(TObjectHandle retainer) const;
+  void FreeBucket(std::size_t bucket) noexcept;
+  void ReserveBucket();
+  void Link(std::uint32_t place) noexcept;
+  void Unlink(std::uint32_t place) noexcept;
+  void Remove(std::uint32_t place) noexcept;
+  void CountIn(std::uint32_t place, std::uint32_t change) noexcept;
+  void Compact() noexcept;
+
+  std::uint32_t FCount = 0;            // entries, without holes
+  std::uint32_t FRetainers = 0;        // buckets in use
+  std::vector<TPlace> FPlaces;         // in order
+  std::vector<std::uint32_t> FCounts;  // the binary indexed tree, one node for each block
+  std::vector<TBucket> FBuckets;       // a power of two, at most half of them in use
+};
+
+}  // namespace perlayer
