@@ -84,6 +84,7 @@ class TRetainerListModel : public testing::TestWithParam<unsigned> {
       retainer = retainers[at];
     }
     ASSERT_EQ(list.IndexOfObject(retainer), IndexOf(retainer));
+    ASSERT_EQ(list.IndexOfObject(nullptr), -1) << "a dead retainer is not nil";
   }
   void Check() const {
     ASSERT_EQ(list.Count(), Count());
@@ -123,6 +124,34 @@ TEST_P(TRetainerListModel, AnswersAsAPlainVectorDoes) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, TRetainerListModel, testing::Range(1u, 7u));
+
+class TLeaving : public TObject {
+  TCLASS(TLeaving, TObject)
+ public:
+  void Destroy() override {
+    TObject::Destroy();
+    found = list->IndexOfObject(this);
+    cls = list->Strings(found);
+  }
+  TplRetainerList* list = nullptr;
+  int found = -1;
+  std::string cls;
+};
+
+// A retainer lets go while it is being destroyed: its entry is still found, and its class is still
+// the one that it came with.
+TEST(TplRetainerList, ARetainerFindsItselfDuringItsDestruction) {
+  TplRetainerList list;
+  auto form = Make<TForm>();
+  list.Add(form.Get());
+  auto* leaving = New<TLeaving>();
+  leaving->list = &list;
+  list.Add(leaving);
+  leaving->Destroy();
+  EXPECT_EQ(leaving->found, 1);
+  EXPECT_EQ(leaving->cls, "TLeaving");
+  leaving->FreeInstance();
+}
 
 }  // namespace
 }  // namespace perlayer
