@@ -121,10 +121,10 @@ TEST_F(TplProviderTest, ConditionFindsOneObjectOrNoneAndRaisesOnSeveral) {
 }
 
 TEST_F(TplProviderTest, ConditionTakesTheActiveFieldIn) {
-  const auto condition = [&](const std::string& spec) {
+  const auto condition = [&](const std::string& sought) {
     return Lines([&](TIQuery* query) {
              FPatients->GetQuery(query);
-             EXPECT_TRUE(FPatients->FetchSpecToSQL(query, spec, "NAME"));
+             EXPECT_TRUE(FPatients->FetchSpecToSQL(query, sought, "NAME"));
            })
         .back();
   };
