@@ -52,10 +52,9 @@ bool HasLineBreak(std::string_view text) { return text.find_first_of("\r\n") != 
 TIniFile::TLine TIniFile::Parse(std::string text) {
   TLine line;
   std::string_view body = text;
-  if (!body.empty() && body.back() == '\n') {
-    body.remove_suffix(1);
-    if (!body.empty() && body.back() == '\r') body.remove_suffix(1);
-  }
+  if (body.ends_with('\n')) body.remove_suffix(1);
+  // Also at the end of a file, where the line that is written next completes the line end.
+  if (body.ends_with('\r')) body.remove_suffix(1);
   const std::string_view start = TrimLeft(body);
   const std::size_t equals = body.find('=');
   if (start.empty()) {
