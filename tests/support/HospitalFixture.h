@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "perlayer/corekit/TIDatabase.h"
@@ -18,6 +17,7 @@
 #include "perlayer/foundation/TAuthManager.h"
 #include "perlayer/object/THold.h"
 #include "perlayer/object/TplPerObject.h"
+#include "perlayer/platform/Variant.h"
 #include "perlayer/provider/TClassMapBuilder.h"
 #include "perlayer/provider/TPROVIDER.h"
 #include "perlayer/provider/TPlClassMetaData.h"
@@ -32,8 +32,8 @@ namespace perlayer {
 inline TFaultPlan Faults;
 
 inline TClassMapDefinition HospitalMap() {
-  return TClassMapBuilder("hospital")
-      .Query("quPatient", "Bolnik")
+  TClassMapBuilder map("hospital");
+  map.Query("quPatient", "Bolnik")
       .Sql(R"(
         select ID, NAME, SEX, WEIGHT, VISITS, BORN, NOTES, ACTIVE, DATUMIPL
         from OMRA.PATIENT
@@ -50,44 +50,27 @@ inline TClassMapDefinition HospitalMap() {
       .DateTime("BORN", "Rojen")
       .Memo("NOTES", "Opombe")
       .String("ACTIVE", 1)
-      .DateTime("DATUMIPL")
-      .Query("quEncounter", "Obravnava")
-      .Sql(R"(
-        select ID, PATIENT_ID, KIND, ACTIVE, DATUMIPL
-        from OMRA.ENCOUNTER
-        where
-        ID = :ID
-      )")
-      .Float("ID")
-      .Float("PATIENT_ID")
-      .String("KIND", 1, "Vrsta")
-      .String("ACTIVE", 1)
-      .DateTime("DATUMIPL")
-      .Query("quVisit", "Obisk")
-      .Sql(R"(
-        select ID, PATIENT_ID, KIND, ACTIVE, DATUMIPL
-        from OMRA.ENCOUNTER
-        where
-        ID = :ID
-      )")
-      .Float("ID")
-      .Float("PATIENT_ID")
-      .String("KIND", 1, "Vrsta")
-      .String("ACTIVE", 1)
-      .DateTime("DATUMIPL")
-      .Query("quStay", "Hospitalizacija")
-      .Sql(R"(
+      .DateTime("DATUMIPL");
+  const auto encounter = [&](const char* name, const char* caption, const char* sql) {
+    map.Query(name, caption)
+        .Sql(sql)
+        .Float("ID")
+        .Float("PATIENT_ID")
+        .String("KIND", 1, "Vrsta")
+        .String("ACTIVE", 1)
+        .DateTime("DATUMIPL");
+  };
+  const char* const plain =
+      "select ID, PATIENT_ID, KIND, ACTIVE, DATUMIPL\nfrom OMRA.ENCOUNTER\nwhere\nID = :ID";
+  encounter("quEncounter", "Obravnava", plain);
+  encounter("quVisit", "Obisk", plain);
+  encounter("quStay", "Hospitalizacija", R"(
         select E.ID, E.PATIENT_ID, E.KIND, E.ACTIVE, E.DATUMIPL, S.WARD
         from OMRA.ENCOUNTER E, OMRA.STAY S
         where
         S.ID = E.ID and E.ID = :ID
-      )")
-      .Float("ID")
-      .Float("PATIENT_ID")
-      .String("KIND", 1, "Vrsta")
-      .String("ACTIVE", 1)
-      .DateTime("DATUMIPL")
-      .String("WARD", 20, "Oddelek")
+      )");
+  return map.String("WARD", 20, "Oddelek")
       .Update("usPatient")
       .Insert("insert into\nOMRA.PATIENT\n(ID, NAME)\nvalues\n(:ID, :NAME)")
       .Update("usEncounter")
@@ -118,23 +101,11 @@ class TpoEncounter : public TplPerObject {
     TplPerObject::DoAfterLoad();
   }
   void InitializeAfterGetDataFromDataSet() override { Faults.Pass("InitializeAfterGetData"); }
-  std::string GetTextDescription() override {
-    Faults.Pass("GetTextDescription");
-    return TplPerObject::GetTextDescription();
-  }
   void SetObjectMarkedDeleted(bool AMarkedDeleted) override {
     Faults.Pass("SetObjectMarkedDeleted");
     TplPerObject::SetObjectMarkedDeleted(AMarkedDeleted);
   }
-  void SetInitializingBo(bool AInitializing) override {
-    Faults.Pass("SetInitializingBo");
-    TplPerObject::SetInitializingBo(AInitializing);
-  }
   bool GetKeepObjectTimestamp() override { return true; }
-  void SetTimeStamp(TDateTime ATimeStamp) override {
-    Faults.Pass("SetTimeStamp");
-    TplPerObject::SetTimeStamp(ATimeStamp);
-  }
 };
 class TpoVisit : public TpoEncounter {
   TCLASS(TpoVisit, TpoEncounter)
@@ -153,10 +124,6 @@ class TplEncounter : public TplProvider {
     TplProvider::Create(AOwner, ARetainer);
     aiActiveFieldName("ACTIVE");
   }
-  TPlClassMetaData* GetMetaData() override {
-    Faults.Pass("GetMetaData");
-    return TplProvider::GetMetaData();
-  }
   void GetQuery(TIQuery* quDest) override {
     Faults.Pass("GetQuery");
     TplProvider::GetQuery(quDest);
@@ -169,14 +136,6 @@ class TplEncounter : public TplProvider {
   void IdToSQL(const std::string& sId, TIQuery* NewQuery) override {
     Faults.Pass("IdToSQL");
     TplProvider::IdToSQL(sId, NewQuery);
-  }
-  bool GetIncludeDeactivated() override {
-    Faults.Pass("GetIncludeDeactivated");
-    return TplProvider::GetIncludeDeactivated();
-  }
-  std::string GetIDAttrName() override {
-    Faults.Pass("GetIDAttrName");
-    return TplProvider::GetIDAttrName();
   }
   TplProvider* GetProviderFromDataSet(TDataSet* ASourceDataSet, TIQuery*& AObjectSQL) override {
     Faults.Pass("GetProviderFromDataSet");
@@ -222,10 +181,8 @@ class THospital : public testing::Test {
     New<TplStay>(nullptr, FMap);
     FForm = Make<TScopeRetainer>();
     // Whatever is made on first use is made now, so that a test may count live objects.
-    for (TplProvider* provider :
-         {static_cast<TplProvider*>(FPatients), static_cast<TplProvider*>(FEncounters),
-          static_cast<TplProvider*>(Provider<TplStay>()),
-          static_cast<TplProvider*>(Provider<TplVisit>())}) {
+    for (TplProvider* provider : std::initializer_list<TplProvider*>{
+             FPatients, FEncounters, Provider<TplStay>(), Provider<TplVisit>()}) {
       provider->GetObject(FForm.Get(), "0", true);
       provider->GetMetaData()->GetAttrNames();
     }
@@ -233,27 +190,17 @@ class THospital : public testing::Test {
     AuthManager();
   }
 
-  // A parameter's value: a text, or a number when FText is empty. Null when both are.
-  struct TValue {
-    TValue(const char* text) : FText(text) {}
-    TValue(std::string text) : FText(std::move(text)) {}
-    TValue(double number) : FNumber(number), FIsNumber(true) {}
-    std::string FText;
-    double FNumber = 0;
-    bool FIsNumber = false;
-  };
-
-  // Runs a statement; the parameters are given in their order.
-  std::int64_t Execute(std::string_view sql, const std::vector<TValue>& values = {}) {
+  // Runs a statement; the parameters are given in their order, texts and numbers.
+  std::int64_t Execute(std::string_view sql, const std::vector<Variant>& values = {}) {
     const TOwned<TIQuery> query = Make<TIQuery>();
     query->DatabaseName(TcmpClassMap::kDatabaseName);
     query->SQLText(sql);
     for (std::size_t i = 0; i < values.size(); ++i) {
       TIParam& param = query->Params(static_cast<int>(i));
-      if (values[i].FIsNumber) {
-        param.AsFloat(values[i].FNumber);
+      if (values[i].Kind() == TVariantKind::String) {
+        param.AsString(values[i].AsText());
       } else {
-        param.AsString(values[i].FText);
+        param.AsFloat(values[i].AsFloat());
       }
     }
     return query->ExecSQL();
@@ -262,7 +209,7 @@ class THospital : public testing::Test {
     Execute("insert into OMRA.PATIENT (ID, NAME, ACTIVE) values (:ID, :NAME, :ACTIVE)",
             {id, name, active});
   }
-  void SetPatient(double id, const std::string& column, const TValue& value) {
+  void SetPatient(double id, const std::string& column, const Variant& value) {
     Execute("update OMRA.PATIENT set " + column + " = :V where ID = :ID", {value, id});
   }
   void AddEncounter(double id, const std::string& kind, const std::string& active = "1") {

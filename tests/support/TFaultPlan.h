@@ -71,21 +71,15 @@ class TFaultySession : public TDriverSession {
    public:
     TStatement(TFaultySession& session, TDriverStatement* inner)
         : FInner(inner), FSession(session) {}
-    void BindNull(int parameter) override {
-      FSession.FPlan.Pass("BindNull");
-      FInner->BindNull(parameter);
-    }
+    void BindNull(int parameter) override { Inner("BindNull").BindNull(parameter); }
     void BindText(int parameter, std::string_view text) override {
-      FSession.FPlan.Pass("BindText");
-      FInner->BindText(parameter, text);
+      Inner("BindText").BindText(parameter, text);
     }
     void BindNumber(int parameter, double value) override {
-      FSession.FPlan.Pass("BindNumber");
-      FInner->BindNumber(parameter, value);
+      Inner("BindNumber").BindNumber(parameter, value);
     }
     void BindBlob(int parameter, std::span<const std::byte> bytes) override {
-      FSession.FPlan.Pass("BindBlob");
-      FInner->BindBlob(parameter, bytes);
+      Inner("BindBlob").BindBlob(parameter, bytes);
     }
     bool Step() override {
       try {
@@ -104,18 +98,18 @@ class TFaultySession : public TDriverSession {
     }
     bool ReadOnly() const override { return FInner->ReadOnly(); }
     std::int64_t RowsAffected() const override { return FInner->RowsAffected(); }
-    std::shared_ptr<const TColumnLayout> Layout() override {
-      FSession.FPlan.Pass("Layout");
-      return FInner->Layout();
-    }
-    void Cell(int column, TCell& cell) override {
-      FSession.FPlan.Pass("Cell");
-      FInner->Cell(column, cell);
-    }
+    std::shared_ptr<const TColumnLayout> Layout() override { return Inner("Layout").Layout(); }
+    void Cell(int column, TCell& cell) override { Inner("Cell").Cell(column, cell); }
 
     TDriverStatement* const FInner;
 
    private:
+    // The statement itself, for a call that the plan lets pass.
+    TDriverStatement& Inner(const char* call) const {
+      FSession.FPlan.Pass(call);
+      return *FInner;
+    }
+
     TFaultySession& FSession;
     bool FRunning = false;
   };
