@@ -3,41 +3,28 @@
 #include <gtest/gtest.h>
 
 #include "perlayer/platform/Exception.h"
-#include "perlayer/platform/TClock.h"
+#include "support/ManualClock.h"
+#include "support/Raised.h"
 #include "support/TempDir.h"
 
 namespace perlayer {
 namespace {
 
 std::string LoadFailure(const std::string& text) {
-  try {
-    ISystemParameters().LoadFromText(text, "app.par");
-  } catch (const EConvertError& e) {
-    return e.Message();
-  }
-  return "loaded";
-}
-
-TEST(ISystemParameters, NamesAreEqualInAnyCase) {
-  ISystemParameters().SetParamValue("Čas", "True");
-  EXPECT_EQ(ParamValue("ČAS"), "True");
-  EXPECT_EQ(ParamValue("cas"), "");
-  ISystemParameters().SetParamValue("čas", "");
-  EXPECT_EQ(ParamValue("Čas"), "");
+  return Raised([&] { ISystemParameters().LoadFromText(text, "app.par"); });
 }
 
 TEST(ISystemParameters, AFileSetsAndUnsetsParameters) {
   const TTempDir dir;
-  ISystemParameters().SetParamValue("OLD", "stays");
+  ISystemParameters().SetParamValue("Čas", "stays");
   ISystemParameters().SetParamValue("GONE", "x");
   ISystemParameters().LoadFromFile(
       dir.Write("app.par", "\xEF\xBB\xBF Fixzombie = FALSE \r\n# note\r\n\r\ngone=\nURL=a=b#c"));
   EXPECT_EQ(ParamValue("FIXZOMBIE"), "FALSE");
-  EXPECT_EQ(ParamValue("OLD"), "stays");
+  EXPECT_EQ(ParamValue("ČAS"), "stays");
   EXPECT_EQ(ParamValue("GONE"), "");
   EXPECT_EQ(ParamValue("URL"), "a=b#c");
   EXPECT_THROW(ISystemParameters().LoadFromFile(dir.File("missing")), EStreamError);
-  EXPECT_THROW(ISystemParameters().LoadFromFile(dir.Path()), EStreamError);
 }
 
 TEST(ISystemParameters, AFaultyTextNamesItsLineAndChangesNothing) {
@@ -49,14 +36,12 @@ TEST(ISystemParameters, AFaultyTextNamesItsLineAndChangesNothing) {
 }
 
 TEST(ISystemParameters, TheWorkingDateIsTodayUntilItIsSet) {
-  auto owned = std::make_unique<TManualClock>(EncodeDate(2023, 1, 27) + 0.99);
-  TManualClock* clock = owned.get();
-  TClock::Install(std::move(owned));
+  TManualClock* clock = InstallManualClock(EncodeDate(2023, 1, 27) + 0.99);
   EXPECT_EQ(ISystemParameters().GetWorkingDate(), EncodeDate(2023, 1, 27));
   clock->Advance(3600 * 1000);
   EXPECT_EQ(ISystemParameters().GetWorkingDate(), EncodeDate(2023, 1, 28));
-  ISystemParameters().SetWorkingDate(EncodeDate(2020, 2, 29) + 0.5);
-  EXPECT_EQ(ISystemParameters().GetWorkingDate(), EncodeDate(2020, 2, 29) + 0.5);
+  ISystemParameters().SetWorkingDate(45000.5);
+  EXPECT_EQ(ISystemParameters().GetWorkingDate(), 45000.5);
   ISystemParameters().ResetWorkingDate();
   EXPECT_EQ(ISystemParameters().GetWorkingDate(), EncodeDate(2023, 1, 28));
 }

@@ -15,9 +15,6 @@ TEST(StringLists, SplittingAndJoiningAreInverse) {
   } cases[] = {{"", ";", {}},
                {";", ";", {"", ""}},
                {"a,,b,", ",", {"a", "", "b", ""}},
-               {" a ; b", ";", {" a ", " b"}},
-               {"a\r\nb\n", "\r\n", {"a", "b\n"}},
-               {"brez", ";", {"brez"}},
                {"a;b", "", {"a;b"}}};
   for (const auto& [text, separator, pieces] : cases) {
     list->Add("from before");

@@ -1,33 +1,21 @@
 #include "perlayer/corekit/TFileLog.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
-#include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <random>
 
-#include "perlayer/platform/TClock.h"
+#include "perlayer/platform/Files.h"
+#include "support/Faults.h"
+#include "support/ManualClock.h"
 #include "support/TempDir.h"
 
 namespace perlayer {
 namespace {
 
-std::string Contents(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
 class TFileLogTest : public testing::Test {
  protected:
-  TFileLogTest() {
-    auto clock = std::make_unique<TManualClock>(EncodeDateTime({2023, 1, 7}, {16, 5, 9, 0}));
-    FClock = clock.get();
-    TClock::Install(std::move(clock));
-  }
-
   static std::string Stamped(const std::string& text) { return "07.01.2023 16:05:09  " + text; }
   // How often `text` stands in what has gone to the standard error stream since the capture began.
   static int Told(const std::string& text) {
@@ -37,9 +25,17 @@ class TFileLogTest : public testing::Test {
     return count;
   }
 
+  // The entries of a file without the time before each.
+  static std::string Texts(const std::string& path) {
+    std::string texts;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) texts += line.substr(19) + "\n";
+    return texts;
+  }
+
   TTempDir FDir;
   const std::string FPath = FDir.File("app.log");
-  TManualClock* FClock;
+  TManualClock* const FClock = InstallManualClock(EncodeDateTime({2023, 1, 7}, {16, 5, 9, 0}));
 };
 
 TEST_F(TFileLogTest, OnlyEntriesBeginAtTheLeftEdge) {
@@ -49,7 +45,7 @@ TEST_F(TFileLogTest, OnlyEntriesBeginAtTheLeftEdge) {
   log.Line("a\r\nb\rc\n07.01.2023 16:05:09  forged");
   log.Line("");
   log.Flush();
-  EXPECT_EQ(Contents(FPath), Stamped("first\n") + Stamped("a\n") + indent + "b\n" + indent + "c\n" +
+  EXPECT_EQ(ReadFile(FPath), Stamped("first\n") + Stamped("a\n") + indent + "b\n" + indent + "c\n" +
                                  indent + "07.01.2023 16:05:09  forged\n" + Stamped("\n"));
 }
 
@@ -57,16 +53,16 @@ TEST_F(TFileLogTest, LinesWaitAtMostForASecondOrABlock) {
   {
     TFileLog log(FPath);
     log.Line("one");
-    EXPECT_EQ(Contents(FPath), "");
+    EXPECT_EQ(ReadFileIfThere(FPath).value_or(""), "");
     FClock->Advance(1000);
     log.Line("two");
-    EXPECT_NE(Contents(FPath).find("two"), std::string::npos);
+    EXPECT_NE(ReadFile(FPath).find("two"), std::string::npos);
     log.Line(std::string(20000, 'x'));
-    EXPECT_GT(Contents(FPath).size(), 20000u);
+    EXPECT_GT(ReadFile(FPath).size(), 20000u);
     log.Line("last");
-    EXPECT_EQ(Contents(FPath).find("last"), std::string::npos);
+    EXPECT_EQ(ReadFile(FPath).find("last"), std::string::npos);
   }
-  EXPECT_NE(Contents(FPath).find("last"), std::string::npos) << "the end of the log writes all";
+  EXPECT_NE(ReadFile(FPath).find("last"), std::string::npos) << "the end of the log writes all";
 }
 
 // Whatever is written, the files put together are the newest entries without a gap.
@@ -94,7 +90,7 @@ TEST_F(TFileLogTest, RotationLosesNothingButTheOldest) {
       const std::string name = number == 0 ? path : path + "." + std::to_string(number);
       if (!std::filesystem::exists(name)) continue;
       ++files;
-      const std::string contents = Contents(name);
+      const std::string contents = ReadFile(name);
       EXPECT_LE(contents.size(), kMax);
       if (number > 0) {
         EXPECT_GT(contents.size() + 142, kMax) << "moved before it was full";
@@ -122,10 +118,7 @@ TEST_F(TFileLogTest, AMissingDirectoryIsToldOnceAndTheLinesArriveLater) {
   log.Line("line 5");
   std::string expected;
   for (int i = 0; i <= 5; ++i) expected += "  line " + std::to_string(i) + "\n";
-  std::string texts;
-  std::ifstream file(path);
-  for (std::string line; std::getline(file, line);) texts += line.substr(19) + "\n";
-  EXPECT_EQ(texts, expected);
+  EXPECT_EQ(Texts(path), expected);
 }
 
 TEST_F(TFileLogTest, WhatFindsNoRoomWhileTheDiskFailsIsCounted) {
@@ -137,34 +130,28 @@ TEST_F(TFileLogTest, WhatFindsNoRoomWhileTheDiskFailsIsCounted) {
   EXPECT_EQ(Told("cannot open"), 1);
   std::filesystem::create_directory(FDir.File("later"));
   log.Flush();
-  const std::string contents = Contents(path);
+  const std::string contents = ReadFile(path);
   EXPECT_EQ(contents.size() / block.size(), 10u);
   EXPECT_EQ(contents.substr(contents.rfind("  ")), "  5 lines were lost here\n");
 }
 
 // A write that the disk cuts short goes on where it stopped: no entry is torn or doubled.
 TEST_F(TFileLogTest, AFullDiskTearsNoEntry) {
-  rlimit before{};
-  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
-  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
   testing::internal::CaptureStderr();
   std::string expected;
+  TFileLog log(FPath);
   {
-    TFileLog log(FPath);
-    rlimit tight = before;
-    tight.rlim_cur = 100;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &tight), 0);
+    const TFullDisk disk(100);
     for (int i = 0; i < 10; ++i) {
       log.Line("entry " + std::to_string(i));
       expected += Stamped("entry " + std::to_string(i) + "\n");
       log.Flush();
     }
-    EXPECT_EQ(Contents(FPath), expected.substr(0, 100));
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+    EXPECT_EQ(ReadFile(FPath), expected.substr(0, 100));
   }
-  std::signal(SIGXFSZ, handler);
+  log.Flush();
   EXPECT_EQ(Told("cannot write the log " + FPath), 1);
-  EXPECT_EQ(Contents(FPath), expected);
+  EXPECT_EQ(ReadFile(FPath), expected);
 }
 
 TEST_F(TFileLogTest, AFileThatCannotBeMovedGoesOnGrowing) {
@@ -179,15 +166,12 @@ TEST_F(TFileLogTest, AFileThatCannotBeMovedGoesOnGrowing) {
     FClock->Advance(1000);
   }
   EXPECT_EQ(Told("cannot rotate the log"), 1);
-  std::string texts;
-  std::ifstream file(FPath);
-  for (std::string line; std::getline(file, line);) texts += line.substr(19) + "\n";
-  EXPECT_EQ(texts, expected);
+  EXPECT_EQ(Texts(FPath), expected);
 
   std::filesystem::remove_all(FPath + ".1");
   log.Line("moves at last");
   log.Flush();
-  EXPECT_EQ(Contents(FPath).substr(19), "  moves at last\n");
+  EXPECT_EQ(Texts(FPath), "  moves at last\n");
 }
 
 }  // namespace
