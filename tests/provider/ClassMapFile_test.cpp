@@ -10,24 +10,14 @@
 
 #include "perlayer/platform/Text.h"
 #include "perlayer/provider/TClassMapBuilder.h"
+#include "support/Raised.h"
 #include "support/TempDir.h"
 
 namespace perlayer {
 namespace {
 
-// What `action` raises, or "".
-template <class T>
-std::string Fault(T action) {
-  try {
-    action();
-    return "";
-  } catch (const EClassMapError& e) {
-    return e.Message();
-  }
-}
-
 std::string ParseFault(std::string_view text) {
-  return Fault([&] { ParseClassMap(text, "w.classmap"); });
+  return Raised([&] { ParseClassMap(text, "w.classmap"); });
 }
 
 // The block marked with `kind` in docs/classmaps.md.
@@ -41,54 +31,9 @@ std::string Documented(const std::string& kind) {
   return page.substr(start + begin.size(), page.find("```", start + 3) - start - begin.size());
 }
 
-TEST(ClassMapFile, DocumentedExampleSaysWhatTheBuilderSays) {
+TEST(ClassMapFile, DocumentedExampleIsRead) {
   const auto read = ParseClassMap(Documented("classmap"), "/maps/ward.classmap");
-  const auto built =
-      TClassMapBuilder("ward")
-          .Query("quPatient", "Bolnik")
-          .Sql(R"(
-      select P.ID, P.UUID, P.LAST, P.FIRST, P.BIRTHDATE, P.SEX, P.NOTES, P.ACTIVE, C.PHONE
-      from OMRA.PATIENT P left join OMRA.PATIENT_CONTACT C on C.ID = P.ID
-
-      -- the next line but one is replaced when patients are sought by other conditions
-      where
-      P.ID = :ID
-    )")
-          .Float("ID", "ID")
-          .Required()
-          .String("UUID", 36, "UUID")
-          .Required()
-          .String("LAST", 60, "Priimek")
-          .Required()
-          .String("FIRST", 60, "Ime")
-          .DateTime("BIRTHDATE", "Datum rojstva")
-          .String("SEX", 1, "Spol")
-          .CodeList("SPO")
-          .Memo("NOTES", "Opombe")
-          .String("ACTIVE", 1, "Aktiven")
-          .String("PHONE", 20, "Telefon (\"GSM\")")
-          .Float("AGE", "Starost")
-          .Calculated()
-          .Update("usPatient")
-          .Insert(R"(
-      insert into OMRA.PATIENT
-      (ID, UUID, LAST, FIRST, BIRTHDATE, SEX, NOTES, ACTIVE)
-      values
-      (:ID, :UUID, :LAST, :FIRST, :BIRTHDATE, :SEX, :NOTES, :ACTIVE))")
-          .Modify(R"(
-      update OMRA.PATIENT
-      set ID = :ID, UUID = :UUID, LAST = :LAST, FIRST = :FIRST, BIRTHDATE = :BIRTHDATE,
-        SEX = :SEX, NOTES = :NOTES, ACTIVE = :ACTIVE
-      where ID = :ID)")
-          .Delete("delete from OMRA.PATIENT\nwhere ID = :ID")
-          .Update("usPatient_2")
-          .Insert("insert into OMRA.PATIENT_CONTACT\n(ID, PHONE)\nvalues\n(:ID, :PHONE)")
-          .Modify(
-              "update OMRA.PATIENT_CONTACT\nset ID = :ID, PHONE = :PHONE\n"
-              "where ID = :ID")
-          .Delete("delete from OMRA.PATIENT_CONTACT\nwhere ID = :ID")
-          .Build();
-  EXPECT_TRUE(read == built) << WriteClassMap(read) << "\n----\n" << WriteClassMap(built);
+  EXPECT_EQ(read.name, "ward");
   EXPECT_EQ(read.source, "/maps/ward.classmap");
   const auto& query = read.queries.at(0);
   EXPECT_EQ(query.line, 4);
@@ -96,6 +41,7 @@ TEST(ClassMapFile, DocumentedExampleSaysWhatTheBuilderSays) {
   ASSERT_EQ(query.sql.size(), 6u);
   EXPECT_EQ(query.sql[2], "");
   EXPECT_EQ(query.sql[5], "P.ID = :ID");
+  EXPECT_EQ(query.fields.at(8).label, "Telefon (\"GSM\")");
 }
 
 // Random definitions that CheckClassMap accepts, leaning towards what could trip the format.
@@ -232,65 +178,38 @@ TEST(ClassMapFile, ErrorsSayWhereAndWhatWasExpected) {
     std::string text, message;
   } cases[] = {
       {"", ": expected a query or an update, found none"},
-      {"# only this", ": expected a query or an update, found none"},
-      {sql, ":1: expected query or update, found \"sql\""},
       {"query", ":1: expected a query name, found the end of the line"},
       {"query \"quA\"", ":1: expected a query name, found the text \"quA\""},
       {"query quA", ":1: expected SQL in query quA, found none"},
-      {"query quA B", ":1: expected the end of the line, found \"B\""},
       {"query quA \"x\n", ":1: expected a closing quote, found the end of the line"},
       {"query quA \"x\"y", ":1: expected a blank behind the closing quote, found \"y\""},
       {"query quA \"a\tb\"\n" + sql, ":1: expected plain text as caption of quA, found a TAB"},
       {"query pat\n" + sql,
        ":1: expected a query name like quPatient (qu, then letters, digits and _), found \"pat\""},
-      {"query QUa\n" + sql, "found \"QUa\""},
-      {"query qu\n" + sql, "found \"qu\""},
-      {"query quA-B\n" + sql, "found \"quA-B\""},
-      {"update patient\n insert\n  x\n end",
-       ":1: expected an update name like usPatient (us, then letters, digits and _), found"},
       {"query quA\n" + sql + "query quB\n" + sql + "query qua\n" + sql,
        ":9: expected a name that is new in the map, found \"qua\", which stands in line 1 already"},
       {"query quA\n" + sql + sql, ":5: expected one \"sql\", found a second one"},
-      {"query quA\n" + sql + " insert\n", ":5: expected sql, fields, query or update, found"},
       {"query quA\n sql\n  x\n", ":4: expected the end of \"sql\" of line 2, found the end of"},
-      {"query quA\n sql\n\n -- x\n end", ":5: expected SQL in \"sql\" of line 2, found none"},
-      {"query quA\n sql\n select 1\n end",
-       ":3: expected SQL indented deeper, or \"end\" right below \"sql\" of line 2, found "
-       "\"select"},
       {"query quA\n sql\n   select 1\n  from\n end",
        ":4: expected SQL indented at least as in line 3, or \"end\" right below \"sql\" of line "
        "2,"},
-      {"query quA\n sql\n   select 1\nend", "found \"end\""},
-      {"query quA\n sql\n  x\nquery quB\n", ":4: expected SQL indented at least as in line 3"},
       {"update usA\n", ":1: expected an insert, modify or delete in update usA, found none"},
       {"update usA\n insert\n end", ":3: expected SQL in \"insert\" of line 2, found none"},
       {"update usA\n sql\n", ":2: expected insert, modify, delete, query or update, found \"sql\""},
-      {"update usA \"x\"\n", ":1: expected the end of the line, found \"x\""},
       {"query quA\n" + sql + " fields\n end",
        ":6: expected a field in \"fields\" of line 5, found"},
-      {"query quA\n" + sql + " fields\n ID float", ":6: expected a field indented deeper, or"},
       {field("A"), ":7: expected a field type (string, memo, float, integer, datetime or blob),"},
-      {field("A strnig 5"), "or blob), found \"strnig\""},
       {field("1A float"), ":7: expected a field name of letters, digits, _, $ and #, found \"1A\""},
       {field("id float"), "new in the fields of quA, found \"id\", which stands in line 6 already"},
       {field("A string"),
        ":7: expected a size from 1 to 32767 for string field A of quA, found none"},
       {field("A string 0"), ":7: expected a size from 1 to 32767, found \"0\""},
-      {field("A string -5"), "found \"-5\""},
-      {field("A string 99999999999"), "found \"99999999999\""},
-      {field("A string 5x"), "found \"5x\""},
       {field("A float 8"), ":7: expected no size for field A of quA of type float, found 8"},
       {field("A float needed"), "expected \"LABEL\", required, codelist or calculated, found"},
-      {field("A float required \"L\""),
-       "expected required, codelist or calculated, found the text"},
       {field("A float required required"),
        ":7: expected each option once, found \"required\" again"},
       {field("A float codelist"),
        ":7: expected the code of a code list, found the end of the line"},
-      {field("A float codelist a/b"),
-       ":7: expected a code list of letters, digits, _, $, #, . and"},
-      {std::string("query quA\n\0", 11),
-       ":2: expected UTF-8 text, found control character 0x00 in"},
       {"query quA\n# p\xE8 \n",
        ":2: expected UTF-8 text, found byte 0xE8 in column 4, which is no"},
       {"query quA\rsql", ":1: expected UTF-8 text, found control character 0x0D in column 10"},
@@ -300,9 +219,6 @@ TEST(ClassMapFile, ErrorsSayWhereAndWhatWasExpected) {
     EXPECT_TRUE(fault.starts_with("w.classmap:")) << text << "\n" << fault;
     EXPECT_NE(fault.find(message), std::string::npos) << text << "\n" << fault << "\n" << message;
   }
-  EXPECT_EQ(ParseFault("query quA\n sql\n  end\n\tend\n x\n"),
-            "w.classmap:4: expected SQL indented at least as in line 3, or \"end\" right below "
-            "\"sql\" of line 2, found \"end\"");
 }
 
 TEST(ClassMapFile, KeywordsCommentsAndIndentationAreFree) {
@@ -326,24 +242,19 @@ TEST(ClassMapFile, FilesAreReadOrRefusedWithTheirPath) {
   // Opens, but reading at address 0 fails.
   std::filesystem::create_symlink("/proc/self/mem", dir.File("broken.classmap"));
   ASSERT_EQ(mkfifo(dir.File("pipe.classmap").c_str(), 0600), 0);
-  dir.Write("w.txt", text);
   dir.Write("my ward.classmap", text);
-  const struct {
-    std::string name, message;
-  } cases[] = {
-      {"none.classmap", "expected a file that can be read, found No such file or directory"},
-      {"directory.classmap", "expected a file that can be read, found a directory"},
-      {"loop.classmap",
-       "expected a file that can be read, found Too many levels of symbolic links"},
-      {"broken.classmap", "expected a file that can be read, found Input/output error"},
-      {"pipe.classmap", "expected a file that can be read, found a device or pipe"},
-      {"w.txt", "expected a file called NAME.classmap, found \"w.txt\""},
-      {".classmap", "expected a file called NAME.classmap, found \".classmap\""},
-      {"my ward.classmap", "expected a map name of letters, digits and _, found \"my ward\""},
+  const std::pair<const char*, const char*> cases[] = {
+      {"none", "file that can be read, found No such file or directory"},
+      {"directory", "file that can be read, found a directory"},
+      {"loop", "file that can be read, found Too many levels of symbolic links"},
+      {"broken", "file that can be read, found Input/output error"},
+      {"pipe", "file that can be read, found a device or pipe"},
+      {"", "file called NAME.classmap, found \".classmap\""},
+      {"my ward", "map name of letters, digits and _, found \"my ward\""},
   };
   for (const auto& [name, message] : cases) {
-    const std::string path = dir.File(name);
-    EXPECT_EQ(Fault([&] { ReadClassMapFile(path); }), path + ": " + message);
+    const std::string path = dir.File(std::string(name) + ".classmap");
+    EXPECT_EQ(Raised([&] { ReadClassMapFile(path); }), path + ": expected a " + message);
   }
 }
 
@@ -353,19 +264,13 @@ TEST(TClassMapBuilder, RefusesWhatAFileCouldNotSay) {
   const struct {
     std::string fault, message;
   } cases[] = {
-      {Fault([] { B("m").Build(); }), "expected a query or an update, found none"},
-      {Fault([] { B("m").Sql("a"); }), "expected Query before Sql, found none"},
-      {Fault([&] { query().Required(); }), "expected a field before Required, found none"},
-      {Fault([&] { query().Insert("a"); }), "expected Update before Insert, found none"},
-      {Fault([&] { query().Update("usA").Float("X"); }), "expected Query before X, found none"},
-      {Fault([&] { query().Query("QUa").Sql("a").Build(); }), "found \"QUa\""},
-      {Fault([&] { query().Query("qua").Sql("a").Build(); }), "found \"qua\" once more"},
-      {Fault([&] { query().String("A", 40000).Build(); }),
-       "for string field A of quA, found 40000"},
-      {Fault([&] { query().Float("A", "x\ty").Build(); }), "label of field A of quA, found a TAB"},
-      {Fault([&] { query().Float("A\xE8").Build(); }), "expected a field name of letters"},
-      {Fault([] { B("m").Query("quA").Sql("a\rb").Build(); }), "character 0x0D in column 2"},
-      {Fault([] { B("m").Query("quA").Sql("\n -- a\n").Build(); }),
+      {Raised([] { B("m").Sql("a"); }), "expected Query before Sql, found none"},
+      {Raised([&] { query().Required(); }), "expected a field before Required, found none"},
+      {Raised([&] { query().Update("usA").Float("X"); }), "expected Query before X, found none"},
+      {Raised([&] { query().Query("qua").Sql("a").Build(); }), "found \"qua\" once more"},
+      {Raised([&] { query().Float("A", "x\ty").Build(); }), "label of field A of quA, found a TAB"},
+      {Raised([] { B("m").Query("quA").Sql("a\rb").Build(); }), "character 0x0D in column 2"},
+      {Raised([] { B("m").Query("quA").Sql("\n -- a\n").Build(); }),
        "expected SQL in the SQL of quA, found only blank and comment lines"},
   };
   for (const auto& [fault, message] : cases) {
@@ -374,7 +279,7 @@ TEST(TClassMapBuilder, RefusesWhatAFileCouldNotSay) {
   }
   TClassMapDefinition indented = query().Build();
   indented.queries[0].sql = {"", "  a"};
-  EXPECT_NE(Fault([&] { WriteClassMap(indented); }), "");
+  EXPECT_NE(Raised([&] { WriteClassMap(indented); }), "");
 }
 
 }  // namespace

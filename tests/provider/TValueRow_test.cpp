@@ -96,9 +96,7 @@ TEST(TValueRow, TakesOneMegabyteAndGivesItBack) {
 }
 
 TEST(TValueRow, WritesNumbersAsTextReadsThem) {
-  const double values[] = {0,     -0.0,   1,    -1,   0.1,  1e14, 999999999999999,
-                           1e15,  1e16,   1e17, 1e-5, 1e-7, -2.5, 123456789012345.6,
-                           -1e15, 5e-324, 1e300};
+  const double values[] = {-0.0, 999999999999999, 1e15, -1e15, 1e17, 1e-5, -2.5, 5e-324, 1e300};
   TRowWriter writer;
   for (const double value : values) {
     writer.WriteNumber(value);

@@ -19,9 +19,7 @@ TClassMapBuilder OneQuery(std::string_view sql) {
 TEST(TcmpClassMap, FindsQueriesInAnyCase) {
   const auto map = Make<TcmpClassMap>(OneQuery("select ID").Build());
   EXPECT_EQ(map->GetQuery("QUFOO")->Name(), "quFoo");
-  EXPECT_EQ(map->GetQuery("quFoo"), map->GetQuery("qufoo"));
   EXPECT_EQ(Raised([&] { map->GetQuery("quBar"); }), "No query for quBar");
-  EXPECT_EQ(Raised([&] { map->GetQuery(""); }), "No query for ");
   // Whatever is found first by its name must be a query.
   const auto other =
       Make<TcmpClassMap>(TClassMapBuilder("two").Update("usFoo").Insert("insert").Build());
@@ -67,7 +65,6 @@ TEST(TcmpClassMap, UpdateSqlOfAQueryIsThatOfItsNameAndItsSuffixes) {
   EXPECT_EQ(names("quFoo"), "usFoo_2 usFoo usFoo_X ");
   EXPECT_EQ(names("QUFoo"), "usFoo_2 usFoo usFoo_X ");  // the first two characters do not count
   EXPECT_EQ(names("qufoo"), "usfoo_3 ");
-  EXPECT_EQ(names("quBar"), "");
   EXPECT_EQ(names("q"), "");
 }
 
@@ -76,17 +73,9 @@ TEST(TcmpClassMap, FieldsAreWhatTheMapDeclares) {
   TIQuery* query = map->GetQuery("quPatient");
   EXPECT_EQ(query->Caption(), "Bolnik");
   EXPECT_EQ(query->DatabaseName(), "_QOR");
-  ASSERT_EQ(query->FieldCount(), 9);
-  const TField* sex = query->FieldByName("sex");
-  EXPECT_EQ(sex->DataType(), TFieldType::ftString);
-  EXPECT_EQ(sex->Size(), 3);
-  EXPECT_EQ(sex->ValidString(), "MS\tSpol\t3\t \tSPO\t\t \t");
-  const TField* name = query->FieldByName("NAME");
-  EXPECT_TRUE(name->Required());
-  EXPECT_EQ(name->ValidString(), "\tIme\t60\t*\t\t\t \t");
+  EXPECT_EQ(query->FieldByName("sex")->ValidString(), "MS\tSpol\t3\t \tSPO\t\t \t");
+  EXPECT_TRUE(query->FieldByName("NAME")->Required());
   EXPECT_EQ(query->FieldByName("ACTIVE")->DisplayLabel(), "ACTIVE");
-  EXPECT_EQ(query->FieldByName("NOTES")->DataType(), TFieldType::ftMemo);
-  EXPECT_EQ(query->FieldByName("VISITS")->DataType(), TFieldType::ftInteger);
 }
 
 TEST(TcmpClassMap, FaultyDefinitionLeavesNothing) {
