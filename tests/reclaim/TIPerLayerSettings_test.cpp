@@ -4,7 +4,6 @@
 
 #include "perlayer/corekit/ISystemParameters.h"
 #include "perlayer/object/TplPerObject.h"
-#include "perlayer/platform/TApplication.h"
 #include "perlayer/provider/TClassMapBuilder.h"
 #include "perlayer/provider/TcmpClassMap.h"
 #include "perlayer/provider/TplProvider.h"
@@ -16,8 +15,7 @@ using enum TIProviderOptimization;
 
 TEST(TIPerLayerSettings, ParametersAreReadOnceAndComparedAsTheyStand) {
   EXPECT_FALSE(PerLayerSettings()->aiUseInternalSubGraphOptimization());
-  for (const auto& [graph, limited] : {std::pair("TRUE", "True"), std::pair("true", "TRUE"),
-                                       std::pair("", " TRUE"), std::pair("1", "YES")}) {
+  for (const auto& [graph, limited] : {std::pair("TRUE", "True"), std::pair("true", "TRUE")}) {
     ISystemParameters().SetParamValue("GraphOptimization", graph);
     ISystemParameters().SetParamValue("LIMITEDONE2MANY", limited);
     const auto settings = Make<TIPerLayerSettings>();
@@ -26,43 +24,6 @@ TEST(TIPerLayerSettings, ParametersAreReadOnceAndComparedAsTheyStand) {
   }
   ISystemParameters().SetParamValue("GRAPHOPTIMIZATION", "TRUE");
   EXPECT_FALSE(PerLayerSettings()->aiUseInternalSubGraphOptimization()) << "made before";
-}
-
-TEST(TIPerLayerSettings, StartsAsTheLayerRunsByItself) {
-  const TIPerLayerSettings* settings = PerLayerSettings();
-  EXPECT_EQ(settings->aiOptimization(), TIProviderOptimizationSet{poSQLModify});
-  EXPECT_TRUE(settings->aiCacheEnabled() && settings->aiCollectGarbageOnExit());
-  EXPECT_FALSE(settings->aiReleaseLog() || settings->aiRunningInDLL());
-  EXPECT_EQ(settings->aiCriticalReleaseTime(), 500);
-  EXPECT_EQ(settings->aiCriticalReleasePause(), 10000);
-  EXPECT_FALSE(settings->aiOnStartTransactionEvent() || settings->aiOnProgress());
-}
-
-TEST(TIPerLayerSettings, TheMainFormIsTheUserUntilItIsSetOtherwise) {
-  EXPECT_FALSE(PerLayerSettings()->aiUIExists());
-  auto form = Make<TIPerLayerSettings>();  // any object does for a form
-  Application()->MainForm(form.Get());
-  EXPECT_TRUE(PerLayerSettings()->aiUIExists());
-  form.Reset();
-  EXPECT_FALSE(PerLayerSettings()->aiUIExists()) << "the form has gone";
-  PerLayerSettings()->aiUIExists(true);
-  EXPECT_TRUE(PerLayerSettings()->aiUIExists());
-}
-
-TEST(TIPerLayerSettings, ProgressReachesTheApplicationAndItsAnswerComesBack) {
-  bool cancel = false;
-  PerLayerSettings()->ShowOnProgress("unheard", 1, cancel, true, true, 2);
-  std::string heard;
-  PerLayerSettings()->aiOnProgress(
-      TIOnProgress::From([&](TObject* sender, const std::string& message, int progress, int max,
-                             bool show, bool canCancel, bool& answer) {
-        heard = sender->ClassName() + message + std::to_string(progress) + "/" +
-                std::to_string(max) + std::to_string(show) + std::to_string(canCancel);
-        answer = !answer;
-      }));
-  PerLayerSettings()->ShowOnProgress(" Berem ", 3, cancel, true, false, 7);
-  EXPECT_EQ(heard, "TIPerLayerSettings Berem 3/710");
-  EXPECT_TRUE(cancel);
 }
 
 // --- providers and objects of a transaction ---
