@@ -78,6 +78,8 @@ TEST(IInterfaceList, AnEntryMayCallTheListWhileItEnds) {
   EXPECT_EQ(list->QueryInterface(IInterfaceList::IID, &found), S_OK);
   EXPECT_EQ(found, list.Get());
   EXPECT_EQ(list->_Release(), 1);
+  EXPECT_EQ(list->QueryInterface(IInterface::IID, &found), S_OK);
+  EXPECT_EQ(static_cast<IInterface*>(found)->_Release(), 1);
   std::vector<int> counts;
   for (int i = 0; i < 4; ++i) {
     TItem* const item = New<TItem>('x');

@@ -22,9 +22,12 @@ TEST(ISystemParameters, AFileSetsAndUnsetsParameters) {
       dir.Write("app.par", "\xEF\xBB\xBF Fixzombie = FALSE \r\n# note\r\n\r\ngone=\nURL=a=b#c"));
   EXPECT_EQ(ParamValue("FIXZOMBIE"), "FALSE");
   EXPECT_EQ(ParamValue("ČAS"), "stays");
+  ISystemParameters().SetParamValue("čas", "");
+  EXPECT_EQ(ParamValue("Čas"), "");
   EXPECT_EQ(ParamValue("GONE"), "");
   EXPECT_EQ(ParamValue("URL"), "a=b#c");
   EXPECT_THROW(ISystemParameters().LoadFromFile(dir.File("missing")), EStreamError);
+  EXPECT_THROW(ISystemParameters().LoadFromFile(dir.Path()), EStreamError);
 }
 
 TEST(ISystemParameters, AFaultyTextNamesItsLineAndChangesNothing) {

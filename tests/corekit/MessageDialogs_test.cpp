@@ -37,6 +37,7 @@ class MessageDialogs : public testing::Test {
 };
 
 TEST_F(MessageDialogs, TheConsoleTakesNumbersCaptionsAndTheDefault) {
+  EXPECT_EQ(ModalResultName(ModalResultOf(mbYesToAll)), "mrYesToAll");
   const TMsgDlgButtons buttons = {mbYes, mbNo, mbCancel, mbHelp};
   EXPECT_EQ(Ask("1\n", buttons, mbNo), mrYes);
   EXPECT_EQ(FOut.str(), "Potrditev: Shranim?\n1) Da  2) Ne  3) Prekliči [2]: ");

@@ -181,6 +181,8 @@ TEST_F(TSqliteSessionTest, ComparesLikeTheStatementsLanguage) {
       {"trunc(born) in (:p, '01.01.1900')", {"29.02.2020"}, "2"},
       {"to_char(born, 'HH24:MI') = '13:30'", {}, "2"},
       {"born = to_date(:p, 'DD.MM.YY')", {"27.01.23"}, "1"},
+      {"upper(last) = 'ŽAGAR'", {}, "1"},
+      {"code in ('x', :p)", {"7"}, "2"},
       {"last like :p", {"k%"}, "2"},
       {"note is null and '' is null", {}, "1"},
       {"last || note = 'Žagar'", {}, "1"},
@@ -482,6 +484,7 @@ TEST_F(TSqliteSessionTest, ARunUsesOnlyWhatWasBoundForIt) {
   EXPECT_EQ(statement.Next(), "-x-");
   EXPECT_THROW(statement->BindText(0, "y"), EAssertionFailed);
   EXPECT_EQ(statement.Next(), "end");
+  EXPECT_EQ(statement.Next(), "end") << "it does not begin anew";
   EXPECT_THROW(statement->BindText(2, "y"), EAssertionFailed);
 }
 

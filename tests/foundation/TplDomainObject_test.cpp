@@ -79,6 +79,7 @@ TEST_F(TplDomainObjectTest, EveryHolderStandsInTheListOncePerAddRef) {
   auto* object = NewNode();
   auto* list = NewNode();
   EXPECT_EQ(object->RefCount(), 1);
+  EXPECT_EQ(object->GetHint(), "Object notifier. Listening TForm.");
   EXPECT_EQ(object->AddRef(FForm), 2);
   object->AddRef(list);
   EXPECT_EQ(object->AddRef(FForm), 4);

@@ -57,6 +57,7 @@ TEST_F(TplPerObjectTest, NeedsAProviderAndARetainer) {
 TEST_F(TplPerObjectTest, FetchedObjectTellsItsDefaults) {
   TpoPatient* ana = Ana();
   EXPECT_EQ(ana->GetGlobalID(), "PATIENT1");
+  EXPECT_FALSE(ana->GetReadOnly());
   EXPECT_EQ(ana->GetEditState(), TIPersistentObjectState::posBrowse);
   EXPECT_EQ(DumpPerObject(ana),
             "*** TPlPerObject: [1] TpoPatient\r\nID = 1\r\nNAME = Ana\r\nSEX = Ž\r\nWEIGHT = "

@@ -112,6 +112,13 @@ TEST_F(TApplicationTest, WhatEscapesGoesToOnExceptionElseIntoTheLogAndAbortNowhe
   raise(std::runtime_error("third"));
   EXPECT_TRUE(Logged("in OnException: the handler itself"));
   EXPECT_TRUE(Logged("Unhandled exception: third"));
+  FStory.clear();
+  Application()->OnIdle(TIdleEvent::From([](TObject*, bool&) {
+    Application()->Terminate();
+    throw Exception("idle");
+  }));
+  Application()->Run();
+  EXPECT_EQ(FStory, "idle");
 }
 
 TEST_F(TApplicationTest, OtherThreadsAreRefusedWhatIsTheMainOnes) {

@@ -124,6 +124,7 @@ TEST(TDateTime, WritesByPattern) {
     EXPECT_EQ(FormatDateTime(pattern, value), text) << pattern;
   EXPECT_EQ(FormatDateTime("h am/pm", 0), "12 am");
   EXPECT_EQ(FormatDateTime("h am/pm", 0.5), "12 pm");
+  EXPECT_EQ(TimeToStr(value), "16:05:09");
   EXPECT_EQ(DateTimeToStr(std::floor(value)), "07.01.2023");
 }
 
