@@ -65,6 +65,9 @@ class TFaultySession : public TDriverSession {
   std::string Translated(const TStatementTextPtr& text) override {
     return FInner->Translated(text);
   }
+  std::vector<TColumnInfo> TableColumns(std::string_view owner, std::string_view table) override {
+    return FInner->TableColumns(owner, table);
+  }
 
  private:
   class TStatement : public TDriverStatement {

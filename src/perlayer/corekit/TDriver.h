@@ -99,6 +99,9 @@ class TDriverSession {
   virtual bool InTransaction() const = 0;
   // What the driver really ran for `text`, for people to read.
   virtual std::string Translated(const TStatementTextPtr& text) = 0;
+  // The columns of a table or view in their order; none when it is not there. Names in any case,
+  // `owner` may be empty. Raises EDatabaseError when the database cannot be asked.
+  virtual std::vector<TColumnInfo> TableColumns(std::string_view owner, std::string_view table) = 0;
 };
 
 }  // namespace perlayer

@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <deque>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -35,6 +36,18 @@ struct TWord {
   bool quoted = false;
 };
 
+// What is raised for one line.
+class EParseFault : public EClassMapError {
+ public:
+  EParseFault(std::string_view source, TClassMapFault fault)
+      : EClassMapError(Format("%s:%d: %s", source, fault.line, fault.text)),
+        FFault(std::move(fault)) {}
+  const TClassMapFault& Fault() const { return FFault; }
+
+ private:
+  TClassMapFault FFault;
+};
+
 class TParser {
  public:
   TParser(std::string_view text, std::string_view fileName) {
@@ -45,45 +58,120 @@ class TParser {
     FLines = TextLines(text);
   }
 
+  // Up to the first fault, which is raised.
   TClassMapDefinition Run() {
     CheckLines();
-    while (ReadWords()) {
-      const std::string keyword = LowerCase(TakeWord("a keyword").text);
-      if (keyword == "query") {
-        BeginQuery();
-      } else if (keyword == "update") {
-        BeginUpdate();
-      } else if (FInQuery && keyword == "sql") {
-        ReadStatement(FDefinition.queries.back().sql, keyword);
-      } else if (FInQuery && keyword == "fields") {
-        ReadFields(FDefinition.queries.back());
-      } else if (FInUpdate && keyword == "insert") {
-        ReadStatement(FDefinition.updateSqls.back().insertSql, keyword);
-      } else if (FInUpdate && keyword == "modify") {
-        ReadStatement(FDefinition.updateSqls.back().modifySql, keyword);
-      } else if (FInUpdate && keyword == "delete") {
-        ReadStatement(FDefinition.updateSqls.back().deleteSql, keyword);
-      } else {
-        Expected(FInQuery    ? "sql, fields, query or update"
-                 : FInUpdate ? "insert, modify, delete, query or update"
-                             : "query or update",
-                 Quoted(FWords[0].text));
-      }
-    }
+    while (ReadWords()) ReadPart();
     CheckClassMap(FDefinition);
     return std::move(FDefinition);
   }
 
- private:
-  // Raises for line FLine, the one read last.
-  [[noreturn]] void Expected(std::string_view expected, std::string_view found) const {
-    RaiseExpected(Format("%s:%d", FDefinition.source, FLine), expected, found);
+  // Through all faults.
+  TClassMapReading RunOn() {
+    TClassMapReading reading;
+    FFaults = &reading.faults;
+    CheckLines();
+    while (!Go([&] {
+      while (ReadWords()) ReadPart();
+    })) {
+      LeavePart(reading.unread);
+    }
+    const bool none = FDefinition.queries.empty() && FDefinition.updateSqls.empty();
+    if (!none || reading.faults.empty()) {
+      const auto faults = ClassMapFaults(FDefinition);
+      reading.faults.insert(reading.faults.end(), faults.begin(), faults.end());
+    }
+    reading.definition = std::move(FDefinition);
+    return reading;
   }
 
-  void CheckLines() {
-    for (const auto line : FLines) {
+ private:
+  // Runs a step of reading. In a reading that goes on a fault is noted, and the answer is false.
+  template <class TStep>
+  bool Go(TStep&& step) {
+    if (FFaults == nullptr) {
+      step();
+      return true;
+    }
+    try {
+      step();
+      return true;
+    } catch (const EParseFault& e) {
+      FFaults->push_back(e.Fault());
+      return false;
+    }
+  }
+
+  // Goes on behind a fault: to the next line that begins a query or an update, as far left as the
+  // one that ends here.
+  void LeavePart(std::vector<std::string>& unread) {
+    if (FInQuery) {
+      unread.push_back(FDefinition.queries.back().name);
+      FDefinition.queries.pop_back();
+    } else if (FInUpdate) {
+      unread.push_back(FDefinition.updateSqls.back().name);
+      FDefinition.updateSqls.pop_back();
+    }
+    FInQuery = FInUpdate = false;
+    FLine = std::max(FLine, FPartLine + 1);
+    while (FLine <= FLines.size() &&
+           (!BeginsPart() || Indentation(Line()).size() > FPartIndentation)) {
       ++FLine;
-      if (const auto fault = LineFault(line); !fault.empty()) Expected("UTF-8 text", fault);
+    }
+    --FLine;
+  }
+
+  bool BeginsPart() const {
+    const std::string_view text = Trim(Line());
+    const std::string_view word = text.substr(0, text.find_first_of(" \t"));
+    return SameText(word, "query") || SameText(word, "update");
+  }
+
+  void ReadPart() {
+    const std::string keyword = LowerCase(TakeWord("a keyword").text);
+    if (keyword == "query") {
+      BeginQuery();
+    } else if (keyword == "update") {
+      BeginUpdate();
+    } else if (FInQuery && keyword == "sql") {
+      auto& query = FDefinition.queries.back();
+      ReadStatement(query.sql, query.sqlLine, keyword);
+    } else if (FInQuery && keyword == "fields") {
+      ReadFields(FDefinition.queries.back());
+    } else if (FInUpdate && keyword == "insert") {
+      auto& update = FDefinition.updateSqls.back();
+      ReadStatement(update.insertSql, update.insertLine, keyword);
+    } else if (FInUpdate && keyword == "modify") {
+      auto& update = FDefinition.updateSqls.back();
+      ReadStatement(update.modifySql, update.modifyLine, keyword);
+    } else if (FInUpdate && keyword == "delete") {
+      auto& update = FDefinition.updateSqls.back();
+      ReadStatement(update.deleteSql, update.deleteLine, keyword);
+    } else {
+      Expected(FInQuery    ? "sql, fields, query or update"
+               : FInUpdate ? "insert, modify, delete, query or update"
+                           : "query or update",
+               Quoted(FWords[0].text));
+    }
+  }
+
+  // Raises for line FLine, the one read last.
+  [[noreturn]] void Expected(std::string_view expected, std::string_view found) const {
+    throw EParseFault(FDefinition.source, {LineNumber(), ExpectedText(expected, found)});
+  }
+
+  // Where reading goes on, what is no text reads as question marks.
+  void CheckLines() {
+    for (auto& line : FLines) {
+      ++FLine;
+      const auto fault = LineFault(line);
+      if (fault.empty() || Go([&] { Expected("UTF-8 text", fault); })) continue;
+      std::string& readable = FReadable.emplace_back(line);
+      for (char& c : readable) {
+        const auto byte = static_cast<unsigned char>(c);
+        if ((byte < ' ' && c != '\t') || byte >= 0x7F) c = '?';
+      }
+      line = readable;
     }
     FLine = 0;
   }
@@ -100,6 +188,11 @@ class TParser {
   // The next line that has words.
   bool ReadWords() {
     while (ReadLine()) {
+      if (BeginsPart()) {
+        FPartLine = FLine;
+        FPartIndentation = Indentation(Line()).size();
+        FInQuery = FInUpdate = false;
+      }
       SplitWords();
       if (!FWords.empty()) return true;
     }
@@ -224,9 +317,10 @@ class TParser {
   }
 
   // `lines` is empty unless the section has been read already.
-  void ReadStatement(std::vector<std::string>& lines, std::string_view keyword) {
+  void ReadStatement(std::vector<std::string>& lines, int& firstLine, std::string_view keyword) {
     if (!lines.empty()) Expected(Format("one \"%s\"", keyword), "a second one");
     const TSection section = BeginSection(keyword);
+    firstLine = LineNumber() + 1;
     std::vector<std::string_view> read;
     std::optional<std::string_view> indentation;  // of the first line of SQL
     std::size_t first = 0;
@@ -252,8 +346,16 @@ class TParser {
       const std::string_view text = Trim(Line());
       if (text.empty() || text[0] == '#') continue;
       if (!IsDeeper(section)) ExpectedInside(section, "a field indented deeper");
-      SplitWords();
-      ReadField(query.fields.emplace_back());
+      TClassMapField field;
+      if (!Go([&] {
+            SplitWords();
+            ReadField(field);
+          })) {
+        // Its name is enough for what else there is to check.
+        if (field.name.empty()) continue;
+        if (field.type == TClassMapFieldType::string) field.size = std::max(field.size, 1);
+      }
+      query.fields.push_back(std::move(field));
     }
     if (query.fields.empty()) {
       Expected(Format("a field in \"fields\" of line %d", section.line), "none");
@@ -312,6 +414,10 @@ class TParser {
 
   TClassMapDefinition FDefinition;
   std::vector<std::string_view> FLines;
+  std::deque<std::string> FReadable;               // stand in FLines for lines that are no text
+  std::vector<TClassMapFault>* FFaults = nullptr;  // of a reading that goes on
+  std::size_t FPartLine = 0;                       // where the query or update begins
+  std::size_t FPartIndentation = 0;
   std::size_t FLine = 0;  // number of the line read last, from 1; 0 before the first
   std::vector<TWord> FWords;
   std::size_t FNextWord = 0;
@@ -444,6 +550,12 @@ TClassMapDefinition ParseClassMap(std::string_view text, std::string_view fileNa
 TClassMapDefinition ReadClassMapFile(const std::string& path) {
   MapName(path);
   return ParseClassMap(ReadFile(path), path);
+}
+
+TClassMapReading ReadWholeClassMapFile(const std::string& path) {
+  MapName(path);
+  const std::string text = ReadFile(path);
+  return TParser(text, path).RunOn();
 }
 
 std::string WriteClassMap(const TClassMapDefinition& definition) {

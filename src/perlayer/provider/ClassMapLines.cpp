@@ -8,8 +8,12 @@
 
 namespace perlayer {
 
+std::string ExpectedText(std::string_view expected, std::string_view found) {
+  return Format("expected %s, found %s", expected, found);
+}
+
 void RaiseExpected(std::string_view place, std::string_view expected, std::string_view found) {
-  throw EClassMapError(Format("%s: expected %s, found %s", place, expected, found));
+  throw EClassMapError(Format("%s: %s", place, ExpectedText(expected, found)));
 }
 
 std::string Quoted(std::string_view text) {

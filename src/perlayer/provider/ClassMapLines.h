@@ -7,7 +7,9 @@
 
 namespace perlayer {
 
-// "PLACE: expected EXPECTED, found FOUND" as EClassMapError.
+// "expected EXPECTED, found FOUND".
+std::string ExpectedText(std::string_view expected, std::string_view found);
+// "PLACE: " and that text as EClassMapError.
 [[noreturn]] void RaiseExpected(std::string_view place, std::string_view expected,
                                 std::string_view found);
 // In double quotes, cut to a length that a message bears.

@@ -58,7 +58,7 @@ class TCheck {
  public:
   explicit TCheck(const TClassMapDefinition& definition) : FDefinition(definition) {}
 
-  void Run() {
+  std::vector<TClassMapFault> Run() {
     if (!IsName(FDefinition.name, "_", false)) {
       Expected(0, "a map name of letters, digits and _", Quoted(FDefinition.name));
     }
@@ -67,15 +67,14 @@ class TCheck {
     }
     for (const auto& query : FDefinition.queries) CheckQuery(query);
     for (const auto& update : FDefinition.updateSqls) CheckUpdate(update);
+    return std::move(FFaults);
   }
 
  private:
   using TNames = std::map<std::string, int>;  // folded name, line
 
-  [[noreturn]] void Expected(int line, std::string_view expected, std::string_view found) {
-    const std::string place =
-        FDefinition.source.empty() ? "class map " + FDefinition.name : FDefinition.source;
-    RaiseExpected(line == 0 ? place : Format("%s:%d", place, line), expected, found);
+  void Expected(int line, std::string_view expected, std::string_view found) {
+    FFaults.push_back({line, ExpectedText(expected, found)});
   }
 
   void CheckNew(TNames& names, std::string_view name, int line, std::string_view where) {
@@ -170,10 +169,22 @@ class TCheck {
 
   const TClassMapDefinition& FDefinition;
   TNames FComponents;
+  std::vector<TClassMapFault> FFaults;
 };
 
 }  // namespace
 
-void CheckClassMap(const TClassMapDefinition& definition) { TCheck(definition).Run(); }
+std::vector<TClassMapFault> ClassMapFaults(const TClassMapDefinition& definition) {
+  return TCheck(definition).Run();
+}
+
+void CheckClassMap(const TClassMapDefinition& definition) {
+  const auto faults = ClassMapFaults(definition);
+  if (faults.empty()) return;
+  const auto& [line, text] = faults[0];
+  const std::string place =
+      definition.source.empty() ? "class map " + definition.name : definition.source;
+  throw EClassMapError((line == 0 ? place : Format("%s:%d", place, line)) + ": " + text);
+}
 
 }  // namespace perlayer

@@ -24,8 +24,9 @@ enum class TClassMapFieldType : std::uint8_t { string, memo, floating, integer, 
 
 inline constexpr int kMaxStringSize = 32767;
 
-// `line` of the records below is the line of the file where the item begins, 0 for one made in C++.
-// Items are equal when they say the same, wherever that stands.
+// `line` of the records below is the line of the file where the item begins, that of a statement
+// the line of its line 0; 0 for one made in C++. Items are equal when they say the same, wherever
+// that stands.
 
 struct TClassMapField {
   std::string name;
@@ -44,6 +45,7 @@ struct TClassMapQuery {
   std::vector<std::string> sql;
   std::vector<TClassMapField> fields;  // the first is the ID attribute
   int line = 0;
+  int sqlLine = 0;
 };
 
 // The three statements of one table. One that is not there is an empty text.
@@ -53,6 +55,9 @@ struct TClassMapUpdateSql {
   std::vector<std::string> modifySql;
   std::vector<std::string> deleteSql;
   int line = 0;
+  int insertLine = 0;
+  int modifyLine = 0;
+  int deleteLine = 0;
 };
 
 struct TClassMapDefinition {
@@ -70,9 +75,17 @@ bool operator==(const TClassMapDefinition& a, const TClassMapDefinition& b);
 // "string", "memo", "float", "integer", "datetime", "blob".
 std::string_view ClassMapFieldTypeName(TClassMapFieldType type);
 
-// Raises EClassMapError unless names are well formed and no two alike (in any case), every query
-// has SQL, every update SQL a statement, string fields and no others a size, and every text is
-// UTF-8 without control characters.
+// One thing that is not right: where, and "expected ..., found ...".
+struct TClassMapFault {
+  int line = 0;  // of the file; 0: the map as a whole
+  std::string text;
+};
+
+// All faults of a definition. It has none when names are well formed and no two alike (in any
+// case), every query has SQL, every update SQL a statement, string fields and no others a size, and
+// every text is UTF-8 without control characters.
+std::vector<TClassMapFault> ClassMapFaults(const TClassMapDefinition& definition);
+// Raises EClassMapError for the first of them.
 void CheckClassMap(const TClassMapDefinition& definition);
 
 }  // namespace perlayer

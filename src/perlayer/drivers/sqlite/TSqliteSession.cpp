@@ -7,6 +7,7 @@
 
 #include "perlayer/drivers/sqlite/SqliteErrors.h"
 #include "perlayer/drivers/sqlite/TSqlTranslator.h"
+#include "perlayer/platform/Text.h"
 
 namespace perlayer {
 
@@ -96,19 +97,42 @@ std::string TSqliteSession::Translated(const TStatementTextPtr& text) {
   return TSqlTranslator(*text, this).Translate().sql;
 }
 
-std::vector<TSqlColumn> TSqliteSession::Columns(const std::string& table) {
-  std::vector<TSqlColumn> columns;
+template <class TTake>
+int TSqliteSession::ForEachColumn(const std::string& table, TTake&& take) {
   int code = SQLITE_OK;
   // A statement over it tells views as well as tables.
   const TRawStatement all = PrepareRaw(Database(), "SELECT * FROM " + QuotedName(table), code);
-  if (code != SQLITE_OK) return columns;  // no such table: the statement itself will tell
+  if (code != SQLITE_OK) return code;
   for (int i = 0; i < sqlite3_column_count(all.get()); ++i) {
     const char* name = sqlite3_column_name(all.get(), i);
     const char* declared = sqlite3_column_decltype(all.get(), i);
     int size = 0;
     const auto type = DeclaredType(declared == nullptr ? "" : declared, size);
-    columns.push_back({name == nullptr ? "" : name, type ? SqlTypeOf(*type) : TSqlType::unknown});
+    take(name == nullptr ? "" : name, type, size);
   }
+  return SQLITE_OK;
+}
+
+std::vector<TSqlColumn> TSqliteSession::Columns(const std::string& table) {
+  std::vector<TSqlColumn> columns;
+  // A failure means no columns: the statement that is being translated will tell it.
+  ForEachColumn(table, [&](const char* name, std::optional<TColumnType> type, int) {
+    columns.push_back({name, type ? SqlTypeOf(*type) : TSqlType::unknown});
+  });
+  return columns;
+}
+
+std::vector<TColumnInfo> TSqliteSession::TableColumns(std::string_view owner,
+                                                      std::string_view table) {
+  CheckThread();
+  std::vector<TColumnInfo> columns;
+  const std::string name = perlayer::FileName(UpperCase(owner), UpperCase(table));
+  const int code =
+      ForEachColumn(name, [&](const char* column, std::optional<TColumnType> type, int size) {
+        columns.push_back({column, type.value_or(TColumnType::text), size});
+      });
+  const bool noTable = (code & 0xff) == SQLITE_ERROR;
+  if (code != SQLITE_OK && !noTable) throw SqliteError(Database(), code, "", name);
   return columns;
 }
 

@@ -48,6 +48,7 @@ class TSqliteSession final : public TDriverSession, private TSqlSchema {
   void Rollback() override;
   bool InTransaction() const override { return FTransaction != TTransaction::none; }
   std::string Translated(const TStatementTextPtr& text) override;
+  std::vector<TColumnInfo> TableColumns(std::string_view owner, std::string_view table) override;
 
   const std::string& FileName() const { return FFileName; }
   std::size_t KeptStatements() const { return FCache.Count(); }
@@ -68,6 +69,10 @@ class TSqliteSession final : public TDriverSession, private TSqlSchema {
   void SchemaChanged() noexcept;
 
   std::vector<TSqlColumn> Columns(const std::string& table) override;
+  // Calls take(name, type, size) for each column; the type is nothing when its declaration tells
+  // none. Answers the database's code.
+  template <class TTake>
+  int ForEachColumn(const std::string& table, TTake&& take);
 
   void Open(const TSqliteOptions& options);
   void UseWriteAheadLog();
