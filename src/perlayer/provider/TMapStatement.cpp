@@ -157,7 +157,7 @@ std::vector<TMapStatement::TRange> TMapStatement::Pieces(std::size_t first,
 
 TMapColumn TMapStatement::ColumnOf(TRange piece) const {
   TMapColumn result;
-  const auto [first, behind] = piece;
+  const std::size_t first = piece.first, behind = piece.second;
   result.offset = first < Count() ? FTokens[first].begin : FText.size();
   if (first >= behind) return result;
   const std::size_t last = behind - 1;
