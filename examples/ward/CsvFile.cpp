@@ -1,11 +1,8 @@
 #include "CsvFile.h"
 
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <memory>
 #include <utility>
 
+#include "perlayer/platform/Files.h"
 #include "perlayer/platform/Format.h"
 #include "perlayer/platform/Text.h"
 
@@ -113,22 +110,6 @@ TCsvFile ParseCsv(std::string_view text, const std::string& path) {
   return file;
 }
 
-TCsvFile ReadCsvFile(const std::string& path) {
-  struct TCloser {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
-  const std::unique_ptr<std::FILE, TCloser> file(std::fopen(path.c_str(), "rb"));
-  std::string text;
-  char buffer[1 << 16];
-  while (file != nullptr) {
-    const std::size_t size = std::fread(buffer, 1, sizeof buffer, file.get());
-    text.append(buffer, size);
-    if (size < sizeof buffer) break;
-  }
-  if (file == nullptr || std::ferror(file.get()) != 0) {
-    throw ECsvError(Format("%s: expected a file that can be read: %s", path, std::strerror(errno)));
-  }
-  return ParseCsv(text, path);
-}
+TCsvFile ReadCsvFile(const std::string& path) { return ParseCsv(ReadFile(path), path); }
 
 }  // namespace ward

@@ -26,7 +26,7 @@ struct TCsvFile {
   std::vector<TCsvRow> rows;  // each with as many fields as the header
 };
 
-// Raise ECsvError for the first thing that is wrong.
+// Raise ECsvError for the first thing that is wrong, EStreamError for a file that cannot be read.
 TCsvFile ReadCsvFile(const std::string& path);
 TCsvFile ParseCsv(std::string_view text, const std::string& path);
 
