@@ -1,8 +1,8 @@
 #include "AttributeTable.h"
 
+#include "TextTable.h"
 #include "perlayer/object/TplPerObject.h"
 #include "perlayer/platform/Format.h"
-#include "perlayer/platform/Text.h"
 #include "perlayer/provider/TClassMapDefinition.h"
 #include "perlayer/provider/TPlClassMetaData.h"
 
@@ -29,11 +29,12 @@ std::string TypeName(const TplAttrProperties& properties) {
   }
 }
 
+// A date as its days.
 std::string TypedValue(const Variant& value) {
   switch (value.Kind()) {
     case TVariantKind::Float:
     case TVariantKind::Date:
-      return Format("%s %.10g", VariantKindName(value.Kind()), value.AsFloat());
+      return Format("%.10g", value.AsFloat());
     case TVariantKind::String:
       return "";
     default:
@@ -41,30 +42,26 @@ std::string TypedValue(const Variant& value) {
   }
 }
 
-std::string Line(const std::string& name, const std::string& label, const std::string& type,
-                 const std::string& text, const std::string& typed) {
-  const std::string line = IPadR(name, 16) + IPadR(label, 18) + IPadR(type, 12) +
-                           (typed.empty() ? text : IPadR(text, 20) + " " + typed);
-  return std::string(TrimRight(line));
-}
-
 }  // namespace
 
-std::vector<std::string> AttributeTable(TplPerObject* object) {
+std::vector<std::string> AttributeTable(TplPerObject* object, std::size_t width) {
   TPlClassMetaData* metaData = object->aiObjectMetaData();
   std::vector<std::string> names;
   for (int i = 0; i < object->AttrCount(); ++i) names.push_back(object->AttrName(i));
   const auto& calculated = metaData->CalcAttributes();
   for (int i = 0; i < calculated.Count(); ++i) names.push_back(calculated.TextAt(i));
 
-  std::vector<std::string> lines = {Line("attribute", "label", "type", "text", "typed value")};
+  TTextTable table({{"attribute"},
+                    {"label"},
+                    {"type"},
+                    {"typed value", TTextTable::TContent::number},
+                    {"text"}});
   for (const std::string& name : names) {
     const TplAttrProperties properties = metaData->GetAttrProperties(name);
-    lines.push_back(Line(name, properties.sDispLabel, TypeName(properties),
-                         object->GetAttrValue(name),
-                         TypedValue(object->GetAttrValueAsVariant(name))));
+    table.Add({name, properties.sDispLabel, TypeName(properties),
+               TypedValue(object->GetAttrValueAsVariant(name)), object->GetAttrValue(name)});
   }
-  return lines;
+  return table.Lines(width);
 }
 
 }  // namespace ward

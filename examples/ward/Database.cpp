@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "Schema.h"
+#include "TextTable.h"
 #include "perlayer/corekit/TIQuery.h"
 #include "perlayer/platform/Format.h"
 #include "perlayer/platform/Text.h"
@@ -18,8 +19,8 @@ double SelectNumber(TSqliteDatabase& database, const std::string& select) {
 }
 
 bool HoldsWard(TSqliteDatabase& database) {
-  return SelectNumber(database, Format("select count(*) from SQLITE_MASTER where NAME = '%s.%s'",
-                                       kWardOwner, WardTables().back().name)) > 0;
+  return SelectNumber(database, Format("select count(*) from SQLITE_MASTER where NAME = '%s'",
+                                       FullName(WardTables().back()))) > 0;
 }
 
 TSqliteDatabase OpenWard(const std::string& file) {
@@ -32,13 +33,12 @@ TSqliteDatabase OpenWard(const std::string& file) {
 }
 
 std::vector<std::string> RowCounts(TSqliteDatabase& database) {
-  std::vector<std::string> lines;
+  TTextTable counts({{"table"}, {"rows", TTextTable::TContent::number}});
   for (const TWardTable& table : WardTables()) {
-    const std::string name = Format("%s.%s", kWardOwner, table.name);
-    lines.push_back(IPadR(name + ":", 20) +
-                    FloatToStr(SelectNumber(database, "select count(*) from " + name)) + " rows");
+    const std::string name = FullName(table);
+    counts.Add({name, FloatToStr(SelectNumber(database, "select count(*) from " + name))});
   }
-  return lines;
+  return counts.Lines();
 }
 
 }  // namespace ward

@@ -20,7 +20,7 @@ TSqliteDatabase OpenWard(const std::string& file);
 // Whether the tables of the ward are there.
 bool HoldsWard(TSqliteDatabase& database);
 
-// "OMRA.PATIENT: 27 rows", for each table.
+// A table for people: each of the ward's tables and its rows.
 std::vector<std::string> RowCounts(TSqliteDatabase& database);
 
 // The single number that a SELECT gives.

@@ -1,6 +1,8 @@
 #include "Hospital.h"
 
 #include "Encounter.h"
+#include "Finding.h"
+#include "Organization.h"
 #include "Patient.h"
 #include "perlayer/provider/TcmpClassMap.h"
 
@@ -10,9 +12,13 @@ std::string MapFile(const std::string& name) { return PERLAYER_WARD_DIR "/maps/"
 
 TcmpClassMap* LoadHospitalClasses() {
   TcmpClassMap* map = LoadClassMap(MapFile("ward.classmap"));
+  New<TplOrganization>(nullptr, map)->aiActiveFieldName("ACTIVE");
+  New<TplClinician>(nullptr, map)->aiActiveFieldName("ACTIVE");
   New<TplPatient>(nullptr, map)->aiActiveFieldName("ACTIVE");
   New<TplEncounter>(nullptr, map);
   New<TplStay>(nullptr, map);
+  New<TplCondition>(nullptr, map)->aiActiveFieldName("ACTIVE");
+  New<TplMedication>(nullptr, map)->aiActiveFieldName("ACTIVE");
   return map;
 }
 

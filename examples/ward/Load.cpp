@@ -6,6 +6,7 @@
 
 #include "Database.h"
 #include "HospitalData.h"
+#include "Lines.h"
 #include "Schema.h"
 #include "perlayer/corekit/ILoginInfo.h"
 #include "perlayer/corekit/TIQuery.h"
@@ -91,7 +92,8 @@ void LoadHospital(const std::string& file, const std::string& dataDirectory) {
 void Load(const std::string& file, const std::string& dataDirectory) {
   LoadHospital(file, dataDirectory);
   TSqliteDatabase database = OpenWard(file);
-  for (const std::string& line : RowCounts(database)) std::cout << file << ": " << line << '\n';
+  std::cout << file << " holds the hospital now:\n\n";
+  PrintLines(RowCounts(database));
 }
 
 }  // namespace ward

@@ -71,6 +71,18 @@ void TNarrator::Answer(TIObjectExistsInDatabaseResult result) {
   }
 }
 
+// Its lines are laid out already; only what is too long is laid out again.
+void TNarrator::Answer(const std::vector<std::string>& table) {
+  static constexpr std::string_view kIndent = "      ";
+  for (const std::string& line : table) {
+    if (DisplayWidth(line) > kTableWidth) {
+      Answer(line);
+    } else {
+      std::cout << (line.empty() ? "" : kIndent) << line << '\n';
+    }
+  }
+}
+
 void TNarrator::Message(std::string_view text) {
   Answer(text);
   for (const TGloss& gloss : kGlosses) {

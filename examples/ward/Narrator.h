@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <vector>
 
 #include "perlayer/platform/Exception.h"
 #include "perlayer/platform/Text.h"
@@ -17,6 +18,8 @@ using namespace perlayer;
 
 class TNarrator {
  public:
+  static constexpr std::size_t kTableWidth = 104;
+
   void Title(std::string_view title);
   void Scene(std::string_view title);
   void Say(std::string_view text);     // explains
@@ -24,6 +27,7 @@ class TNarrator {
   void Answer(std::string_view text);  // below it, line by line
   void Answer(const char* text) { Answer(std::string_view(text)); }
   void Answer(TIObjectExistsInDatabaseResult result);
+  void Answer(const std::vector<std::string>& table);
   template <std::integral T>
   void Answer(T value) {
     Answer(std::is_same_v<T, bool> ? (value ? "true" : "false") : IntToStr(value));

@@ -1,6 +1,9 @@
 #include "Schema.h"
 
+#include <initializer_list>
+
 #include "perlayer/platform/Format.h"
+#include "perlayer/platform/Text.h"
 
 namespace ward {
 
@@ -8,17 +11,35 @@ using namespace perlayer;
 
 namespace {
 
-constexpr bool kRequired = true;
-constexpr TColumnKind kText = TColumnKind::text;
-constexpr TColumnKind kNumber = TColumnKind::number;
-constexpr TColumnKind kDate = TColumnKind::date;
-constexpr TWardColumn kUuid = {"Id", "UUID", TColumnKind::uuid, 36, kRequired};
+using TColumns = std::vector<TWardColumn>;
 
+constexpr TWardColumn Text(const char* csv, const char* name, int size) {
+  return {csv, name, TColumnKind::text, size};
+}
+constexpr TWardColumn Text(const char* name, int size) { return Text(name, name, size); }
+constexpr TWardColumn Number(const char* csv, const char* name) {
+  return {csv, name, TColumnKind::number};
+}
+constexpr TWardColumn Number(const char* name) { return Number(name, name); }
+constexpr TWardColumn Date(const char* csv, const char* name) {
+  return {csv, name, TColumnKind::date};
+}
+constexpr TWardColumn Date(const char* name) { return Date(name, name); }
+constexpr TWardColumn Required(TWardColumn column) {
+  column.required = true;
+  return column;
+}
 constexpr TWardColumn Reference(const char* csv, const char* name, const char* table) {
-  return {csv, name, TColumnKind::reference, 0, kRequired, table};
+  return {csv, name, TColumnKind::reference, 0, true, table};
 }
 
-std::string FullName(const std::string& table) { return std::string(kWardOwner) + "." + table; }
+TColumns Together(std::initializer_list<TColumns> groups) {
+  TColumns columns;
+  for (const TColumns& group : groups) columns.insert(columns.end(), group.begin(), group.end());
+  return columns;
+}
+
+std::string OwnedName(const char* table) { return Format("OMRA.%s", table); }
 
 std::string Declaration(const TWardColumn& column) {
   const std::string notNull = column.required ? " not null" : "";
@@ -30,7 +51,8 @@ std::string Declaration(const TWardColumn& column) {
     case TColumnKind::uuid:
       return Format("%s VARCHAR2(%d)%s unique", column.name, column.size, notNull);
     case TColumnKind::reference:
-      return Format("%s NUMBER%s references %s (ID)", column.name, notNull, FullName(column.table));
+      return Format("%s NUMBER%s references %s (ID)", column.name, notNull,
+                    OwnedName(column.table));
     case TColumnKind::text:
       break;
   }
@@ -42,106 +64,70 @@ std::string Declaration(const TWardColumn& column) {
 // The people who treat stand in CLINICIAN: a provider is something else in this program. What the
 // CSV files call DESCRIPTION is NAME, since every class has an attribute DESCRIPTION already.
 const std::vector<TWardTable>& WardTables() {
+  // What several tables have.
+  static const TColumns kKey = {Required({"Id", "UUID", TColumnKind::uuid, 36})};
+  static const TColumns kPlace = {Text("ADDRESS", 60), Text("CITY", 40), Text("STATE", 20),
+                                  Text("ZIP", 10),     Number("LAT"),    Number("LON")};
+  static const TColumns kPatient = {Reference("PATIENT", "PATIENT_ID", "PATIENT")};
+  static const TColumns kEncounter = {Reference("ENCOUNTER", "ENCOUNTER_ID", "ENCOUNTER")};
+  static const TColumns kOrganization = {
+      Reference("ORGANIZATION", "ORGANIZATION_ID", "ORGANIZATION")};
+  static const TColumns kPeriod = {Required(Date("START", "STARTED")), Date("STOP", "STOPPED")};
+  static const TColumns kCode = {Text("CODE", 20), Text("DESCRIPTION", "NAME", 200)};
+  static const TColumns kReason = {Text("REASONCODE", "REASON_CODE", 20),
+                                   Text("REASONDESCRIPTION", "REASON", 200)};
+
   static const std::vector<TWardTable> kTables = {
-      {"organizations.csv",
-       "ORGANIZATION",
-       {kUuid,
-        {"NAME", "NAME", kText, 100, kRequired},
-        {"ADDRESS", "ADDRESS", kText, 60},
-        {"CITY", "CITY", kText, 40},
-        {"STATE", "STATE", kText, 20},
-        {"ZIP", "ZIP", kText, 10},
-        {"LAT", "LAT", kNumber},
-        {"LON", "LON", kNumber},
-        {"PHONE", "PHONE", kText, 20},
-        {"REVENUE", "REVENUE", kNumber},
-        {"UTILIZATION", "UTILIZATION", kNumber}}},
-      {"providers.csv",
-       "CLINICIAN",
-       {kUuid,
-        Reference("ORGANIZATION", "ORGANIZATION_ID", "ORGANIZATION"),
-        {"NAME", "NAME", kText, 60, kRequired},
-        {"GENDER", "SEX", kText, 1},
-        {"SPECIALITY", "SPECIALITY", kText, 60},
-        {"ADDRESS", "ADDRESS", kText, 60},
-        {"CITY", "CITY", kText, 40},
-        {"STATE", "STATE", kText, 20},
-        {"ZIP", "ZIP", kText, 10},
-        {"LAT", "LAT", kNumber},
-        {"LON", "LON", kNumber},
-        {"UTILIZATION", "UTILIZATION", kNumber}}},
-      {"patients.csv",
-       "PATIENT",
-       {kUuid,
-        {"LAST", "LAST", kText, 60, kRequired},
-        {"FIRST", "FIRST", kText, 60, kRequired},
-        {"PREFIX", "PREFIX", kText, 10},
-        {"SUFFIX", "SUFFIX", kText, 10},
-        {"MAIDEN", "MAIDEN", kText, 60},
-        {"BIRTHDATE", "BIRTHDATE", kDate, 0, kRequired},
-        {"DEATHDATE", "DEATHDATE", kDate},
-        {"GENDER", "SEX", kText, 1},
-        {"MARITAL", "MARITAL", kText, 1},
-        {"RACE", "RACE", kText, 20},
-        {"ETHNICITY", "ETHNICITY", kText, 20},
-        {"BIRTHPLACE", "BIRTHPLACE", kText, 80},
-        {"SSN", "SSN", kText, 11},
-        {"DRIVERS", "DRIVERS", kText, 20},
-        {"PASSPORT", "PASSPORT", kText, 20},
-        {"ADDRESS", "ADDRESS", kText, 60},
-        {"CITY", "CITY", kText, 40},
-        {"STATE", "STATE", kText, 20},
-        {"COUNTY", "COUNTY", kText, 40},
-        {"ZIP", "ZIP", kText, 10},
-        {"LAT", "LAT", kNumber},
-        {"LON", "LON", kNumber},
-        {"HEALTHCARE_EXPENSES", "EXPENSES", kNumber},
-        {"HEALTHCARE_COVERAGE", "COVERAGE", kNumber}}},
-      {"encounters.csv",
-       "ENCOUNTER",
-       {kUuid,
-        Reference("PATIENT", "PATIENT_ID", "PATIENT"),
-        Reference("ORGANIZATION", "ORGANIZATION_ID", "ORGANIZATION"),
-        Reference("PROVIDER", "CLINICIAN_ID", "CLINICIAN"),
-        {"PAYER", "PAYER", kText, 36},
-        {"ENCOUNTERCLASS", "ENCOUNTERCLASS", kText, 20, kRequired},
-        {"START", "STARTED", kDate, 0, kRequired},
-        {"STOP", "STOPPED", kDate},
-        {"CODE", "CODE", kText, 20},
-        {"DESCRIPTION", "NAME", kText, 200},
-        {"BASE_ENCOUNTER_COST", "BASE_COST", kNumber},
-        {"TOTAL_CLAIM_COST", "TOTAL_COST", kNumber},
-        {"PAYER_COVERAGE", "COVERAGE", kNumber},
-        {"REASONCODE", "REASON_CODE", kText, 20},
-        {"REASONDESCRIPTION", "REASON", kText, 200}}},
-      {"conditions.csv",
-       "CONDITION",
-       {Reference("PATIENT", "PATIENT_ID", "PATIENT"),
-        Reference("ENCOUNTER", "ENCOUNTER_ID", "ENCOUNTER"),
-        {"START", "STARTED", kDate, 0, kRequired},
-        {"STOP", "STOPPED", kDate},
-        {"CODE", "CODE", kText, 20},
-        {"DESCRIPTION", "NAME", kText, 200}}},
-      {"medications.csv",
-       "MEDICATION",
-       {Reference("PATIENT", "PATIENT_ID", "PATIENT"),
-        Reference("ENCOUNTER", "ENCOUNTER_ID", "ENCOUNTER"),
-        {"START", "STARTED", kDate, 0, kRequired},
-        {"STOP", "STOPPED", kDate},
-        {"PAYER", "PAYER", kText, 36},
-        {"CODE", "CODE", kText, 20},
-        {"DESCRIPTION", "NAME", kText, 200},
-        {"BASE_COST", "BASE_COST", kNumber},
-        {"PAYER_COVERAGE", "COVERAGE", kNumber},
-        {"DISPENSES", "DISPENSES", kNumber},
-        {"TOTALCOST", "TOTAL_COST", kNumber},
-        {"REASONCODE", "REASON_CODE", kText, 20},
-        {"REASONDESCRIPTION", "REASON", kText, 200}}}};
+      {"organizations.csv", "ORGANIZATION",
+       Together({kKey,
+                 {Required(Text("NAME", 100))},
+                 kPlace,
+                 {Text("PHONE", 20), Number("REVENUE"), Number("UTILIZATION")}})},
+      {"providers.csv", "CLINICIAN",
+       Together({kKey,
+                 kOrganization,
+                 {Required(Text("NAME", 60)), Text("GENDER", "SEX", 1), Text("SPECIALITY", 60)},
+                 kPlace,
+                 {Number("UTILIZATION")}})},
+      {"patients.csv", "PATIENT",
+       Together(
+           {kKey,
+            {Required(Text("LAST", 60)), Required(Text("FIRST", 60)), Text("PREFIX", 10),
+             Text("SUFFIX", 10), Text("MAIDEN", 60), Required(Date("BIRTHDATE")), Date("DEATHDATE"),
+             Text("GENDER", "SEX", 1), Text("MARITAL", 1), Text("RACE", 20), Text("ETHNICITY", 20),
+             Text("BIRTHPLACE", 80), Text("SSN", 11), Text("DRIVERS", 20), Text("PASSPORT", 20)},
+            kPlace,
+            {Text("COUNTY", 40), Number("HEALTHCARE_EXPENSES", "EXPENSES"),
+             Number("HEALTHCARE_COVERAGE", "COVERAGE")}})},
+      {"encounters.csv", "ENCOUNTER",
+       Together({kKey,
+                 kPatient,
+                 kOrganization,
+                 {Reference("PROVIDER", "CLINICIAN_ID", "CLINICIAN"), Text("PAYER", 36),
+                  Required(Text("ENCOUNTERCLASS", 20))},
+                 kPeriod,
+                 kCode,
+                 {Number("BASE_ENCOUNTER_COST", "BASE_COST"),
+                  Number("TOTAL_CLAIM_COST", "TOTAL_COST"), Number("PAYER_COVERAGE", "COVERAGE")},
+                 kReason})},
+      {"conditions.csv", "CONDITION", Together({kPatient, kEncounter, kPeriod, kCode})},
+      {"medications.csv", "MEDICATION",
+       Together({kPatient,
+                 kEncounter,
+                 kPeriod,
+                 {Text("PAYER", 36)},
+                 kCode,
+                 {Number("BASE_COST"), Number("PAYER_COVERAGE", "COVERAGE"), Number("DISPENSES"),
+                  Number("TOTALCOST", "TOTAL_COST")},
+                 kReason})}};
   return kTables;
 }
 
+std::string FullName(const TWardTable& table) { return OwnedName(table.name); }
+std::string KindName(const TWardTable& table) { return LowerCase(table.name); }
+
 std::vector<std::string> CreateStatements(const TWardTable& table) {
-  const std::string name = FullName(table.name);
+  const std::string name = FullName(table);
   std::string create = "create table " + name + " (\n  ID NUMBER primary key";
   std::vector<std::string> indexes;
   for (const TWardColumn& column : table.columns) {
@@ -166,7 +152,7 @@ std::string InsertStatement(const TWardTable& table) {
   }
   return Format(
       "insert into %s\n(%s, ACTIVE, DATUMIPL, USER_IPL)\nvalues\n(%s, '1', sysdate, :USER_IPL)",
-      FullName(table.name), columns, values);
+      FullName(table), columns, values);
 }
 
 }  // namespace ward

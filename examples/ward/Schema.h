@@ -26,10 +26,12 @@ struct TWardTable {
   std::vector<TWardColumn> columns;
 };
 
-inline constexpr const char* kWardOwner = "OMRA";
-
 // In an order in which a table stands behind those that it refers to.
 const std::vector<TWardTable>& WardTables();
+
+std::string FullName(const TWardTable& table);  // "OMRA.PATIENT"
+// What a user calls that which a row of it is: "patient".
+std::string KindName(const TWardTable& table);
 
 // The statements that make the table and the indexes of its references.
 std::vector<std::string> CreateStatements(const TWardTable& table);

@@ -4,39 +4,30 @@
 
 #include "AttributeTable.h"
 #include "Database.h"
-#include "Encounter.h"
 #include "Hospital.h"
-#include "Patient.h"
+#include "Lines.h"
 #include "perlayer/object/THold.h"
 #include "perlayer/platform/Format.h"
+#include "perlayer/provider/TplProviderList.h"
 
 namespace ward {
 
-namespace {
-
-void Show(TplProvider* provider, const char* what, const std::string& id) {
+void Show(const std::string& databaseFile, const TWardTable& table, const std::string& id) {
+  const TSqliteDatabase database = OpenWard(databaseFile);
+  LoadHospitalClasses();
+  // Classes are named after their tables.
+  TplProvider* provider =
+      TplProvider::GetProviderList()->GetProviderFor(Format("Tpo%s", table.name));
+  Assert(provider != nullptr, "a table of the ward has no class");
   const THold<> object(provider, id);
   if (!object) {
     const bool deactivated =
         provider->ExistsInDatabase(id) == TIObjectExistsInDatabaseResult::edDeleted;
-    throw Exception(Format(deactivated ? "%s %s is deactivated" : "there is no %s %s", what, id));
+    throw Exception(
+        Format(deactivated ? "%s %s is deactivated" : "there is no %s %s", KindName(table), id));
   }
-  std::cout << object->ClassName() << ": " << object->GetTextDescription() << '\n';
-  for (const std::string& line : AttributeTable(object.Get())) std::cout << line << '\n';
-}
-
-}  // namespace
-
-void ShowPatient(const std::string& databaseFile, const std::string& id) {
-  const TSqliteDatabase database = OpenWard(databaseFile);
-  LoadHospitalClasses();
-  Show(Provider<TplPatient>(), "patient", id);
-}
-
-void ShowEncounter(const std::string& databaseFile, const std::string& id) {
-  const TSqliteDatabase database = OpenWard(databaseFile);
-  LoadHospitalClasses();
-  Show(Provider<TplEncounter>(), "encounter", id);
+  std::cout << object->ClassName() << ": " << object->GetTextDescription() << "\n\n";
+  PrintLines(AttributeTable(object.Get()));
 }
 
 }  // namespace ward

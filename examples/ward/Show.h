@@ -1,11 +1,13 @@
 #pragma once
-// `ward show`: one object on the standard output. Raise when there is no such row.
+// `ward show`: one object on the standard output.
 
 #include <string>
 
+#include "Schema.h"
+
 namespace ward {
 
-void ShowPatient(const std::string& databaseFile, const std::string& id);
-void ShowEncounter(const std::string& databaseFile, const std::string& id);
+// The object of that table's row. Raises when there is no such row, or a deactivated one.
+void Show(const std::string& databaseFile, const TWardTable& table, const std::string& id);
 
 }  // namespace ward

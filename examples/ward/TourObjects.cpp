@@ -23,7 +23,7 @@ void ClassMapScene(TNarrator& narrator) {
       "All SQL stands in class maps, which a database administrator can read and tune. For each "
       "class a provider takes its statement and its attributes from there. This program's own "
       "LoadHospitalClasses reads " +
-      MapFile("ward.classmap") + " and makes three providers:");
+      MapFile("ward.classmap") + " and makes a provider for each class:");
   WARD_ASK(narrator, LoadHospitalClasses();)
   const TplProviderList* providers = TplProvider::GetProviderList();
   for (int i = 0; i < providers->GetCount(); ++i) {
@@ -46,7 +46,7 @@ void FetchScene(TNarrator& narrator) {
       "Values are kept as text; typed values are made when they are asked for, and no value is "
       "told apart from zero. Labels come from the class map. AGE, DESCRIPTION and FULLNAME are "
       "calculated.");
-  for (const std::string& line : AttributeTable(patient.Get())) narrator.Answer(line);
+  WARD_ANSWER(narrator, AttributeTable(patient.Get()));
   WARD_ANSWER(narrator, FormatDateTime("d. mmmm yyyy", patient->GetAttrValueAsDate("BIRTHDATE")));
   WARD_ANSWER(narrator, patient->GetAttrValueAsDate("DEATHDATE") == TplPerObject::kNoDate);
   narrator.Say("A name that the class map does not know is a mistake of the program:");

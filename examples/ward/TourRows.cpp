@@ -2,13 +2,11 @@
 
 #include "AttributeTable.h"
 #include "Encounter.h"
-#include "Hospital.h"
 #include "Patient.h"
 #include "Tour.h"
 #include "perlayer/corekit/TIQuery.h"
 #include "perlayer/foundation/FoundationState.h"
 #include "perlayer/object/THold.h"
-#include "perlayer/provider/TcmpClassMap.h"
 
 namespace ward {
 
@@ -17,7 +15,7 @@ namespace {
 void Tell(TNarrator& narrator, const THold<TpoEncounter>& encounter) {
   if (!encounter) return narrator.Answer("nullptr");
   narrator.Answer(encounter->ClassName() + ": " + encounter->GetTextDescription());
-  for (const std::string& line : AttributeTable(encounter.Get())) narrator.Answer(line);
+  narrator.Answer(AttributeTable(encounter.Get(), TNarrator::kTableWidth));
 }
 
 }  // namespace
@@ -90,12 +88,6 @@ void DeactivatedScene(TNarrator& narrator, TSqliteDatabase& database) {
   }
   WARD_ASK(narrator, database->Rollback("tour");)
   WARD_ANSWER(narrator, patients->ExistsInDatabase("12"));
-}
-
-void BrokenMapScene(TNarrator& narrator) {
-  narrator.Scene("A class map with a slip in it");
-  narrator.Say("The message names the file and the line, and nothing of the map is used.");
-  narrator.Refused([&] { WARD_ASK(narrator, LoadClassMap(MapFile("broken.classmap"));) });
 }
 
 }  // namespace ward
