@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "Schema.h"
+#include "Sql.h"
 #include "perlayer/platform/Exception.h"
 
 namespace ward {
@@ -12,13 +14,18 @@ using namespace perlayer;
 
 PERLAYER_EXCEPTION(EUsage, Exception);
 
-enum class TCommand { help, tour, load, showPatient, showEncounter };
+enum class TCommand { help, tour, load, show, check, sql };
 
 struct TArguments {
   TCommand command = TCommand::help;
-  std::string id;
   std::string database;  // empty: the command's own default
   std::string data;      // directory of the CSV files
+  // show
+  const TWardTable* table = nullptr;
+  std::string id;
+  // check: paths of class maps, the ward's own when none are given
+  std::vector<std::string> maps;
+  TSqlRequest sql;
 };
 
 // Raises EUsage for words that are no command line of this program.

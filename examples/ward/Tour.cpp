@@ -1,11 +1,10 @@
 #include "Tour.h"
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "Load.h"
 #include "perlayer/corekit/ILog.h"
+#include "perlayer/platform/Files.h"
 #include "perlayer/platform/Format.h"
 
 namespace ward {
@@ -31,7 +30,7 @@ void LoadScene(TNarrator& narrator, const std::string& databaseFile,
 void ContentsOf(TNarrator& narrator, TSqliteDatabase& database) {
   narrator.Say("The layer finds the database by the name that its class maps use.");
   WARD_ANSWER(narrator, FindDatabase("_QOR")->DatabaseName());
-  for (const std::string& line : RowCounts(database)) narrator.Answer(line);
+  WARD_ANSWER(narrator, RowCounts(database));
 }
 
 void LogScene(TNarrator& narrator) {
@@ -42,8 +41,7 @@ void LogScene(TNarrator& narrator) {
       "answered for the user who was not there.");
   ILogBuffer();
   WARD_ANSWER(narrator, ILogFileName());
-  std::ifstream log(ILogFileName(), std::ios::binary);
-  narrator.Message(std::string{std::istreambuf_iterator<char>(log), {}});
+  narrator.Message(ReadFile(ILogFileName()));
 }
 
 }  // namespace
@@ -65,6 +63,8 @@ void Tour(const std::string& databaseFile, const std::string& dataDirectory, boo
   MissingRowScenes(narrator);
   DeactivatedScene(narrator, database);
   BrokenMapScene(narrator);
+  CheckScene(narrator, database);
+  SqlScene(narrator, database);
   LogScene(narrator);
   narrator.Say(isScratch
                    ? "\nThat was the tour. Its database and log go now; `ward tour --db FILE` "

@@ -20,6 +20,8 @@ void RetainerScenes(TNarrator& narrator);  // TourRetainers.cpp: who holds, who 
 void SubclassScene(TNarrator& narrator, TSqliteDatabase& database);  // TourRows.cpp
 void MissingRowScenes(TNarrator& narrator);
 void DeactivatedScene(TNarrator& narrator, TSqliteDatabase& database);
-void BrokenMapScene(TNarrator& narrator);
+void BrokenMapScene(TNarrator& narrator);  // TourStatements.cpp: class maps and SQL
+void CheckScene(TNarrator& narrator, TSqliteDatabase& database);
+void SqlScene(TNarrator& narrator, TSqliteDatabase& database);
 
 }  // namespace ward

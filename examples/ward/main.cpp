@@ -5,10 +5,12 @@
 #include <optional>
 
 #include "Arguments.h"
+#include "Check.h"
 #include "Lines.h"
 #include "Load.h"
 #include "ScratchDirectory.h"
 #include "Show.h"
+#include "Sql.h"
 #include "Tour.h"
 #include "perlayer/corekit/ILoginInfo.h"
 #include "perlayer/corekit/TFileLog.h"
@@ -18,7 +20,8 @@ namespace ward {
 
 namespace {
 
-void Run(TArguments arguments) {
+// Returns the program's status.
+int Run(TArguments arguments) {
   // Goes last: the layer writes its log until it is unloaded.
   std::optional<TScratchDirectory> scratch;
   const bool isTour = arguments.command == TCommand::tour;
@@ -36,16 +39,19 @@ void Run(TArguments arguments) {
     case TCommand::load:
       Load(arguments.database, arguments.data);
       break;
-    case TCommand::showPatient:
-      ShowPatient(arguments.database, arguments.id);
+    case TCommand::show:
+      Show(arguments.database, *arguments.table, arguments.id);
       break;
-    case TCommand::showEncounter:
-      ShowEncounter(arguments.database, arguments.id);
+    case TCommand::check:
+      return Check(arguments.database, arguments.maps) ? 0 : 1;
+    case TCommand::sql:
+      Sql(arguments.database, arguments.sql);
       break;
     case TCommand::tour:
       Tour(arguments.database, arguments.data, scratch.has_value());
       break;
   }
+  return 0;
 }
 
 }  // namespace
@@ -55,13 +61,14 @@ void Run(TArguments arguments) {
 int main(int argc, char** argv) {
   try {
     const ward::TArguments arguments = ward::ReadArguments({argv + 1, argv + argc});
+    int status = 0;
     if (arguments.command == ward::TCommand::help) {
       std::cout << ward::Usage();
     } else {
-      ward::Run(arguments);
+      status = ward::Run(arguments);
     }
     if (!std::cout.flush()) throw ward::Exception("the output cannot be written");
-    return 0;
+    return status;
   } catch (const std::exception& e) {
     std::cout.flush();
     std::cerr << "ward: ";

@@ -68,39 +68,45 @@ void ExpectInOrder(const std::string& output, const std::vector<std::string>& te
 TEST_F(Ward, TourTellsWhatTheLayerAnswers) {
   const TProgramRun tour = Run({"tour", "--db", File});
   EXPECT_EQ(tour.status, 0);
-  ExpectInOrder(tour.output, {"OMRA.ORGANIZATION:  63 rows",
-                              "OMRA.CLINICIAN:     166 rows",
-                              "OMRA.PATIENT:       27 rows",
-                              "OMRA.ENCOUNTER:     604 rows",
-                              "OMRA.CONDITION:     438 rows",
-                              "OMRA.MEDICATION:    663 rows",
-                              "TplPatient reads quPatient \"Bolnik\"",
-                              "Romona686 Ankunding277 (19.02.1988)",
-                              "Priimek           string(60)  Ankunding277",
-                              "19.02.1988           Date 32192",
-                              "GetAttrValue Wrong attribute TpoPatient(8) SHOE_SIZE",
-                              "Lewis216 Zulauf375 (26.11.1949)",
-                              "from \"OMRA.PATIENT\"",
-                              "27 objects: 27 openings, 0 statements",
-                              "1: TWardBoard",
-                              "Retainer of class TApplication is not in retainer list!",
-                              "the ward's board hears",
-                              "the hospital's board hears paMarkedDeleted",
-                              "TpoEncounter: 20.10.1988 07:50, ambulatory",
-                              "TpoStay: 13.03.2004 10:50, inpatient",
-                              "Bolnišnica        string(100)",
-                              "Cannot determine provider at TplEncounter (table: ENCOUNTER",
-                              "nullptr",
-                              "edNotExists",
-                              "Dobil več kot en objekt tipa TpoPatient!",
-                              "    = More than one object",
-                              "nullptr",
-                              "edDeleted",
-                              "Uporabljen objekt Dewey930 Moen819 (16.07.1977) je neaktiven!",
-                              "    = The object that was used is inactive!",
-                              "edExists",
-                              "broken.classmap:16: expected",
-                              File + ".log"});
+  ExpectInOrder(tour.output,
+                {"OMRA.ORGANIZATION    63",
+                 "OMRA.CLINICIAN      166",
+                 "OMRA.PATIENT         27",
+                 "OMRA.ENCOUNTER      604",
+                 "OMRA.CONDITION      438",
+                 "OMRA.MEDICATION     663",
+                 "TplPatient reads quPatient \"Bolnik\"",
+                 "Romona686 Ankunding277 (19.02.1988)",
+                 "LAST         Priimek           string(60)                Ankunding277",
+                 "datetime           32192  19.02.1988",
+                 "GetAttrValue Wrong attribute TpoPatient(8) SHOE_SIZE",
+                 "Lewis216 Zulauf375 (26.11.1949)",
+                 "from \"OMRA.PATIENT\"",
+                 "27 objects: 27 openings, 0 statements",
+                 "1: TWardBoard",
+                 "Retainer of class TApplication is not in retainer list!",
+                 "the ward's board hears",
+                 "the hospital's board hears paMarkedDeleted",
+                 "TpoEncounter: 20.10.1988 07:50, ambulatory",
+                 "TpoStay: 13.03.2004 10:50, inpatient",
+                 "HOSPITAL         Bolnišnica    string(100)",
+                 "Cannot determine provider at TplEncounter (table: ENCOUNTER",
+                 "nullptr",
+                 "edNotExists",
+                 "Dobil več kot en objekt tipa TpoPatient!",
+                 "    = More than one object",
+                 "nullptr",
+                 "edDeleted",
+                 "Uporabljen objekt Dewey930 Moen819 (16.07.1977) je neaktiven!",
+                 "    = The object that was used is inactive!",
+                 "edExists",
+                 "broken.classmap:16: expected",
+                 "ward.classmap: no faults",
+                 "STARTED >= to_date(?1)",
+                 "inpatient            6  07.10.2020 06:18:23",
+                 "6 rows",
+                 "line 1, column 14: no such column: AGE",
+                 File + ".log"});
   // A listener that is reached on two ways hears once.
   EXPECT_EQ(SplitText(tour.output, "the hospital's board hears").size(), 2u);
   for (const std::string& line : SplitText(tour.output, "\n")) EXPECT_LE(Utf8Length(line), 110u);
@@ -112,7 +118,7 @@ TEST_F(Ward, TourTellsWhatTheLayerAnswers) {
   Change("update OMRA.ENCOUNTER set ENCOUNTERCLASS = 'wellness' where ID = 60", 1);
   const TProgramRun second = Run({"tour", "--db", File});
   EXPECT_EQ(second.status, 0);
-  ExpectInOrder(second.output, {"CITY            Kraj              string(40)  Škofja Loka",
+  ExpectInOrder(second.output, {"Kraj              string(40)                Škofja Loka",
                                 "TpoEncounter: 13.03.2004 10:50, wellness"});
 }
 
@@ -127,12 +133,44 @@ TEST_F(Ward, TourWithoutADatabaseLeavesNothingBehind) {
 
 TEST_F(Ward, ShowTellsTheRowAsItStandsNow) {
   Load();
-  ExpectInOrder(Show("patient", "4").output, {"TpoPatient: Gene733 Mann644 (28.10.1973)",
-                                              "Umrl              datetime    25.07.1976",
-                                              "AGE             Starost           float       2 "});
-  ExpectInOrder(Show("encounter", "60").output,
-                {"TpoStay: ", "Strošek           float       8942.23              Float 8942.23",
-                 "Impacted molars"});
+  struct TCase {
+    const char* kind;
+    const char* id;
+    std::vector<std::string> lines;
+  };
+  const TCase kCases[] = {
+      {"patient",
+       "4",
+       {"TpoPatient: Gene733 Mann644 (28.10.1973)", "25.07.1976", "\nAGE ", " 2\n"}},
+      {"encounter",
+       "60",
+       {"TpoStay: ", "Strošek       float            8942.23  8942.23", "Impacted molars",
+        "\nHOURS ", " 24.00\n"}},
+      {"organization",
+       "8",
+       {"TpoOrganization: BERKSHIRE MEDICAL CENTER INC - 1, PITTSFIELD",
+        "Pošta                string(10)                01201", "-73.26054"}},
+      {"clinician",
+       "2",
+       {"TpoClinician: Víctor493 Noriega353, GENERAL PRACTICE",
+        "ORGANIZATION_ID  Ustanova             float                  2  2"}},
+      {"condition",
+       "1",
+       {"TpoCondition: 27.01.2023 to 09.02.2023: Acute viral pharyngitis", "\nDAYS ", " 13\n"}},
+      {"condition",
+       "2",
+       {"TpoCondition: since 09.08.2011: Perennial", "\nSTOPPED ", " Null\n", "\nDAYS ", " 0\n"}},
+      {"medication",
+       "60",
+       {"TpoMedication: 03.01.2011 to 03.01.2012: Simvastatin 10 MG Oral "
+        "Tablet, for Hyperlipidemia\n",
+        "40546.01525  03.01.2011 00:21:58", "\nDAYS ", " 365\n"}},
+  };
+  for (const TCase& each : kCases) {
+    const TProgramRun run = Show(each.kind, each.id);
+    EXPECT_EQ(run.status, 0) << run.output;
+    ExpectInOrder(run.output, each.lines);
+  }
   Change("update OMRA.PATIENT set FIRST = 'Žiga', EXPENSES = null where ID = 4", 1);
   ExpectInOrder(Show("patient", "4").output, {"TpoPatient: Žiga Mann644", "Stroški"});
 
@@ -142,6 +180,107 @@ TEST_F(Ward, ShowTellsTheRowAsItStandsNow) {
   ExpectRefused(Show("patient", "4"), "patient 4 is deactivated");
 }
 
+TEST_F(Ward, SqlTellsBothTextsAndATable) {
+  Load();
+  struct TCase {
+    std::vector<std::string> words;
+    int status;
+    const char* output;
+  };
+  // Widths are those on the screen: \xCC\x81 is an accent on the letter before it, the two letters
+  // behind are twice as wide as others.
+  const TCase kCases[] = {
+      {{"select ID, LAST, BIRTHDATE BORN, ZIP,\n  EXPENSES*0 NIL from OMRA.PATIENT P -- "
+        "some\nwhere "
+        "ID in (4, :ID) order by ID",
+        "id=12"},
+       0,
+       "written:\n"
+       "  select ID, LAST, BIRTHDATE BORN, ZIP,\n"
+       "    EXPENSES*0 NIL from OMRA.PATIENT P -- some\n"
+       "  where ID in (4, :ID) order by ID\n"
+       "\nran:\n"
+       "  select ID, LAST, BIRTHDATE BORN, ZIP,\n"
+       "    EXPENSES*0 NIL from \"OMRA.PATIENT\" P\n"
+       "  where ID in (4, ?1) order by ID\n"
+       "\n"
+       "ID  LAST     BORN        ZIP    NIL\n"
+       "--  -------  ----------  -----  ---\n"
+       " 4  Mann644  28.10.1973  02653    0\n"
+       "12  Moen819  16.07.1977           0\n"
+       "\n2 rows\n"},
+      {{"select :A A, 1 N from dual union all select 'e\xCC\x81\u6F22\u5B57', 10 from dual union "
+        "all "
+        "select 'abcdef', date '2023-01-27' - date '2023-01-28' from dual",
+        "A=a\r\nb\tc\x1b[1m"},
+       0,
+       "A           N\n"
+       "---------  --\n"
+       "a\u21B5b c\u00B7[1m   1\n"
+       "e\xCC\x81\u6F22\u5B57      10\n"
+       "abcdef     -1\n"
+       "\n3 rows\n"},
+      {{"select NAME from OMRA.PATIENT"},
+       1,
+       "ward: line 1, column 8: no such column: NAME\n"
+       "  select NAME from OMRA.PATIENT\n"
+       "         ^\n"},
+      {{"select 'šš漢' X,\tZIP from\n  OMRA.PATIENT where (ID = 3"},
+       1,
+       "ward: line 2, column 22: the parenthesis is not closed\n"
+       "    OMRA.PATIENT where (ID = 3\n"
+       "                       ^\n"},
+      {{"select * from OMRA.PATIENT where ID = :ID or ID = :OTHER", "ID=1"},
+       1,
+       "ward: parameter :OTHER has no value; write OTHER=VALUE behind the statement\n"},
+      {{"select 1 from dual", "ID=1"}, 1, "ward: the statement has no parameter :ID\n"},
+      {{"select to_date(:DAY) from dual", "DAY=x"},
+       1,
+       "ward: a text is no date of the short date format\n"},
+  };
+  for (const TCase& each : kCases) {
+    std::vector<std::string> words = {"sql", "--db", File};
+    words.insert(words.end(), each.words.begin(), each.words.end());
+    const TProgramRun run = Run(words);
+    EXPECT_EQ(run.status, each.status) << run.output;
+    EXPECT_TRUE(run.output.ends_with(each.output)) << run.output << "\nexpected\n" << each.output;
+  }
+
+  // Long texts give way, dates and numbers do not.
+  const TProgramRun wide = Run({"sql", "select * from OMRA.MEDICATION where ID < 9", "--db", File});
+  ExpectInOrder(wide.output, {" 27.09.2009 14:12:44   ", "\u2026", " 59932.56 ", "8 rows"});
+}
+
+TEST_F(Ward, SqlKeepsAChangeOnlyWhenAsked) {
+  Load();
+  const auto sql = [&](std::vector<std::string> words) {
+    words.insert(words.begin(), {"sql", "--db", File, "update OMRA.PATIENT set CITY = :CITY"});
+    return Run(words).output;
+  };
+  EXPECT_TRUE(sql({"CITY=Bled"})
+                  .ends_with("\n27 rows changed\nrolled back: nothing stays changed; "
+                             "--commit keeps it\n"));
+  EXPECT_FALSE(StringInSet("Bled", Show("patient", "8").output));
+  EXPECT_TRUE(sql({"CITY=Bled", "--commit"}).ends_with("\n27 rows changed\ncommitted\n"));
+  EXPECT_TRUE(StringInSet("Bled", Show("patient", "8").output));
+}
+
+TEST_F(Ward, CheckFindsFaultsAndCountsRows) {
+  Load();
+  Change("delete from OMRA.CONDITION where ID > 400", 38);
+  const TProgramRun sound = Run({"check", "--db", File});
+  EXPECT_EQ(sound.status, 0) << sound.output;
+  ExpectInOrder(sound.output, {"ward.classmap: no faults, ", "\n" + File + ":\n",
+                               "OMRA.PATIENT         27\n", "OMRA.CONDITION      400\n"});
+
+  const std::string maps = PERLAYER_WARD_DIR "/maps/";
+  const TProgramRun faulty =
+      Run({"check", maps + "broken.classmap", maps + "ward.classmap", "--db", File});
+  EXPECT_EQ(faulty.status, 1);
+  ExpectInOrder(faulty.output, {"broken.classmap: 1 fault", "  16  fault ", "strnig",
+                                "ward.classmap: no faults", "OMRA.CONDITION      400\n"});
+}
+
 TEST_F(Ward, RefusesCommandLinesThatItDoesNotKnow) {
   EXPECT_EQ(Run({"--help"}).status, 0);
   EXPECT_EQ(Run({"tour", "-h"}).output, Run({"--help"}).output);
@@ -149,9 +288,13 @@ TEST_F(Ward, RefusesCommandLinesThatItDoesNotKnow) {
   ExpectRefused(Run({"dance"}), "\"dance\"");
   ExpectRefused(Run({"tour", "8"}), "\"8\"");
   ExpectRefused(Run({"--fast", "tour"}), "\"--fast\"");
-  ExpectRefused(Run({"show", "patient"}), "show patient ID");
+  ExpectRefused(Run({"show"}), "show KIND ID");
+  ExpectRefused(Run({"show", "patient"}), "show patient 17");
   ExpectRefused(Run({"show", "nurse", "8"}), "\"nurse\"");
   ExpectRefused(Run({"show", "patient", "8", "--data", Dir.Path()}), "--data");
+  ExpectRefused(Run({"load", "--commit"}), "--commit");
+  ExpectRefused(Run({"sql", " "}), "expected a statement");
+  ExpectRefused(Run({"sql", "select 1 from dual", "ID"}), "NAME=VALUE behind the statement, found");
   ExpectRefused(Run({"load", "--db"}), "--db needs a value");
   ExpectRefused(Run({"load", "--db", File, "--db", File}), "--db is given twice");
 }
@@ -225,7 +368,7 @@ TEST_F(Ward, AMistakeInTheDataLeavesNoDatabase) {
   Dir.Write("data/conditions.csv", "START,STOP,PATIENT,ENCOUNTER,CODE,DESCRIPTION,COLOUR\n");
   ExpectRefused(Run({"load", "--db", File, "--data", data}), "csv:1: \"COLOUR\" is no column");
   std::filesystem::remove(data + "/patients.csv");
-  ExpectRefused(Run({"load", "--db", File, "--data", data}), "patients.csv: expected a file");
+  ExpectRefused(Run({"load", "--db", File, "--data", data}), "/patients.csv: No such file");
 }
 
 TEST_F(Ward, ReadsQuotedFieldsAndBothLineEnds) {
@@ -235,12 +378,13 @@ TEST_F(Ward, ReadsQuotedFieldsAndBothLineEnds) {
     std::ifstream in(file.path(), std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(in), {}};
     Dir.Write("data/" + file.path().filename().string(),
-              StringReplaceAll(StringReplaceAll(text, "Weymouth", "\"Wey, \"\"Old\"\"\r\nmouth\""),
-                               "\n", "\r\n"));
+              StringReplaceAll(StringReplaceAll(text, "\n", "\r\n"), "Weymouth",
+                               "\"Wey, \"\"Old\"\"\r\nmouth\""));
   }
   const TProgramRun load = Run({"load", "--db", File, "--data", data});
   ASSERT_EQ(load.status, 0) << load.output;
-  ExpectInOrder(Show("patient", "8").output, {"string(40)  Wey, \"Old\"", "mouth", "WARD"});
+  ExpectInOrder(Show("patient", "8").output,
+                {"string(40)                Wey, \"Old\"\u21B5mouth\n", "WARD"});
 }
 
 // A failure in the database when five tables are full and the last one is made: a name that its
@@ -282,7 +426,7 @@ TEST_F(Ward, TheDatabaseUnderstandsEveryStatementOfTheClassMap) {
       for (int kind = 0; kind < TIUpdateSQL::kStatements; ++kind) prepare(update->Text(kind));
     }
   }
-  EXPECT_EQ(statements, 12);
+  EXPECT_EQ(statements, 28);
 }
 
 // The example of the README is the program that is built here, and it works.
