@@ -1,6 +1,5 @@
 #include "Arguments.h"
 
-#include <algorithm>
 #include <span>
 #include <string_view>
 
@@ -47,33 +46,33 @@ std::string KindNames() {
   return names;
 }
 
-using TRest = std::span<const std::string>;  // the words behind the command
+using TLine = std::span<const std::string>;  // the command and the words behind it
 
-void ReadNothing(TRest rest, TArguments&) {
-  if (!rest.empty()) Refuse(Format("the command takes no argument \"%s\"", rest[0]));
+void ReadNothing(TLine line, TArguments&) {
+  if (line.size() > 1) Refuse(Format("`%s` takes no argument \"%s\"", line[0], line[1]));
 }
 
-void ReadShow(TRest rest, TArguments& arguments) {
-  if (rest.empty()) Refuse("expected `show KIND ID`, found no kind");
+void ReadShow(TLine line, TArguments& arguments) {
+  if (line.size() < 2) Refuse("expected `show KIND ID`, found no kind");
   for (const TWardTable& table : WardTables()) {
-    if (KindName(table) == rest[0]) arguments.table = &table;
+    if (KindName(table) == line[1]) arguments.table = &table;
   }
   if (arguments.table == nullptr) {
-    Refuse(Format("expected %s behind `show`, found \"%s\"", KindNames(), rest[0]));
+    Refuse(Format("expected %s behind `show`, found \"%s\"", KindNames(), line[1]));
   }
-  if (rest.size() != 2) Refuse(Format("expected one ID, as in `show %s 17`", rest[0]));
-  if (rest[1].empty()) Refuse("the ID is empty");
-  arguments.id = rest[1];
+  if (line.size() != 3) Refuse(Format("expected one ID, as in `show %s 17`", line[1]));
+  if (line[2].empty()) Refuse("the ID is empty");
+  arguments.id = line[2];
 }
 
-void ReadCheck(TRest rest, TArguments& arguments) {
-  arguments.maps.assign(rest.begin(), rest.end());
+void ReadCheck(TLine line, TArguments& arguments) {
+  arguments.maps.assign(line.begin() + 1, line.end());
 }
 
-void ReadSql(TRest rest, TArguments& arguments) {
-  if (rest.empty() || Empty(rest[0])) Refuse("expected a statement behind `sql`");
-  arguments.sql.statement = rest[0];
-  for (const std::string& word : rest.subspan(1)) {
+void ReadSql(TLine line, TArguments& arguments) {
+  if (line.size() < 2 || Empty(line[1])) Refuse("expected a statement behind `sql`");
+  arguments.sql.statement = line[1];
+  for (const std::string& word : line.subspan(2)) {
     const std::size_t equals = word.find('=');
     if (equals == std::string::npos || equals == 0) {
       Refuse(Format("expected NAME=VALUE behind the statement, found \"%s\"", word));
@@ -85,7 +84,7 @@ void ReadSql(TRest rest, TArguments& arguments) {
 struct TCommandWord {
   std::string_view word;
   TCommand command;
-  void (*read)(TRest rest, TArguments& arguments);
+  void (*read)(TLine line, TArguments& arguments);
 };
 constexpr TCommandWord kCommands[] = {{"tour", TCommand::tour, ReadNothing},
                                       {"load", TCommand::load, ReadNothing},
@@ -119,7 +118,7 @@ TArguments ReadArguments(const std::vector<std::string>& allWords) {
   }
   const TCommandWord& command = CommandOf(words);
   arguments.command = command.command;
-  command.read(TRest(words).subspan(1), arguments);
+  command.read(words, arguments);
 
   const bool isSql = command.command == TCommand::sql;
   const bool readsData = command.command == TCommand::tour || command.command == TCommand::load;
@@ -132,39 +131,38 @@ TArguments ReadArguments(const std::vector<std::string>& allWords) {
 }
 
 std::string Usage() {
-  return "ward: a small hospital, and the layer between its database and its program\n"
-         "\n"
-         "  ward tour                   a guided tour of what the layer does\n"
-         "  ward load                   loads the sample hospital into a new database\n"
-         "  ward show KIND ID           one object, attribute by attribute. KIND is\n"
-         "                              " +
-         KindNames() +
-         "\n"
-         "  ward check [MAP...]         checks class maps, the ward's own unless others are "
-         "named,\n"
-         "                              by the layer's rules and against the database, and counts\n"
-         "                              the rows of its tables; status 1 for a map with a fault\n"
-         "  ward sql \"STATEMENT\" [NAME=VALUE...]\n"
-         "                              a statement in the words of class maps: what the database\n"
-         "                              is really told, and what it answers. A value is that of\n"
-         "                              the parameter :NAME; without any text it is NULL\n"
-         "  ward --help                 this text\n"
-         "\n"
-         "  --db FILE    the database. Default: ward.db; the tour makes one of its own and takes\n"
-         "               it away at the end. The log stands beside it, in FILE.log.\n"
-         "  --data DIR   tour and load: where the six CSV files of the hospital are. Default:\n"
-         "               " PERLAYER_WARD_DIR
-         "/data\n"
-         "  --commit     sql: keeps what the statement changes; otherwise it is rolled back\n"
-         "  --wide       sql: shows long texts whole\n"
-         "\n"
-         "  ward load\n"
-         "  ward show patient 8\n"
-         "  ward sql \"select ID, LAST, CITY from OMRA.PATIENT where BIRTHDATE < :DAY\" "
-         "DAY=1.1.1960\n"
-         "  ward sql \"update OMRA.PATIENT set CITY = 'Bled' where ID = :ID\" ID=8 --commit\n"
-         "\n"
-         "The status is 1, with a message on the standard error stream, when something is wrong.\n";
+  return Format(R"(ward: a small hospital, and the layer between its database and its program
+
+  ward tour                 a guided tour of what the layer does
+  ward load                 loads the sample hospital into a new database
+  ward show KIND ID         one object, attribute by attribute. KIND is
+                            %s
+  ward check [MAP...]       checks class maps, the ward's own unless others are named, by the
+                            layer's rules and against the database, and counts the rows of
+                            its tables. Status 1 when a map has a fault
+  ward sql "STATEMENT" [NAME=VALUE...]
+                            a statement in the words of class maps: what the database is
+                            really told, and what it answers. The values are those of the
+                            parameters :NAME; one without any text is NULL
+  ward --help               this text
+
+  --db FILE    the database. Default: ward.db; the tour makes one of its own and takes it away
+               at the end. The log stands beside it, in FILE.log.
+  --data DIR   tour and load: where the six CSV files of the hospital are. Default:
+               %s
+  --commit     sql: keeps what the statement changes; otherwise it is rolled back
+  --wide       sql: long texts are not cut
+
+For example:
+
+  ward load
+  ward show patient 8
+  ward sql "select ID, LAST, CITY from OMRA.PATIENT where BIRTHDATE < :DAY" DAY=1.1.1960
+  ward sql "update OMRA.PATIENT set CITY = 'Bled' where ID = :ID" ID=8 --commit
+
+The status is 1, with a message on the standard error stream, when something is wrong.
+)",
+                KindNames(), PERLAYER_WARD_DIR "/data");
 }
 
 }  // namespace ward

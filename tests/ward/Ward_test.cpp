@@ -190,9 +190,9 @@ TEST_F(Ward, SqlTellsBothTextsAndATable) {
   // Widths are those on the screen: \xCC\x81 is an accent on the letter before it, the two letters
   // behind are twice as wide as others.
   const TCase kCases[] = {
-      {{"select ID, LAST, BIRTHDATE BORN, ZIP,\n  EXPENSES*0 NIL from OMRA.PATIENT P -- "
-        "some\nwhere "
-        "ID in (4, :ID) order by ID",
+      {{"select ID, LAST, BIRTHDATE BORN, ZIP,\n"
+        "  EXPENSES*0 NIL from OMRA.PATIENT P -- some\n"
+        "where ID in (4, :ID) order by ID",
         "id=12"},
        0,
        "written:\n"
@@ -209,9 +209,8 @@ TEST_F(Ward, SqlTellsBothTextsAndATable) {
        " 4  Mann644  28.10.1973  02653    0\n"
        "12  Moen819  16.07.1977           0\n"
        "\n2 rows\n"},
-      {{"select :A A, 1 N from dual union all select 'e\xCC\x81\u6F22\u5B57', 10 from dual union "
-        "all "
-        "select 'abcdef', date '2023-01-27' - date '2023-01-28' from dual",
+      {{"select :A A, 1 N from dual union all select 'e\xCC\x81\u6F22\u5B57', 10 from dual "
+        "union all select 'abcdef', date '2023-01-27' - date '2023-01-28' from dual",
         "A=a\r\nb\tc\x1b[1m"},
        0,
        "A           N\n"
@@ -230,6 +229,13 @@ TEST_F(Ward, SqlTellsBothTextsAndATable) {
        "ward: line 2, column 22: the parenthesis is not closed\n"
        "    OMRA.PATIENT where (ID = 3\n"
        "                       ^\n"},
+      {{"select '012345678901234567890123456789012345678901234567890123456789', NAME,"
+        " '01234567890123456789012345678901234567890123456789012345678901234567890' from dual"},
+       1,
+       "ward: line 1, column 72: no such column: NAME\n"
+       "  \u2026345678901234567890123456789', NAME, '"
+       "012345678901234567890123456789012345678901234567890123456\u2026\n"
+       "                                 ^\n"},
       {{"select * from OMRA.PATIENT where ID = :ID or ID = :OTHER", "ID=1"},
        1,
        "ward: parameter :OTHER has no value; write OTHER=VALUE behind the statement\n"},
