@@ -1,6 +1,7 @@
 #include "Check.h"
 
 #include <iostream>
+#include <utility>
 
 #include "Hospital.h"
 #include "Lines.h"
@@ -10,6 +11,10 @@
 
 namespace ward {
 
+namespace {
+constexpr std::size_t kFindingWidth = 84;
+}
+
 TMapReport CheckMap(const std::string& path, TSqliteDatabase& database) {
   using TKind = TClassMapFinding::TKind;
   std::size_t faults = 0;
@@ -18,7 +23,13 @@ TMapReport CheckMap(const std::string& path, TSqliteDatabase& database) {
   for (const TClassMapFinding& finding : findings) {
     const bool isFault = finding.kind == TKind::fault;
     if (isFault) ++faults;
-    table.Add({IntToStr(finding.line), isFault ? "fault" : "remark", finding.text});
+    // A fault of the file as a whole has line 0.
+    std::vector<std::string> cells = {finding.line == 0 ? "" : IntToStr(finding.line),
+                                      isFault ? "fault" : "remark", ""};
+    for (std::string& piece : WrapLine(finding.text, kFindingWidth)) {
+      cells.back() = std::move(piece);
+      table.Add(std::exchange(cells, {"", "", ""}));
+    }
   }
   TMapReport report;
   report.isSound = faults == 0;

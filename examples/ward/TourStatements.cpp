@@ -20,6 +20,7 @@ void CheckScene(TNarrator& narrator, TSqliteDatabase& database) {
       "The layer changes statements by their lines and keywords, so a map has rules beyond those "
       "of "
       "its form. A checker tells where one is broken, and what is not there in the database.");
+  WARD_ANSWER(narrator, CheckMap(MapFile("broken.classmap"), database).lines);
   WARD_ANSWER(narrator, CheckMap(MapFile("ward.classmap"), database).lines);
 }
 

@@ -101,7 +101,9 @@ TEST_F(Ward, TourTellsWhatTheLayerAnswers) {
                  "    = The object that was used is inactive!",
                  "edExists",
                  "broken.classmap:16: expected",
+                 "broken.classmap: 1 fault",
                  "ward.classmap: no faults",
+                 "quStay can carry a view",
                  "STARTED >= to_date(?1)",
                  "inpatient            6  07.10.2020 06:18:23",
                  "6 rows",
@@ -279,12 +281,22 @@ TEST_F(Ward, CheckFindsFaultsAndCountsRows) {
   ExpectInOrder(sound.output, {"ward.classmap: no faults, ", "\n" + File + ":\n",
                                "OMRA.PATIENT         27\n", "OMRA.CONDITION      400\n"});
 
+  // Every query can be browsed.
+  EXPECT_EQ(SplitText(sound.output, "can carry a view").size(), 8u) << sound.output;
+
   const std::string maps = PERLAYER_WARD_DIR "/maps/";
   const TProgramRun faulty =
       Run({"check", maps + "broken.classmap", maps + "ward.classmap", "--db", File});
   EXPECT_EQ(faulty.status, 1);
   ExpectInOrder(faulty.output, {"broken.classmap: 1 fault", "  16  fault ", "strnig",
                                 "ward.classmap: no faults", "OMRA.CONDITION      400\n"});
+  Change("alter table OMRA.CONDITION rename column CODE to ICD", 0);
+  const TProgramRun renamed = Run({"check", Dir.File("none.classmap"), "--db", File});
+  EXPECT_EQ(renamed.status, 1);
+  ExpectInOrder(renamed.output, {"none.classmap: 1 fault", "\n      fault  expected a file"});
+  const TProgramRun without = Run({"check", "--db", File});
+  EXPECT_EQ(without.status, 1);
+  ExpectInOrder(without.output, {"ward.classmap: ", " faults", " fault ", "CODE"});
 }
 
 TEST_F(Ward, RefusesCommandLinesThatItDoesNotKnow) {
