@@ -55,6 +55,9 @@ TIniFile::TLine TIniFile::Parse(std::string text) {
   if (body.ends_with('\n')) body.remove_suffix(1);
   // Also at the end of a file, where the line that is written next completes the line end.
   if (body.ends_with('\r')) body.remove_suffix(1);
+  // A file that was joined of two has a mark inside, whose line may become the first one.
+  while (body.starts_with(kMark)) body.remove_prefix(kMark.size());
+  const std::size_t begin = static_cast<std::size_t>(body.data() - text.data());
   const std::string_view start = TrimLeft(body);
   const std::size_t equals = body.find('=');
   if (start.empty()) {
@@ -65,16 +68,18 @@ TIniFile::TLine TIniFile::Parse(std::string text) {
              equals != body.npos) {
     line.kind = TKind::entry;
     line.name = Trim(body.substr(0, equals));
-    line.valueAt = equals + 1;
-    line.valueEnd = body.size();
+    line.valueAt = begin + equals + 1;
+    line.valueEnd = begin + body.size();
   }
   line.text = std::move(text);
   return line;
 }
 
 TIniFile::TIniFile(const std::string& name)
+    : TIniFile(name, ReadFileIfThere(PathOf(name)).value_or("")) {}
+
+TIniFile::TIniFile(const std::string& name, std::string_view contents)
     : FPath(PathOf(name)), FBareName(name.find('/') == std::string::npos) {
-  const std::string contents = ReadFileIfThere(FPath).value_or("");
   std::string_view rest = contents;
   if (rest.substr(0, kMark.size()) == kMark) {
     FMark = kMark;
@@ -204,7 +209,9 @@ void TIniFile::WriteString(std::string_view section, std::string_view key, std::
 void TIniFile::InsertLines(std::size_t at, std::vector<TLine> lines) {
   FLines.reserve(FLines.size() + lines.size());
   if (at > 0 && FLines[at - 1].text.back() != '\n') {
-    FLines[at - 1] = Parse(FLines[at - 1].text + FLineEnd);
+    std::string text = FLines[at - 1].text;
+    text += text.back() == '\r' ? "\n" : FLineEnd;
+    FLines[at - 1] = Parse(std::move(text));
   }
   FLines.insert(FLines.begin() + static_cast<std::ptrdiff_t>(at),
                 std::make_move_iterator(lines.begin()), std::make_move_iterator(lines.end()));
@@ -249,12 +256,16 @@ void TIniFile::EraseSection(std::string_view section) {
   KeepLines(std::move(kept));
 }
 
-void TIniFile::UpdateFile() {
-  if (!FModified) return;
+std::string TIniFile::Contents() const {
   std::string contents = FMark;
   for (const TLine& line : FLines) contents += line.text;
+  return contents;
+}
+
+void TIniFile::UpdateFile() {
+  if (!FModified) return;
   if (FBareName) MakePrivateDirectory(std::filesystem::path(FPath).parent_path().string());
-  ReplaceFile(FPath, contents);
+  ReplaceFile(FPath, Contents());
   FModified = false;
 }
 

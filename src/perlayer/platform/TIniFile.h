@@ -11,7 +11,8 @@
 //                      "=", blanks and quotes included, so that what was written is what is read
 //   ; or # and text    a comment
 //   anything else      which is kept, and that is all
-// and ends with LF or CR LF. Whatever no operation touches stays in its place, byte for byte.
+// and ends with LF or CR LF; marks of UTF-8 in front of it do not count. Whatever no operation
+// touches stays in its place, byte for byte.
 //
 // Sections and keys are equal in any case. A section that stands in several places is one section;
 // of a key that stands there several times, the first counts.
@@ -29,7 +30,11 @@ class TIniFile {
   // Reads the file; one that does not exist is empty. A name without "/" lies in UserDirectory().
   // Raises EStreamError when it cannot be read.
   explicit TIniFile(const std::string& name);
+  // The same on a text that the caller has; no file is read.
+  TIniFile(const std::string& name, std::string_view contents);
   const std::string& FileName() const { return FPath; }
+  // What UpdateFile writes: the text that was read, with the changes made since.
+  std::string Contents() const;
 
   // `otherwise` when there is no such section or key.
   std::string ReadString(std::string_view section, std::string_view key,
