@@ -58,9 +58,30 @@ void NotificationWalk(benchmark::State& state) {
   for (TplDomainNotifier* retainer : retainers) retainer->Release(root.Get());
 }
 
+// Each object is held by the next, so that a walk from the first goes through all of them.
+void NotificationChain(benchmark::State& state) {
+  TLayer layer;
+  const auto links = static_cast<std::size_t>(state.range(0));
+  const TOwned<TScopeRetainer> root = Make<TScopeRetainer>();
+  std::vector<TplDomainNotifier*> chain;
+  for (std::size_t i = 0; i < links; ++i) {
+    chain.push_back(New<TplDomainNotifier>(nullptr, root.Get()));
+    if (i > 0) chain[i - 1]->AddRef(chain[i]);
+  }
+  for (auto _ : state) {
+    chain[0]->CallNotifyAction(chain[0], TIBaseObjectAction::paModified, nullptr);
+  }
+  state.counters["per_link"] =
+      benchmark::Counter(static_cast<double>(links), benchmark::Counter::kIsIterationInvariantRate |
+                                                         benchmark::Counter::kInvert);
+  for (std::size_t i = 1; i < links; ++i) chain[i - 1]->Release(chain[i]);
+  for (TplDomainNotifier* link : chain) link->Release(root.Get());
+}
+
 BENCHMARK(PlainStruct);
 BENCHMARK(DomainObject);
-BENCHMARK(NotificationWalk)->RangeMultiplier(10)->Range(10, 10000);
+BENCHMARK(NotificationWalk)->RangeMultiplier(10)->Range(10, 100000);
+BENCHMARK(NotificationChain)->RangeMultiplier(10)->Range(10, 10000);
 
 }  // namespace
 }  // namespace perlayer::bench

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <random>
+#include <unordered_map>
 #include <vector>
 
 #include "perlayer/foundation/TplDomainNotifier.h"
@@ -51,36 +52,65 @@ void ReleaseAndAddRef(benchmark::State& state) {
   for (int i = 0; i < count; ++i) object->Release(retainers[i]);
 }
 
-// The list by itself, beside a plain array of the same entries.
-void ListDeleteAndAdd(benchmark::State& state) {
+// All of the retainers let go, each once: what remains grows smaller all the time.
+void ReleaseAll(benchmark::State& state) {
   TLayer layer;
   const auto count = static_cast<int>(state.range(0));
-  TRetainers retainers(count);
-  TplRetainerList list;
-  for (int i = 0; i < count; ++i) list.Add(retainers[i]);
+  TRetainers retainers(count, state.range(1) != 0);
+  const TOwned<TScopeRetainer> owner = Make<TScopeRetainer>();
+  auto* object = New<TplDomainNotifier>(nullptr, owner.Get());
   for (auto _ : state) {
-    TObject* retainer = retainers.Next();
-    list.Delete(list.IndexOfObject(retainer));
-    list.Add(retainer);
+    state.PauseTiming();
+    for (int i = 0; i < count; ++i) object->AddRef(retainers[i]);
+    state.ResumeTiming();
+    for (int i = 0; i < count; ++i) object->Release(retainers.Next());
   }
+  state.counters["per_release"] = benchmark::Counter(
+      count, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+  object->Release(owner.Get());
 }
 
-void PlainDeleteAndAdd(benchmark::State& state) {
-  TLayer layer;
+// The list by itself, and what it might be instead: a plain array of its entries, which is what is
+// fastest while it is short, and a set of the retainers' handles, which knows no order.
+class TPlainList {
+ public:
+  void Add(const TObject* retainer) { FEntries.push_back({&retainer->ClassType(), retainer}); }
+  void DeleteObject(const TObject* retainer) {
+    const TObjectHandle handle(retainer);
+    FEntries.erase(std::find_if(FEntries.begin(), FEntries.end(),
+                                [&](const TEntry& entry) { return entry.retainer == handle; }));
+  }
+
+ private:
   struct TEntry {
     const TClass* cls;
     TObjectHandle retainer;
   };
+  std::vector<TEntry> FEntries;
+};
+
+class TPlainSet {
+ public:
+  void Add(const TObject* retainer) {
+    FClasses.emplace(retainer->HandleValue(), &retainer->ClassType());
+  }
+  void DeleteObject(const TObject* retainer) { FClasses.erase(retainer->HandleValue()); }
+
+ private:
+  std::unordered_map<std::uint64_t, const TClass*> FClasses;
+};
+
+template <class TList>
+void DeleteAndAdd(benchmark::State& state) {
+  TLayer layer;
   const auto count = static_cast<int>(state.range(0));
   TRetainers retainers(count);
-  std::vector<TEntry> list;
-  for (int i = 0; i < count; ++i) list.push_back({&retainers[i]->ClassType(), retainers[i]});
+  TList list;
+  for (int i = 0; i < count; ++i) list.Add(retainers[i]);
   for (auto _ : state) {
     TObject* retainer = retainers.Next();
-    const TObjectHandle handle(retainer);
-    list.erase(std::find_if(list.begin(), list.end(),
-                            [&](const TEntry& entry) { return entry.retainer == handle; }));
-    list.push_back({&retainer->ClassType(), retainer});
+    list.DeleteObject(retainer);
+    list.Add(retainer);
   }
 }
 
@@ -98,8 +128,10 @@ void Walk(benchmark::State& state) {
 }
 
 BENCHMARK(ReleaseAndAddRef)->ArgsProduct({{10, 100, 1000, 10000, 100000}, {0, 1}});
-BENCHMARK(ListDeleteAndAdd)->Arg(10)->Arg(99)->Arg(200)->Arg(100000);
-BENCHMARK(PlainDeleteAndAdd)->Arg(10)->Arg(99)->Arg(200)->Arg(100000);
+BENCHMARK(ReleaseAll)->ArgsProduct({{100000}, {0, 1}});
+BENCHMARK(DeleteAndAdd<TplRetainerList>)->Arg(10)->Arg(99)->Arg(200)->Arg(100000);
+BENCHMARK(DeleteAndAdd<TPlainList>)->Arg(10)->Arg(99)->Arg(200)->Arg(100000);
+BENCHMARK(DeleteAndAdd<TPlainSet>)->Arg(10)->Arg(99)->Arg(200)->Arg(100000);
 BENCHMARK(Walk)->Arg(100)->Arg(10000)->Arg(100000);
 
 }  // namespace

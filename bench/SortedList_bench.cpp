@@ -1,5 +1,6 @@
-// A sorted list of a million texts, in random order and in any case, against a hash table with
-// folded keys and against a sorted array. Times are for one key.
+// Lists of a million texts, in random order and in any case: the sorted list against a hash table
+// with folded keys and against a sorted array, the dictionary's way from a text to its object
+// against a hash table, and the sequence with keys. Times are for one key.
 
 #include <benchmark/benchmark.h>
 
@@ -12,7 +13,9 @@
 #include <utility>
 #include <vector>
 
-#include "perlayer/platform/TStringList.h"
+#include "perlayer/foundation/TPlDictionary.h"
+#include "perlayer/platform/TKeyedSequence.h"
+#include "perlayer/platform/TLayer.h"
 #include "perlayer/platform/Text.h"
 
 namespace perlayer::bench {
@@ -24,12 +27,16 @@ constexpr int kMany = 1000000;
 enum TKeys {
   kNumbered,  // "Patient0012345": all begin alike
   kClassed,   // "ENCOUNTER.0012345", of eight classes
+  kLong,      // "TpoEncounterDiagnosis:12345", of eight classes
   kRandom,    // letters and digits
 };
 
 std::string MakeKey(TKeys kind, std::mt19937_64& random, int number) {
   static constexpr const char* kClasses[] = {"Patient",   "ENCOUNTER", "Ward",      "Diagnosis",
                                              "CLINICIAN", "Therapy",   "LabResult", "Observation"};
+  static constexpr const char* kLongNames[] = {
+      "TpoPatientIdentification", "TpoEncounterDiagnosis", "TpoEncounterOfAWard", "TpoMedication",
+      "TpoLaboratoryObservation", "TpoLaboratoryOrder",    "TpoClinicianOnDuty",  "TpoTherapy"};
   char key[40];
   switch (kind) {
     case kNumbered:
@@ -38,6 +45,9 @@ std::string MakeKey(TKeys kind, std::mt19937_64& random, int number) {
     case kClassed:
       std::snprintf(key, sizeof key, "%s.%07d", kClasses[random() % 8], number);
       return key;
+    case kLong:
+      std::snprintf(key, sizeof key, "%s:%d", kLongNames[random() % 8], number);
+      return key;
     default:
       std::string text(8 + random() % 8, ' ');
       for (char& c : text) c = "ABCDEFGHIJKLMabcdefghijklm0123456789"[random() % 36];
@@ -45,8 +55,9 @@ std::string MakeKey(TKeys kind, std::mt19937_64& random, int number) {
   }
 }
 
-std::string_view Label(TKeys kind) {
-  return kind == kNumbered ? "numbered" : kind == kClassed ? "classed" : "random";
+const char* Label(TKeys kind) {
+  static constexpr const char* kLabels[] = {"numbered", "classed", "long", "random"};
+  return kLabels[kind];
 }
 
 // Distinct keys, shuffled; the same ones each time.
@@ -81,9 +92,15 @@ std::unordered_map<std::string, void*> MakeMap(const std::vector<std::string>& k
   return map;
 }
 
+TKeyedSequence<int> MakeSequence(const std::vector<std::string>& keys) {
+  TKeyedSequence<int> sequence;
+  for (const std::string& key : keys) sequence.Insert(sequence.Count() / 2, key, 0);
+  return sequence;
+}
+
 // Time for one of `count` operations in each round of the benchmark.
 void PerKey(benchmark::State& state, std::size_t count) {
-  state.SetLabel(std::string(Label(static_cast<TKeys>(state.range(0)))));
+  state.SetLabel(Label(static_cast<TKeys>(state.range(0))));
   state.counters["per_key"] =
       benchmark::Counter(static_cast<double>(count), benchmark::Counter::kIsIterationInvariantRate |
                                                          benchmark::Counter::kInvert);
@@ -106,32 +123,83 @@ void Insert(benchmark::State& state) {
   PerKey(state, keys.size());
 }
 
-void ListFind(benchmark::State& state) {
+// Looks all keys up by find(container, key), which tells whether it is there.
+template <auto Make, class TFind>
+void Find(benchmark::State& state, TFind find) {
   const auto keys = KeysOf(state);
-  const TList list = MakeList(keys);
+  const auto made = Make(keys);
   const auto probes = MakeProbes(keys);
   for (auto _ : state) {
     for (const std::string& key : probes) {
-      int index = -1;
-      if (!list.Find(key, index)) state.SkipWithError("a key is missing");
-      benchmark::DoNotOptimize(index);
+      if (!find(made, key)) state.SkipWithError("a key is missing");
     }
   }
   PerKey(state, probes.size());
 }
 
+void ListFind(benchmark::State& state) {
+  Find<MakeList>(state, [](const TList& list, const std::string& key) {
+    int index = -1;
+    return list.Find(key, index);
+  });
+}
+
 void MapFind(benchmark::State& state) {
-  const auto keys = KeysOf(state);
-  const auto map = MakeMap(keys);
-  const auto probes = MakeProbes(keys);
+  Find<MakeMap>(state, [](const auto& map, const std::string& key) {
+    return map.find(FoldCase(key)) != map.end();
+  });
+}
+
+void SequenceFind(benchmark::State& state) {
+  Find<MakeSequence>(state, [](const auto& sequence, const std::string& key) {
+    return sequence.IndexOf(key) >= 0;
+  });
+}
+
+// An object with a counter, which whoever finds it moves on.
+class TCounted : public TObject {
+  TCLASS(TCounted, TObject)
+ public:
+  int count = 0;
+};
+
+// Finds the objects by key and counts, in a random order that is not that of making.
+template <class TFind>
+void FindObjects(benchmark::State& state, const std::vector<std::string>& keys, TFind find) {
+  auto probes = keys;
+  std::shuffle(probes.begin(), probes.end(), std::mt19937_64(7));
   for (auto _ : state) {
-    for (const std::string& key : probes) {
-      const auto found = map.find(FoldCase(key));
-      if (found == map.end()) state.SkipWithError("a key is missing");
-      benchmark::DoNotOptimize(found->second);
-    }
+    for (const std::string& key : probes) ++find(key)->count;
   }
   PerKey(state, probes.size());
+}
+
+// The key comes in two parts, as a table's and an object's do.
+void DictionaryObjectOf(benchmark::State& state) {
+  TLayer layer;
+  const auto keys = KeysOf(state);
+  const auto dictionary = Make<TPlDictionary>();
+  dictionary->Sorted(true);
+  std::vector<TOwned<TCounted>> objects;
+  for (const std::string& key : keys) {
+    objects.push_back(Make<TCounted>());
+    dictionary->AddObject(key, objects.back().Get());
+  }
+  FindObjects(state, keys, [&](std::string_view key) {
+    return static_cast<TCounted*>(dictionary->ObjectOf(key.substr(0, 8), key.substr(8)));
+  });
+}
+
+void MapObjectOf(benchmark::State& state) {
+  TLayer layer;
+  const auto keys = KeysOf(state);
+  std::unordered_map<std::string, TCounted*> map;
+  std::vector<TOwned<TCounted>> objects;
+  for (const std::string& key : keys) {
+    objects.push_back(Make<TCounted>());
+    map.emplace(key, objects.back().Get());
+  }
+  FindObjects(state, keys, [&](const std::string& key) { return map.find(key)->second; });
 }
 
 void ListIndex(benchmark::State& state) {
@@ -171,15 +239,13 @@ void SortedArrayInsert(benchmark::State& state) {
   PerKey(state, kMore);
 }
 
-void AllKeys(benchmark::internal::Benchmark* benchmark) {
-  for (const TKeys kind : {kNumbered, kClassed, kRandom}) benchmark->Args({kind, kMany});
-  benchmark->Unit(benchmark::kMillisecond);
+void Kinds(benchmark::internal::Benchmark* benchmark, std::vector<std::int64_t> sizes) {
+  benchmark->ArgsProduct({{kNumbered, kClassed, kLong, kRandom}, std::move(sizes)})
+      ->Unit(benchmark::kMillisecond);
 }
+void AllKeys(benchmark::internal::Benchmark* benchmark) { Kinds(benchmark, {kMany}); }
 void AllSizes(benchmark::internal::Benchmark* benchmark) {
-  for (const TKeys kind : {kNumbered, kClassed, kRandom}) {
-    for (const int count : {10000, 100000, kMany}) benchmark->Args({kind, count});
-  }
-  benchmark->Unit(benchmark::kMillisecond);
+  Kinds(benchmark, {10000, 100000, kMany});
 }
 
 BENCHMARK(Insert<MakeList>)->Name("ListInsert")->Apply(AllSizes);
@@ -188,6 +254,13 @@ BENCHMARK(ListFind)->Apply(AllSizes);
 BENCHMARK(MapFind)->Apply(AllKeys);
 BENCHMARK(ListIndex)->Apply(AllSizes);
 BENCHMARK(SortedArrayInsert)->Args({kNumbered, kMany})->Iterations(1);
+BENCHMARK(DictionaryObjectOf)->Apply(AllSizes);
+BENCHMARK(MapObjectOf)->Apply(AllSizes);
+BENCHMARK(Insert<MakeSequence>)
+    ->Name("SequenceInsert")
+    ->Args({kNumbered, 10000})
+    ->Args({kNumbered, kMany});
+BENCHMARK(SequenceFind)->Args({kNumbered, 10000})->Args({kNumbered, kMany});
 
 }  // namespace
 }  // namespace perlayer::bench

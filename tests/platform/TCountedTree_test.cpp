@@ -1,65 +1,53 @@
 #include "perlayer/platform/TCountedTree.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <new>
-#include <random>
 #include <string>
 #include <vector>
 
-// The items below are aligned more strictly than operator new promises, so that leaves, and nothing
-// else in this program, take their memory here: it can be made to run out.
-namespace {
-constexpr std::size_t kAlignment = 2 * __STDCPP_DEFAULT_NEW_ALIGNMENT__;
-int LeavesLeft = -1;  // how many more there is memory for; below 0 for any number
-}  // namespace
-
-void* operator new(std::size_t size, std::align_val_t alignment) {
-  if (LeavesLeft == 0) throw std::bad_alloc();
-  if (LeavesLeft > 0) --LeavesLeft;
-  const auto unit = static_cast<std::size_t>(alignment);
-  if (void* memory = std::aligned_alloc(unit, (size + unit - 1) / unit * unit)) return memory;
-  throw std::bad_alloc();
-}
-void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
+#include "support/ModelTest.h"
 
 namespace perlayer {
 namespace {
 
-struct alignas(kAlignment) TItem {
+struct TItem {
   std::string text;  // owns memory, so that the sanitizer sees an item lost or given back twice
-  int value;
-  explicit TItem(int v) : text("a text with memory of its own: " + std::to_string(v)), value(v) {}
-  TItem(TItem&&) noexcept = default;
-  TItem(const TItem& other) : text(other.text), value(other.value) {
-    if (CopiesLeft == 0) throw std::runtime_error("no copy");
-    if (CopiesLeft > 0) --CopiesLeft;
-  }
-  static inline int CopiesLeft = -1;
+  std::uint32_t value;
+  const void* leaf = nullptr;
+
+  explicit TItem(std::uint32_t v)
+      : text("a text with memory of its own: " + std::to_string(v)), value(v) {}
+  void StandsIn(const void* here) { leaf = here; }
+  bool operator==(const TItem& other) const { return value == other.value; }
 };
 
-using TTree = TCountedTree<TItem>;
+// Of a value's four bytes the last three bits tell nothing, so that many neighbours share a hint. A
+// hint is two of the bytes: few enough that nodes go as deep as they may.
+struct THints {
+  using THint = std::uint16_t;
+  struct TProbe {
+    THint At(unsigned depth) const { return static_cast<THint>(bytes << 8 * depth >> 16); }
+    std::uint32_t bytes;
+  };
+  static constexpr unsigned kMaxDepth = 2;
+  static TProbe ProbeOf(const TItem& item) { return ProbeOf(item.value); }
+  static TProbe ProbeOf(std::uint32_t value) { return {value & ~7u}; }
+  static unsigned Common(THint low, THint high) {
+    return low == high ? 2 : low >> 8 == high >> 8 ? 1 : 0;
+  }
+  static THint Deeper(THint hint, unsigned by, bool upper) {
+    const unsigned bytes = unsigned{hint} << 16 | (upper ? 0xFFFF : 0);
+    return static_cast<THint>(bytes << 8 * by >> 16);
+  }
+};
 
-// Hints repeat, so that many neighbours share one.
-std::uint64_t HintOf(int value) { return static_cast<std::uint64_t>(value) / 8; }
+using TTree = TCountedTree<TItem, THints>;
 
-std::vector<int> ValuesOf(const TTree& tree) {
-  std::vector<int> values;
-  tree.ForEach([&](const TItem& item, std::uint64_t) { values.push_back(item.value); });
-  return values;
-}
-
-class TCountedTreeModel : public testing::TestWithParam<unsigned> {
+class TCountedTreeModel : public TModelTest {
  protected:
-  int Below(int limit) { return std::uniform_int_distribution<int>(0, limit - 1)(random); }
   int Count() const { return static_cast<int>(model.size()); }
 
-  int PartitionPoint(int value) const {
+  int PartitionPoint(std::uint32_t value) const {
     bool asked = false;
-    const int found = tree.PartitionPoint(HintOf(value), [&](const TItem& item) {
-      EXPECT_EQ(HintOf(item.value), HintOf(value));
+    const int found = tree.PartitionPoint(THints::ProbeOf(value), [&](const TItem& item) {
       asked = asked || item.value == value;
       return item.value < value;
     });
@@ -67,48 +55,55 @@ class TCountedTreeModel : public testing::TestWithParam<unsigned> {
     EXPECT_EQ(asked, there);
     return found;
   }
-  void InsertInOrder(int value) {
+  void InsertInOrder(std::uint32_t value) {
     const auto place = std::lower_bound(model.begin(), model.end(), value);
     const int index = static_cast<int>(place - model.begin());
     ASSERT_EQ(PartitionPoint(value), index);
-    // Now and then there is no memory; the sequence must not show it.
-    LeavesLeft = Below(4) == 0 ? 0 : -1;
     TItem item(value);
-    try {
-      tree.Insert(index, HintOf(value), std::move(item));
+    if (Attempt([&] { tree.Insert(index, std::move(item)); })) {
       model.insert(place, value);
-    } catch (const std::bad_alloc&) {
-      EXPECT_FALSE(item.text.empty());
-      ++refused;
+    } else {
+      ASSERT_FALSE(item.text.empty());
     }
-    LeavesLeft = -1;
   }
   void Check() const {
     ASSERT_TRUE(tree.IsSound());
-    ASSERT_EQ(tree.Count(), Count());
-    ASSERT_EQ(ValuesOf(tree), model);
+    std::vector<std::uint32_t> values;
+    tree.ForEach([&](const TItem& item) { values.push_back(item.value); });
+    ASSERT_EQ(values, model);
+    for (int i = 0; i < Count(); i += 7) {
+      const TItem& item = tree.At(i);
+      const auto first = std::lower_bound(model.begin(), model.end(), item.value) - model.begin();
+      const int index = tree.IndexIn(item.leaf, item);
+      ASSERT_LE(index, i);
+      ASSERT_GE(index, first) << "equal items are not told apart";
+    }
+  }
+  // Far apart, or close together behind one of a few beginnings.
+  std::uint32_t RandomValue() {
+    const auto value = static_cast<std::uint32_t>(Below(0x7FFFFFFF));
+    return Below(2) == 0 ? value : (value % 7) << 24 | 0x00ABC000 | (value >> 8 & 0xFFF);
   }
 
-  std::mt19937 random{GetParam()};
   TTree tree;
-  std::vector<int> model;  // ascending
-  int refused = 0;
+  std::vector<std::uint32_t> model;  // ascending
 };
 
 // Grows to a tree of three levels and back to nothing, over and over: at random places, at the end
 // only, at the front only.
 TEST_P(TCountedTreeModel, AnswersAsAPlainVectorDoes) {
-  for (int round = 0; round < 9; ++round) {
+  for (int round = 0; round < ModelSteps(9); ++round) {
     SCOPED_TRACE("seed " + std::to_string(GetParam()) + ", round " + std::to_string(round));
     const int size = 1 + Below(round % 3 == 0 ? 6000 : 2500);
-    for (int step = 0; step < 2 * size; ++step) {
+    for (int step = 0; step < 2 * size && !HasFatalFailure(); ++step) {
       const bool growing = step < size;
       if (Count() == 0 || Below(10) < (growing ? 8 : 2)) {
-        const int last = model.empty() ? 1000000 : model.back();
-        const int first = model.empty() ? 1000000 : model.front();
-        InsertInOrder(round % 3 == 0   ? Below(2000000)
-                      : round % 3 == 1 ? last + Below(3)
-                                       : first - Below(3));
+        const std::uint32_t last = model.empty() ? 1000000 : model.back();
+        const std::uint32_t first = model.empty() ? 1000000 : model.front();
+        const auto stride = static_cast<std::uint32_t>(Below(3));
+        InsertInOrder(round % 3 == 0   ? RandomValue()
+                      : round % 3 == 1 ? last + stride
+                                       : first - stride);
       } else {
         const int index = round % 3 == 0 ? Below(Count()) : Below(2) == 0 ? 0 : Count() - 1;
         ASSERT_EQ(tree.At(index).value, model[static_cast<std::size_t>(index)]);
@@ -119,9 +114,14 @@ TEST_P(TCountedTreeModel, AnswersAsAPlainVectorDoes) {
       if (step % 512 == 0) Check();
     }
     Check();
-    const TTree copy(tree);
-    EXPECT_TRUE(copy.IsSound());
-    EXPECT_EQ(ValuesOf(copy), model);
+    TTree copy;
+    if (!Attempt([&] { copy = tree; })) {
+      ASSERT_EQ(copy.Count(), 0);
+      copy = tree;
+    }
+    std::swap(tree, copy);
+    tree.Hints(THints());
+    Check();
     while (Count() > 0) {
       const int index = Below(Count());
       tree.Erase(index);
@@ -133,33 +133,6 @@ TEST_P(TCountedTreeModel, AnswersAsAPlainVectorDoes) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, TCountedTreeModel, testing::Range(1u, 7u));
-
-TEST(TCountedTree, ACopyThatFailsLeavesNothingBehind) {
-  TTree tree;
-  for (int i = 0; i < 200; ++i) tree.Insert(i, 0, TItem(i));
-  TTree target;
-  target.Insert(0, 0, TItem(7));
-  for (const int copies : {0, 1, 31, 32, 33, 199}) {
-    TItem::CopiesLeft = copies;
-    EXPECT_THROW(target = tree, std::runtime_error);
-    EXPECT_EQ(ValuesOf(target), std::vector<int>{7});
-  }
-  TItem::CopiesLeft = -1;
-  target = tree;
-  EXPECT_EQ(ValuesOf(target), ValuesOf(tree));
-}
-
-TEST(TCountedTree, NewHintsAreWhatSearchesGoBy) {
-  TTree tree;
-  for (int i = 0; i < 5000; ++i) tree.Insert(tree.Count(), 0, TItem(i));
-  tree.Rehint([](const TItem& item) { return static_cast<std::uint64_t>(item.value) * 2; });
-  EXPECT_TRUE(tree.IsSound());
-  const auto never = [](const TItem&) { return false; };
-  for (int i = 0; i < 5000; ++i) {
-    ASSERT_EQ(tree.PartitionPoint(static_cast<std::uint64_t>(i) * 2, never), i);
-    ASSERT_EQ(tree.PartitionPoint(static_cast<std::uint64_t>(i) * 2 + 1, never), i + 1);
-  }
-}
 
 }  // namespace
 }  // namespace perlayer

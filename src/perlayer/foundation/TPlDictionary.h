@@ -1,7 +1,16 @@
 #pragma once
 // TPlDictionary: a string list that maps texts to objects. TPlList: a list of objects. What they
-// add is FreeWithContents. Main thread only.
+// add is FreeWithContents, and for the dictionary the way from a text to its object. Main thread
+// only.
+//
+// While the dictionary is sorted, in any case and without equal texts, it looks an object up in
+// constant time: a hash of the folded texts stands beside the list, made by the first look-up and
+// kept from then on. The list remains what counts. Where the hash cannot follow it (the list is
+// sorted anew or replaced, memory runs out) it is dropped, and the next look-up makes another.
 
+#include <cstdint>
+
+#include "perlayer/platform/TKeyHash.h"
 #include "perlayer/platform/TList.h"
 #include "perlayer/platform/TStringList.h"
 
@@ -11,8 +20,29 @@ class TPlDictionary : public TStringList {
   TCLASS(TPlDictionary, TStringList)
  public:
   void Delete(int index) override { TStringList::Delete(index); }
+  // The object beside the text that IndexOf would find: nullptr when there is no such text, no
+  // object beside it, or the object has been destroyed. The text may come in two parts, which
+  // nobody has to put together.
+  TObject* ObjectOf(std::string_view beginning, std::string_view rest = {});
   // Frees every object in index order, then the list itself.
   void FreeWithContents();
+
+ protected:
+  void Entered(int index) noexcept override;
+  void Leaving(int index) noexcept override;
+  void Rearranged() noexcept override;
+
+ private:
+  enum class THashState : std::uint8_t {
+    none,     // the next look-up makes one
+    kept,     // it has every text of the list
+    refused,  // the list has equal texts
+  };
+  void MakeHash();
+  void DropHash(THashState state) noexcept;
+
+  TKeyHash<TObjectHandle> FHash;
+  THashState FHashState = THashState::none;
 };
 
 class TPlList : public TList {

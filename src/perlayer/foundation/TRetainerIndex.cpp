@@ -1,41 +1,13 @@
 #include "perlayer/foundation/TRetainerIndex.h"
 
 #include <algorithm>
-#include <bit>
 
 namespace perlayer {
-
-std::uint32_t TRetainerIndex::PlaceOf(int index) const {
-  auto rest = static_cast<std::uint32_t>(index);
-  if (FCount == FPlaces.size()) return rest;  // no holes
-  // The last block before which at most `rest` entries stand.
-  std::size_t block = 0;
-  for (std::size_t step = std::bit_floor(FCounts.size()); step > 0; step /= 2) {
-    if (block + step <= FCounts.size() && FCounts[block + step - 1] <= rest) {
-      block += step;
-      rest -= FCounts[block - 1];
-    }
-  }
-  auto place = static_cast<std::uint32_t>(block) * kBlock;
-  for (;; ++place) {
-    if (FPlaces[place].entry.cls == nullptr) continue;
-    if (rest-- == 0) return place;
-  }
-}
 
 int TRetainerIndex::IndexOf(TObjectHandle retainer) const {
   const TBucket& bucket = FBuckets[BucketOf(retainer)];
   if (retainer.IsNil() || bucket.retainer != retainer) return -1;
-  const std::uint32_t place = bucket.first;
-  if (FCount == FPlaces.size()) return static_cast<int>(place);
-  std::uint32_t index = 0;
-  for (std::uint32_t block = place / kBlock; block > 0; block &= block - 1) {
-    index += FCounts[block - 1];
-  }
-  for (std::uint32_t i = place / kBlock * kBlock; i < place; ++i) {
-    index += FPlaces[i].entry.cls != nullptr;
-  }
-  return static_cast<int>(index);
+  return static_cast<int>(HasHoles() ? FTaken.CountBefore(bucket.first) : bucket.first);
 }
 
 std::size_t TRetainerIndex::HomeOf(TObjectHandle retainer) const {
@@ -97,9 +69,7 @@ void TRetainerIndex::Link(std::uint32_t place) noexcept {
   }
 }
 
-void TRetainerIndex::Unlink(std::uint32_t place) noexcept {
-  const TPlace& gone = FPlaces[place];
-  const std::size_t at = BucketOf(gone.entry.retainer);
+void TRetainerIndex::Unlink(std::size_t at, std::uint32_t place) noexcept {
   TBucket& bucket = FBuckets[at];
   if (bucket.first == bucket.last) {
     FreeBucket(at);
@@ -111,71 +81,60 @@ void TRetainerIndex::Unlink(std::uint32_t place) noexcept {
     before = *link;
     link = &FPlaces[before].next;
   }
-  *link = gone.next;
+  *link = FPlaces[place].next;
   if (bucket.last == place) bucket.last = before;
-}
-
-void TRetainerIndex::CountIn(std::uint32_t place, std::uint32_t change) noexcept {
-  for (std::size_t node = place / kBlock + 1; node <= FCounts.size(); node += node & (0 - node)) {
-    FCounts[node - 1] += change;  // a change of -1 wraps around
-  }
 }
 
 void TRetainerIndex::Add(const TEntry& entry) {
   ReserveBucket();
-  const auto place = static_cast<std::uint32_t>(FPlaces.size());
-  if (FPlaces.size() == FPlaces.capacity())
-    FPlaces.reserve(std::max(2 * FPlaces.size(), kMinPlaces));
-  if (place % kBlock == 0 && place / kBlock == FCounts.size()) {
-    // A new node sums the blocks that end with its own, which has no entry yet.
-    const std::size_t node = FCounts.size() + 1;
-    std::uint32_t sum = 0;
-    for (std::size_t part = node - 1; part > (node & (node - 1)); part &= part - 1) {
-      sum += FCounts[part - 1];
-    }
-    FCounts.push_back(sum);
+  if (FPlaces.size() == FPlaces.capacity()) {
+    const std::size_t places = std::max(2 * FPlaces.size(), kMinPlaces);
+    FTaken.Reserve(places);
+    FPlaces.reserve(places);
   }
   FPlaces.push_back({entry, kNone});
-  CountIn(place, 1);
-  Link(place);
+  FTaken.Append();
+  Link(static_cast<std::uint32_t>(FPlaces.size() - 1));
   ++FCount;
 }
 
 void TRetainerIndex::Replace(int index, const TEntry& entry) {
   ReserveBucket();
   const std::uint32_t place = PlaceOf(index);
-  Unlink(place);
+  Unlink(BucketOf(FPlaces[place].entry.retainer), place);
   FPlaces[place].entry = entry;
   Link(place);
 }
 
+void TRetainerIndex::Delete(int index) noexcept {
+  const std::uint32_t place = PlaceOf(index);
+  Remove(BucketOf(FPlaces[place].entry.retainer), place);
+}
+
 bool TRetainerIndex::Delete(TObjectHandle retainer) noexcept {
-  const TBucket& bucket = FBuckets[BucketOf(retainer)];
-  if (retainer.IsNil() || bucket.retainer != retainer) return false;
-  Remove(bucket.first);
+  const std::size_t bucket = BucketOf(retainer);
+  if (retainer.IsNil() || FBuckets[bucket].retainer != retainer) return false;
+  Remove(bucket, FBuckets[bucket].first);
   return true;
 }
 
-void TRetainerIndex::Remove(std::uint32_t place) noexcept {
-  Unlink(place);
-  FPlaces[place].entry = {nullptr, {}};
-  CountIn(place, static_cast<std::uint32_t>(-1));
+void TRetainerIndex::Remove(std::size_t bucket, std::uint32_t place) noexcept {
+  Unlink(bucket, place);
+  FTaken.Remove(place);
   --FCount;
   if (FPlaces.size() > 2 * static_cast<std::size_t>(FCount) + kMinPlaces) Compact();
 }
 
 void TRetainerIndex::Compact() noexcept {
-  std::erase_if(FPlaces, [](const TPlace& place) { return place.entry.cls == nullptr; });
+  std::uint32_t end = 0;
+  for (std::uint32_t place = 0; place < FPlaces.size(); ++place) {
+    if (FTaken.Has(place)) FPlaces[end++] = FPlaces[place];
+  }
+  FPlaces.resize(end, TPlace{});
+  FTaken.Fill(end);
   std::fill(FBuckets.begin(), FBuckets.end(), TBucket{});
   FRetainers = 0;
-  for (std::uint32_t place = 0; place < FPlaces.size(); ++place) Link(place);
-  FCounts.resize((FPlaces.size() + kBlock - 1) / kBlock);
-  for (std::size_t node = 1; node <= FCounts.size(); ++node) {
-    // The nodes sum (node & (node - 1), node]; all places are taken, but some of the last block.
-    const std::size_t first = (node & (node - 1)) * kBlock;
-    FCounts[node - 1] =
-        static_cast<std::uint32_t>(std::min<std::size_t>(node * kBlock, FPlaces.size()) - first);
-  }
+  for (std::uint32_t place = 0; place < end; ++place) Link(place);
 }
 
 }  // namespace perlayer

@@ -2,10 +2,12 @@
 // TRetainerIndex: the entries of a long retainer list. Used by TplRetainerList only.
 //
 // Entries stand in the order of adding. Taking one out leaves a hole, and when there are more holes
-// than entries all are moved together. Counts of the entries in each block of places, kept as a
-// binary indexed tree (Fenwick, "A New Data Structure for Cumulative Frequency Tables", 1994), lead
-// from an index to its place and back. A hash table with linear probing leads from a retainer to
-// its first entry, and each entry to the same retainer's next.
+// than entries all are moved together. A set of the places that are taken leads from an index to
+// its place and back. A hash table with linear probing leads from a retainer to its first entry,
+// and each entry to the same retainer's next.
+//
+// Retainers that let go in no order find nothing in the cache. What one of them costs is a line of
+// the hash table: a retainer with one entry is taken out without its entry being read.
 //
 // Reading changes nothing. What raises, only for want of memory, leaves everything as it was.
 
@@ -13,6 +15,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "perlayer/foundation/TPlaceSet.h"
 #include "perlayer/platform/TObjectHandle.h"
 
 namespace perlayer {
@@ -32,17 +35,16 @@ class TRetainerIndex {
 
   void Add(const TEntry& entry);
   void Replace(int index, const TEntry& entry);
-  void Delete(int index) noexcept { Remove(PlaceOf(index)); }
+  void Delete(int index) noexcept;
   // Takes out the first entry of that retainer; false when it has none.
   bool Delete(TObjectHandle retainer) noexcept;
 
  private:
   static constexpr std::uint32_t kNone = UINT32_MAX;
-  static constexpr std::uint32_t kBlock = 16;
   static constexpr std::size_t kMinPlaces = 256;
 
   struct TPlace {
-    TEntry entry;        // without class: a hole
+    TEntry entry;
     std::uint32_t next;  // the same retainer's next place, or kNone
   };
   struct TBucket {
@@ -51,23 +53,26 @@ class TRetainerIndex {
     std::uint32_t last;
   };
 
-  std::uint32_t PlaceOf(int index) const;
+  bool HasHoles() const { return FCount != FPlaces.size(); }
+  std::uint32_t PlaceOf(int index) const {
+    const auto count = static_cast<std::uint32_t>(index);
+    return HasHoles() ? FTaken.Find(count) : count;
+  }
   std::size_t HomeOf(TObjectHandle retainer) const;
   // The retainer's bucket, or the free one where it belongs.
   std::size_t BucketOf(TObjectHandle retainer) const;
   void FreeBucket(std::size_t bucket) noexcept;
   void ReserveBucket();
   void Link(std::uint32_t place) noexcept;
-  void Unlink(std::uint32_t place) noexcept;
-  void Remove(std::uint32_t place) noexcept;
-  void CountIn(std::uint32_t place, std::uint32_t change) noexcept;
+  void Unlink(std::size_t bucket, std::uint32_t place) noexcept;
+  void Remove(std::size_t bucket, std::uint32_t place) noexcept;
   void Compact() noexcept;
 
-  std::uint32_t FCount = 0;            // entries, without holes
-  std::uint32_t FRetainers = 0;        // buckets in use
-  std::vector<TPlace> FPlaces;         // in order
-  std::vector<std::uint32_t> FCounts;  // the binary indexed tree, one node for each block
-  std::vector<TBucket> FBuckets;       // a power of two, at most half of them in use
+  std::uint32_t FCount = 0;       // entries, without holes
+  std::uint32_t FRetainers = 0;   // buckets in use
+  std::vector<TPlace> FPlaces;    // in order
+  TPlaceSet FTaken;               // the places that are no holes
+  std::vector<TBucket> FBuckets;  // a power of two, at most half of them in use
 };
 
 }  // namespace perlayer

@@ -117,37 +117,46 @@ void TStringList::EndUpdate() {
 
 void TStringList::Strings(int index, std::string_view text) {
   FItems.SetText(index, text);
-  Changed();
+  ChangedThroughout();
 }
 
 void TStringList::Objects(int index, TObject* object) {
   FItems.PayloadAt(index) = object;
+  Entered(index);
   Changed();
+}
+
+int TStringList::AddItem(std::string_view text, TObjectHandle object) {
+  const int before = FItems.Count();
+  const int index = FItems.Add(text, object);
+  if (FItems.Count() != before) Entered(index);
+  return index;
 }
 
 int TStringList::AddObject(std::string_view text, TObject* object) {
   const int before = FItems.Count();
-  const int index = FItems.Add(text, object);
+  const int index = AddItem(text, object);
   if (FItems.Count() != before) Changed();
   return index;
 }
 
 void TStringList::InsertObject(int index, std::string_view text, TObject* object) {
   FItems.Insert(index, text, object);
-  Changed();
+  ChangedThroughout();
 }
 
 void TStringList::Exchange(int a, int b) {
   FItems.Exchange(a, b);
-  Changed();
+  ChangedThroughout();
 }
 
 void TStringList::Move(int from, int to) {
   FItems.Move(from, to);
-  Changed();
+  ChangedThroughout();
 }
 
 void TStringList::Delete(int index) {
+  if (index >= 0 && index < Count()) Leaving(index);
   FItems.Delete(index);
   Changed();
 }
@@ -155,7 +164,7 @@ void TStringList::Delete(int index) {
 void TStringList::Clear() {
   if (Count() == 0) return;
   FItems.Clear();
-  Changed();
+  ChangedThroughout();
 }
 
 void TStringList::AddStrings(const TStringList& other) {
@@ -169,7 +178,7 @@ void TStringList::AddStrings(const TStringList& other) {
 void TStringList::AddItems(const TTextList<TObjectHandle>& items) {
   const int before = Count();
   const auto add = [&] {
-    for (int i = 0; i < items.Count(); ++i) FItems.Add(items.TextAt(i), items.PayloadAt(i));
+    for (int i = 0; i < items.Count(); ++i) AddItem(items.TextAt(i), items.PayloadAt(i));
   };
   TryFinally(add, [&] {
     if (Count() != before) Changed();
@@ -188,7 +197,7 @@ void TStringList::Assign(const TStringList& other) {
   FDelimiter = other.FDelimiter;
   FQuoteChar = other.FQuoteChar;
   FStrictDelimiter = other.FStrictDelimiter;
-  Changed();
+  ChangedThroughout();
 }
 
 bool TStringList::Equals(const TStringList& other) const {
@@ -292,25 +301,27 @@ void TStringList::ReplaceTexts(const std::vector<std::string>& texts) {
   TTextList<TObjectHandle> items = FItems.EmptyCopy();
   for (const std::string& text : texts) items.Add(text, nullptr);
   FItems = std::move(items);
-  Changed();
+  ChangedThroughout();
 }
 
 void TStringList::Sorted(bool sorted) {
   if (sorted == Sorted()) return;
   FItems.Sorted(sorted);
+  Rearranged();
   if (sorted) Changed();
 }
 
 void TStringList::CaseSensitive(bool sensitive) {
   if (sensitive == CaseSensitive()) return;
   FItems.CaseSensitive(sensitive);
+  Rearranged();
   if (Sorted()) Changed();
 }
 
 void TStringList::Sort() {
   if (Sorted()) return;
   FItems.Sort();
-  Changed();
+  ChangedThroughout();
 }
 
 }  // namespace perlayer

@@ -118,8 +118,20 @@ class TStringList : public TObject {
   void BeginUpdate() { ++FUpdateCount; }
   void EndUpdate();
 
+ protected:
+  // For a class that keeps something beside the list; called before OnChange is. An entry has come,
+  // or has another object; one is about to go; anything may be different.
+  virtual void Entered(int /*index*/) noexcept {}
+  virtual void Leaving(int /*index*/) noexcept {}
+  virtual void Rearranged() noexcept {}
+
  private:
   void Changed();
+  void ChangedThroughout() {
+    Rearranged();
+    Changed();
+  }
+  int AddItem(std::string_view text, TObjectHandle object);
   void AddItems(const TTextList<TObjectHandle>& items);
   void ReplaceTexts(const std::vector<std::string>& texts);
 

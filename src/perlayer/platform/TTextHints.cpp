@@ -2,34 +2,35 @@
 
 #include <algorithm>
 
+#include "perlayer/platform/Text.h"
+
 namespace perlayer {
 
-// The bytes as a number that orders as they do. A key that ends sooner is filled up with zeros:
-// it then comes before all longer ones, or has the same hint.
-int TTextHints::Place(std::string_view text, THint& hint) const {
-  const TKey key = KeyOf(text);
-  const int order = std::memcmp(key.bytes.data(), FBeginning.data(), std::min(key.size, FCommon));
-  if (order != 0) return order;
-  if (key.size < FCommon) return -1;
-  hint = 0;
-  for (std::size_t i = FCommon; i < FCommon + kSize; ++i) {
-    hint = hint << 8 | (i < key.size ? static_cast<unsigned char>(key.bytes[i]) : 0);
-  }
-  return 0;
+TTextHints::TProbe TTextHints::Probe(std::string_view text) const {
+  TProbe probe;
+  probe.FCommon = FCommon;
+  probe.FBytes.fill(0);
+  probe.FSize = FCaseSensitive ? text.copy(probe.FBytes.data(), probe.FBytes.size())
+                               : FoldedKey(text, probe.FBytes.data(), probe.FBytes.size());
+  return probe;
+}
+
+int TTextHints::Side(const TProbe& probe) const {
+  const std::size_t size = std::min(probe.FSize, FCommon);
+  const int order = std::memcmp(probe.FBytes.data(), FBeginning.data(), size);
+  return order != 0 || size == FCommon ? order : -1;
 }
 
 bool TTextHints::Admit(std::string_view text, int count) {
   constexpr int kShortList = 64;
+  const TProbe key = Probe(text);
   if (count == 0) {
-    FCommon = kMaxCommon;
-    const TKey key = KeyOf(text);
-    FCommon = std::min(key.size, kMaxCommon);
-    std::copy_n(key.bytes.begin(), FCommon, FBeginning.begin());
+    FCommon = std::min(key.FSize, kMaxCommon);
+    std::copy_n(key.FBytes.begin(), FCommon, FBeginning.begin());
     return false;
   }
-  const TKey key = KeyOf(text);
   std::size_t common = 0;
-  while (common < FCommon && common < key.size && key.bytes[common] == FBeginning[common]) {
+  while (common < FCommon && common < key.FSize && key.FBytes[common] == FBeginning[common]) {
     ++common;
   }
   if (common == FCommon) return false;

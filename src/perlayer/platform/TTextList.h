@@ -2,7 +2,7 @@
 // TTextList<T>: texts with a value of type T beside each: the body of TStringList, and by itself
 // the list for records that are no TObject. See TStringList for order, look-up and duplicates.
 //
-// Unsorted, the body is an array. Sorted, it is a counted tree (TCountedTree), where adding,
+// Unsorted, the body is an array. Sorted, it is a counted tree (TSortedTexts), where adding,
 // deleting, finding and access by index take O(log n); what a bisection of an array would find
 // among equal texts is found all the same. Invariant: while Sorted(), no text compares above its
 // successor; this is why texts of a sorted list can neither be replaced nor moved.
@@ -20,8 +20,7 @@
 #include <utility>
 #include <vector>
 
-#include "perlayer/platform/TCountedTree.h"
-#include "perlayer/platform/TTextHints.h"
+#include "perlayer/platform/TSortedTexts.h"
 #include "perlayer/platform/Text.h"
 
 namespace perlayer {
@@ -38,7 +37,7 @@ namespace detail {
 template <class T>
 class TTextList {
  public:
-  int Count() const { return FSorted ? FTree.Count() : static_cast<int>(FItems.size()); }
+  int Count() const { return FSorted ? FTexts.Count() : static_cast<int>(FItems.size()); }
   const std::string& TextAt(int index) const { return At(index).text; }
   const T& PayloadAt(int index) const { return At(index).payload; }
   T& PayloadAt(int index) { return const_cast<T&>(At(index).payload); }
@@ -75,23 +74,20 @@ class TTextList {
   void CaseSensitive(bool sensitive);
 
   // Below 0, 0 or above 0, as the list compares its texts.
-  int Compare(std::string_view a, std::string_view b) const { return Order(FCaseSensitive, a, b); }
+  int Compare(std::string_view a, std::string_view b) const {
+    return TTexts::Compare(FCaseSensitive, a, b);
+  }
   // An empty list with the settings of this one.
   TTextList EmptyCopy() const;
 
  private:
   struct TItem {
+    const std::string& Text() const { return text; }
     std::string text;
     T payload;
   };
-  using TTree = TCountedTree<TItem, TTextHints::THint>;
-  // Where a text is in a sorted list, or would go.
-  struct TPlace {
-    int index;               // of the first text that is not below
-    bool found;              // that one is equal
-    bool among;              // the text begins like those of the list, so that
-    TTextHints::THint hint;  // this is its hint
-  };
+  using TTexts = TSortedTexts<TItem>;
+  using TPlace = typename TTexts::TPlace;
 
   std::ptrdiff_t Checked(int index) const {
     if (static_cast<unsigned>(index) >= static_cast<unsigned>(Count())) {
@@ -101,22 +97,17 @@ class TTextList {
   }
   const TItem& At(int index) const {
     Checked(index);
-    return FSorted ? FTree.At(index) : FItems[static_cast<std::size_t>(index)];
+    return FSorted ? FTexts.At(index) : FItems[static_cast<std::size_t>(index)];
   }
   void RequireUnsorted() const {
     if (FSorted) detail::RaiseListSorted();
   }
-  static int Order(bool caseSensitive, std::string_view a, std::string_view b) {
-    return caseSensitive ? a.compare(b) : CompareText(a, b);
-  }
-  TPlace Locate(std::string_view text) const;
   int ProbeOfEqual(const TPlace& place, std::string_view text) const;
   std::vector<TItem*> Pointers();
   void BuildTree(std::vector<TItem*> items, bool caseSensitive);
 
   std::vector<TItem> FItems;  // while unsorted
-  TTree FTree;                // while sorted
-  TTextHints FHints;          // of FTree
+  TTexts FTexts;              // while sorted
   bool FSorted = false;
   bool FCaseSensitive = false;
   TDuplicates FDuplicates = TDuplicates::dupIgnore;
@@ -128,17 +119,10 @@ int TTextList<T>::Add(std::string_view text, T payload) {
     FItems.push_back(TItem{std::string(text), std::move(payload)});
     return Count() - 1;
   }
-  TPlace place = Locate(text);
+  TPlace place = FTexts.Locate(text);
   if (place.found && FDuplicates == TDuplicates::dupIgnore) return ProbeOfEqual(place, text);
   if (place.found && FDuplicates == TDuplicates::dupError) detail::RaiseListDuplicate();
-  TItem item{std::string(text), std::move(payload)};
-  if (!place.among) {
-    if (FHints.Admit(item.text, Count())) {
-      FTree.Rehint([this](const TItem& other) { return FHints.Of(other.text); });
-    }
-    place.hint = FHints.Of(item.text);
-  }
-  FTree.Insert(place.index, place.hint, std::move(item));
+  FTexts.Insert(place, TItem{std::string(text), std::move(payload)});
   return place.index;
 }
 
@@ -191,7 +175,7 @@ template <class T>
 void TTextList<T>::Delete(int index) {
   Checked(index);
   if (FSorted) {
-    FTree.Erase(index);
+    FTexts.Erase(index);
   } else {
     FItems.erase(FItems.begin() + index);
   }
@@ -200,7 +184,7 @@ void TTextList<T>::Delete(int index) {
 template <class T>
 void TTextList<T>::Clear() {
   FItems.clear();
-  FTree.Clear();
+  FTexts.Clear();
 }
 
 template <class T>
@@ -208,32 +192,13 @@ void TTextList<T>::Reserve(int count) {
   if (!FSorted) FItems.reserve(static_cast<std::size_t>(std::max(count, 0)));
 }
 
-template <class T>
-typename TTextList<T>::TPlace TTextList<T>::Locate(std::string_view text) const {
-  TPlace place{0, false, false, 0};
-  if (Count() == 0) return place;
-  const int side = FHints.Place(text, place.hint);
-  if (side != 0) {
-    place.index = side < 0 ? 0 : Count();
-    return place;
-  }
-  place.among = true;
-  place.index = FTree.PartitionPoint(place.hint, [&](const TItem& item) {
-    const int order = Compare(item.text, text);
-    place.found = place.found || order == 0;
-    return order < 0;
-  });
-  return place;
-}
-
 // Which of equal texts a bisection of an array meets first. Where Duplicates does not accept them
 // there is but one, unless it was changed later.
 template <class T>
 int TTextList<T>::ProbeOfEqual(const TPlace& place, std::string_view text) const {
   const int first = place.index;
-  if (first + 1 == Count() || Compare(FTree.At(first + 1).text, text) != 0) return first;
-  const int end = FTree.PartitionPoint(
-      place.hint, [&](const TItem& item) { return Compare(item.text, text) <= 0; });
+  const int end = FTexts.EndOfEqual(place, text);
+  if (end == first + 1) return first;
   int low = 0;
   int high = Count() - 1;
   for (;;) {
@@ -253,7 +218,7 @@ int TTextList<T>::ProbeOfEqual(const TPlace& place, std::string_view text) const
 template <class T>
 bool TTextList<T>::Find(std::string_view text, int& index) const {
   if (!FSorted) detail::RaiseListUnsorted();
-  const TPlace place = Locate(text);
+  const TPlace place = FTexts.Locate(text);
   const bool any = place.found && FDuplicates != TDuplicates::dupAccept;
   index = any ? ProbeOfEqual(place, text) : place.index;
   return place.found;
@@ -261,10 +226,8 @@ bool TTextList<T>::Find(std::string_view text, int& index) const {
 
 template <class T>
 int TTextList<T>::FindFirstPrefix(std::string_view prefix) const {
-  const bool ordered = FSorted && !FCaseSensitive;
-  const int first = ordered ? Locate(prefix).index : 0;
-  const int end = ordered ? std::min(first + 1, Count()) : Count();
-  for (int i = first; i < end; ++i) {
+  if (FSorted && !FCaseSensitive) return FTexts.FindFirstPrefix(prefix);
+  for (int i = 0; i < Count(); ++i) {
     if (StartsText(prefix, TextAt(i))) return i;
   }
   return -1;
@@ -275,8 +238,7 @@ std::vector<typename TTextList<T>::TItem*> TTextList<T>::Pointers() {
   std::vector<TItem*> items;
   items.reserve(static_cast<std::size_t>(Count()));
   if (FSorted) {
-    FTree.ForEach(
-        [&](const TItem& item, TTextHints::THint) { items.push_back(const_cast<TItem*>(&item)); });
+    FTexts.ForEach([&](const TItem& item) { items.push_back(const_cast<TItem*>(&item)); });
   } else {
     for (TItem& item : FItems) items.push_back(&item);
   }
@@ -288,27 +250,20 @@ std::vector<typename TTextList<T>::TItem*> TTextList<T>::Pointers() {
 template <class T>
 void TTextList<T>::BuildTree(std::vector<TItem*> items, bool caseSensitive) {
   std::stable_sort(items.begin(), items.end(), [&](const TItem* a, const TItem* b) {
-    return Order(caseSensitive, a->text, b->text) < 0;
+    return TTexts::Compare(caseSensitive, a->text, b->text) < 0;
   });
-  TTextHints hints(caseSensitive);
-  if (!items.empty()) {
-    hints.Admit(items.front()->text, 0);
-    hints.Admit(items.back()->text, 1);
-  }
-  TTree tree;
+  TTexts texts(caseSensitive);
+  if (!items.empty()) texts.Expect(items.front()->text, items.back()->text);
   try {
-    for (TItem* item : items) {
-      tree.Insert(tree.Count(), hints.Of(item->text), std::move(*item));
-    }
+    for (TItem* item : items) texts.Append(std::move(*item));
   } catch (...) {
-    for (int i = tree.Count() - 1; i >= 0; --i) {
+    for (int i = texts.Count() - 1; i >= 0; --i) {
       std::destroy_at(items[i]);
-      std::construct_at(items[i], std::move(tree.At(i)));
+      std::construct_at(items[i], std::move(texts.At(i)));
     }
     throw;
   }
-  FTree = std::move(tree);
-  FHints = hints;
+  FTexts = std::move(texts);
   std::vector<TItem>().swap(FItems);
   FSorted = true;
   FCaseSensitive = caseSensitive;
@@ -325,7 +280,7 @@ void TTextList<T>::Sorted(bool sorted) {
   items.reserve(static_cast<std::size_t>(Count()));
   for (TItem* item : Pointers()) items.push_back(std::move(*item));
   FItems = std::move(items);
-  FTree.Clear();
+  FTexts.Clear();
   FSorted = false;
 }
 
@@ -348,7 +303,7 @@ TTextList<T> TTextList<T>::EmptyCopy() const {
   TTextList result;
   result.FSorted = FSorted;
   result.FCaseSensitive = FCaseSensitive;
-  result.FHints = TTextHints(FCaseSensitive);
+  result.FTexts = TTexts(FCaseSensitive);
   result.FDuplicates = FDuplicates;
   return result;
 }

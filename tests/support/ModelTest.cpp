@@ -1,0 +1,39 @@
+#include "support/ModelTest.h"
+
+#include <cstdlib>
+
+namespace {
+
+thread_local int MemoryLeft = -1;  // how many times; below 0: always
+
+void* Allocate(std::size_t size, std::size_t alignment) {
+  if (MemoryLeft == 0) throw std::bad_alloc();
+  if (MemoryLeft > 0) --MemoryLeft;
+  const std::size_t whole = (size + alignment) / alignment * alignment;  // and never 0
+  void* memory = alignment == 1 ? std::malloc(whole) : std::aligned_alloc(alignment, whole);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) { return Allocate(size, 1); }
+void* operator new(std::size_t size, std::align_val_t alignment) {
+  return Allocate(size, static_cast<std::size_t>(alignment));
+}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
+
+namespace perlayer {
+
+TOutOfMemory::TOutOfMemory(int allocations) { MemoryLeft = allocations; }
+TOutOfMemory::~TOutOfMemory() { MemoryLeft = -1; }
+
+int ModelSteps(int steps) {
+  const char* factor = std::getenv("PERLAYER_MODEL_STEPS");
+  return factor == nullptr ? steps : steps * std::atoi(factor);
+}
+
+}  // namespace perlayer
