@@ -94,7 +94,7 @@ class TObjectOfModel : public TModelTest {
         objects[static_cast<std::size_t>(Below(20))] = Make<TObject>();
         break;
       default:
-        if (dictionary->Count() > 0 && Below(5) < 2) {
+        if (dictionary->Count() > 0 && Below(5) == 0) {
           dictionary->Delete(index);
         } else if (dictionary->Count() > 0 && Below(3) == 0) {
           dictionary->Objects(index, object);

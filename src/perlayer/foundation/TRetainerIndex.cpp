@@ -4,22 +4,29 @@
 
 namespace perlayer {
 
+namespace {
+
+std::uint32_t SlotOf(TObjectHandle handle) {
+  return static_cast<std::uint32_t>(handle.Value() >> 32);
+}
+
+}  // namespace
+
 int TRetainerIndex::IndexOf(TObjectHandle retainer) const {
   const TBucket& bucket = FBuckets[BucketOf(retainer)];
   if (retainer.IsNil() || bucket.retainer != retainer) return -1;
   return static_cast<int>(HasHoles() ? FTaken.CountBefore(bucket.first) : bucket.first);
 }
 
-std::size_t TRetainerIndex::HomeOf(TObjectHandle retainer) const {
+std::size_t TRetainerIndex::HomeOf(std::uint32_t slot) const {
   // Retainers made one after another have slots in a row, and are often released so: four of them
   // share a cache line of buckets. The lines are scattered by Fibonacci hashing.
-  const std::uint64_t slot = retainer.Value() >> 32;
   const std::uint64_t line = (slot >> 2) * 0x9E3779B97F4A7C15u >> 32;
   return static_cast<std::size_t>(line << 2 | (slot & 3)) & (FBuckets.size() - 1);
 }
 
 std::size_t TRetainerIndex::BucketOf(TObjectHandle retainer) const {
-  std::size_t bucket = HomeOf(retainer);
+  std::size_t bucket = HomeOf(SlotOf(retainer));
   while (!FBuckets[bucket].retainer.IsNil() && FBuckets[bucket].retainer != retainer) {
     bucket = (bucket + 1) & (FBuckets.size() - 1);
   }
@@ -30,7 +37,7 @@ std::size_t TRetainerIndex::BucketOf(TObjectHandle retainer) const {
 void TRetainerIndex::FreeBucket(std::size_t bucket) noexcept {
   const std::size_t mask = FBuckets.size() - 1;
   for (std::size_t i = (bucket + 1) & mask; !FBuckets[i].retainer.IsNil(); i = (i + 1) & mask) {
-    if (((i - HomeOf(FBuckets[i].retainer)) & mask) >= ((i - bucket) & mask)) {
+    if (((i - HomeOf(SlotOf(FBuckets[i].retainer))) & mask) >= ((i - bucket) & mask)) {
       FBuckets[bucket] = FBuckets[i];
       bucket = i;
     }
@@ -111,9 +118,11 @@ void TRetainerIndex::Delete(int index) noexcept {
   Remove(BucketOf(FPlaces[place].entry.retainer), place);
 }
 
-bool TRetainerIndex::Delete(TObjectHandle retainer) noexcept {
-  const std::size_t bucket = BucketOf(retainer);
-  if (retainer.IsNil() || FBuckets[bucket].retainer != retainer) return false;
+bool TRetainerIndex::DeleteObject(const TObject& retainer) noexcept {
+  __builtin_prefetch(&FBuckets[HomeOf(retainer.Slot())]);
+  const TObjectHandle handle(&retainer);
+  const std::size_t bucket = BucketOf(handle);
+  if (FBuckets[bucket].retainer != handle) return false;
   Remove(bucket, FBuckets[bucket].first);
   return true;
 }

@@ -6,8 +6,9 @@
 // its place and back. A hash table with linear probing leads from a retainer to its first entry,
 // and each entry to the same retainer's next.
 //
-// Retainers that let go in no order find nothing in the cache. What one of them costs is a line of
-// the hash table: a retainer with one entry is taken out without its entry being read.
+// Retainers that let go in no order find nothing in the cache. Beside what must be read of the
+// retainer itself, one with a single entry costs a line of the hash table, which is fetched at the
+// same time: its entry is taken out without being read.
 //
 // Reading changes nothing. What raises, only for want of memory, leaves everything as it was.
 
@@ -36,8 +37,8 @@ class TRetainerIndex {
   void Add(const TEntry& entry);
   void Replace(int index, const TEntry& entry);
   void Delete(int index) noexcept;
-  // Takes out the first entry of that retainer; false when it has none.
-  bool Delete(TObjectHandle retainer) noexcept;
+  // Takes out the first entry of that retainer; false when it has none. REQUIRES: it lives
+  bool DeleteObject(const TObject& retainer) noexcept;
 
  private:
   static constexpr std::uint32_t kNone = UINT32_MAX;
@@ -58,7 +59,7 @@ class TRetainerIndex {
     const auto count = static_cast<std::uint32_t>(index);
     return HasHoles() ? FTaken.Find(count) : count;
   }
-  std::size_t HomeOf(TObjectHandle retainer) const;
+  std::size_t HomeOf(std::uint32_t slot) const;
   // The retainer's bucket, or the free one where it belongs.
   std::size_t BucketOf(TObjectHandle retainer) const;
   void FreeBucket(std::size_t bucket) noexcept;

@@ -82,7 +82,7 @@ bool TplRetainerList::DeleteObject(const TObject* retainer) {
     if (index >= 0) Delete(index);
     return index >= 0;
   }
-  if (!FIndex->Delete(TObjectHandle(retainer))) return false;
+  if (retainer == nullptr || !FIndex->DeleteObject(*retainer)) return false;
   if (--FCount == 0) Clear();
   return true;
 }

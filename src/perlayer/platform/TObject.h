@@ -98,6 +98,8 @@ class TObject {
   // Runs the C++ destructors and gives the memory back.
   virtual void FreeInstance();
 
+  // Of all living objects no other has that number.
+  std::uint32_t Slot() const { return FSlot; }
   // The bare slot and generation; see TObjectHandle.
   std::uint64_t HandleValue() const {
     const std::uint64_t word = TSlotTable::At(FSlot).word.load(std::memory_order_relaxed);
