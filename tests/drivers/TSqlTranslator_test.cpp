@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <map>
 #include <string>
 #include <vector>
@@ -35,49 +34,6 @@ TSqlTranslation Translate(const std::string& statement, TSqlNumberBinds numbers 
   TKnownTables tables;
   const TStatementText text(statement);
   return TSqlTranslator(text, &tables, numbers).Translate();
-}
-
-struct TCase {
-  int line = 0;
-  std::string title, statement, expected;
-  bool refused = false;
-};
-
-std::vector<TCase> ReadCases() {
-  std::ifstream in(PERLAYER_TESTS_DIR "/drivers/translate.cases");
-  std::vector<TCase> cases;
-  std::string* target = nullptr;
-  std::string line;
-  for (int number = 1; std::getline(in, line); ++number) {
-    if (line.rfind("== ", 0) == 0) {
-      cases.push_back({number, line.substr(3), "", ""});
-      target = &cases.back().statement;
-    } else if (line == "->" || line == "-!") {
-      cases.back().refused = line == "-!";
-      target = &cases.back().expected;
-    } else if (target != nullptr && !line.empty()) {
-      if (!target->empty()) *target += '\n';
-      *target += line;
-    }
-  }
-  return cases;
-}
-
-TEST(TSqlTranslator, Cases) {
-  const std::vector<TCase> cases = ReadCases();
-  ASSERT_GT(cases.size(), 40u);
-  for (const TCase& c : cases) {
-    SCOPED_TRACE("translate.cases:" + std::to_string(c.line) + " " + c.title);
-    try {
-      const std::string sql = Translate(c.statement).sql;
-      EXPECT_FALSE(c.refused) << sql;
-      EXPECT_EQ(sql, c.expected);
-    } catch (const EDatabaseError& e) {
-      EXPECT_TRUE(c.refused) << e.what();
-      EXPECT_NE(e.Message().find(c.expected), std::string::npos) << e.what();
-      EXPECT_EQ(e.Statement(), c.statement);
-    }
-  }
 }
 
 TEST(TSqlTranslator, KindOfABindChangesTheTranslationOnlyWhereItMatters) {
