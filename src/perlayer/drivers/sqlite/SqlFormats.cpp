@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "perlayer/drivers/sqlite/SqlNumbers.h"
 #include "perlayer/platform/Exception.h"
 #include "perlayer/platform/TClock.h"
 #include "perlayer/platform/TFormatSettings.h"
@@ -309,27 +310,70 @@ bool IsSqlNumberModel(std::string_view model) {
   return model.find_first_of("90") != std::string_view::npos;
 }
 
-std::string FormatSqlNumber(std::string_view model, double value) {
-  std::string_view places = model;
-  const bool filled = !StartsText("FM", places);
-  if (!filled) places.remove_prefix(2);
-  const std::size_t point = std::min(places.find_first_of(".Dd"), places.size());
-  int decimals = 0;
+namespace {
+
+struct TNumberModel {
+  std::string_view places;  // without FM
+  bool filled;              // with blanks
+  std::size_t point;        // its place, or behind the end
+  int decimals;
+};
+
+TNumberModel ReadNumberModel(std::string_view model) {
+  TNumberModel result{model, !StartsText("FM", model), 0, 0};
+  if (!result.filled) result.places.remove_prefix(2);
+  const std::string_view places = result.places;
+  result.point = std::min(places.find_first_of(".Dd"), places.size());
   for (std::size_t i = 0; i < places.size(); ++i) {
-    const bool ok =
-        places[i] == '9' || places[i] == '0' || i == point ||
-        (i < point && std::string_view(",Gg").find(places[i]) != std::string_view::npos);
-    if (!ok) {
+    const bool isGroup = std::string_view(",Gg").find(places[i]) != std::string_view::npos;
+    const bool isDigit = places[i] == '9' || places[i] == '0';
+    if (!isDigit && i != result.point && (i > result.point || !isGroup)) {
       throw EConvertError("the number format means nothing from \"" +
                           std::string(places.substr(i)) + "\" on");
     }
-    decimals += i > point;
+    result.decimals += i > result.point;
   }
+  return result;
+}
+
+}  // namespace
+
+double ParseSqlNumber(std::string_view model, std::string_view text) {
+  const TNumberModel known = ReadNumberModel(model);
+  const std::string_view whole = known.places.substr(0, known.point);
+  const bool grouped = whole.find_first_of(",Gg") != std::string_view::npos;
+  auto places = std::count_if(whole.begin(), whole.end(), IsDigit);
+  std::string digits;
+  bool fits = true;
+  bool behind = false;  // the point
+  for (const char c : Trim(text)) {
+    if (IsDigit(c)) {
+      fits = fits && places-- > 0;
+    } else if (c == '.' && !behind && known.point < known.places.size()) {
+      behind = true;
+      places = known.decimals;
+    } else if (c == ',' && grouped && !behind) {
+      continue;
+    } else if ((c != '-' && c != '+') || !digits.empty()) {
+      fits = false;
+    }
+    digits += c;
+  }
+  double value = 0;
+  if (!fits || !TryStrToFloat(digits, value)) {
+    throw EConvertError("a text does not fit the number format " + std::string(model));
+  }
+  return value;
+}
+
+std::string FormatSqlNumber(std::string_view model, double value) {
+  const auto [places, filled, point, decimals] = ReadNumberModel(model);
   if (!std::isfinite(value) || std::abs(value) >= 1e17 || decimals > 30) {
     return std::string(model.size(), '#');
   }
   char digits[80];
-  const int length = std::snprintf(digits, sizeof digits, "%.*f", decimals, std::abs(value));
+  const int length = std::snprintf(digits, sizeof digits, "%.*f", decimals,
+                                   std::abs(RoundSqlNumber(value, decimals)));
   const std::string_view number(digits, static_cast<std::size_t>(length));
   const std::string_view whole = number.substr(0, number.find_first_not_of("0123456789"));
   std::string fraction(decimals == 0 ? std::string_view() : number.substr(whole.size() + 1));

@@ -1,10 +1,12 @@
 #pragma once
-// The functions that the translated statements call: sysdate, to_date, to_char, date_to_char,
-// date_only, to_number, concat, and upper and lower for the whole of Unicode.
+// The functions that the translated statements call, with the answers of the statements' language:
+// those of dates (to_date, date_plus, add_months, ...), of texts (substr, lpad, ...) and of numbers
+// (divide, round, ...), and the aggregate listagg. Some have the name of one of the database's own
+// and replace it on this connection. docs/sql.md tells them all.
 
-#include "perlayer/platform/TDateTime.h"
+#include <span>
 
-struct sqlite3;
+#include "perlayer/drivers/sqlite/TSqliteCall.h"
 
 namespace perlayer {
 
@@ -17,5 +19,10 @@ struct TSqliteClock {
 
 // `clock` is not owned. Raises EDatabaseError.
 void RegisterSqliteFunctions(sqlite3* database, TSqliteClock* clock);
+
+std::span<const TSqliteFunction> SqliteTextFunctions();
+std::span<const TSqliteFunction> SqliteNumberFunctions();
+std::span<const TSqliteFunction> SqliteDateFunctions();
+void RegisterSqliteListAgg(sqlite3* database);  // raises EDatabaseError
 
 }  // namespace perlayer

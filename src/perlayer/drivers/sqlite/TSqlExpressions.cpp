@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "perlayer/drivers/sqlite/SqlDates.h"
+#include "perlayer/drivers/sqlite/TSqlFunctionCall.h"
 #include "perlayer/platform/Exception.h"
 #include "perlayer/platform/TDateTime.h"
 #include "perlayer/platform/Text.h"
@@ -11,7 +13,8 @@ namespace perlayer {
 
 namespace {
 
-constexpr int kMaxDepth = 90;  // the database's own parser ends at a hundred
+constexpr int kMaxDepth = 90;        // the database's own parser ends at a hundred
+constexpr int kMaxOperators = 1000;  // of one level, where the database ends too
 
 enum TLevel { kOr = 1, kAnd, kNot, kCompare, kAdd, kMultiply, kUnary };
 
@@ -47,37 +50,6 @@ bool IsComparison(const TSqlToken& token) {
   return StandsIn(kSymbols, token.name);
 }
 
-struct TFunctionRule {
-  std::string_view name;
-  std::string_view translation;  // empty: as it is
-  TSqlType type;                 // unknown: that of its first argument
-  bool emptyIsNull;              // an empty result is NULL
-};
-constexpr TFunctionRule kFunctions[] = {
-    {"ABS", "", TSqlType::number, false},       {"AVG", "", TSqlType::number, false},
-    {"CEIL", "", TSqlType::number, false},      {"COALESCE", "", TSqlType::unknown, false},
-    {"CONCAT", "", TSqlType::text, false},      {"COUNT", "", TSqlType::number, false},
-    {"FLOOR", "", TSqlType::number, false},     {"INSTR", "", TSqlType::number, false},
-    {"LENGTH", "", TSqlType::number, false},    {"LOWER", "", TSqlType::text, false},
-    {"LTRIM", "", TSqlType::text, true},        {"MAX", "", TSqlType::unknown, false},
-    {"MIN", "", TSqlType::unknown, false},      {"MOD", "", TSqlType::number, false},
-    {"NULLIF", "", TSqlType::unknown, false},   {"NVL", "ifnull", TSqlType::unknown, false},
-    {"POWER", "", TSqlType::number, false},     {"REPLACE", "", TSqlType::text, true},
-    {"ROUND", "", TSqlType::number, false},     {"RTRIM", "", TSqlType::text, true},
-    {"SIGN", "", TSqlType::number, false},      {"SQRT", "", TSqlType::number, false},
-    {"SUBSTR", "", TSqlType::text, true},       {"SUM", "", TSqlType::number, false},
-    {"TO_CHAR", "", TSqlType::text, false},     {"TO_DATE", "", TSqlType::date, false},
-    {"TO_NUMBER", "", TSqlType::number, false}, {"TRIM", "", TSqlType::text, true},
-    {"TRUNC", "", TSqlType::number, false},     {"UPPER", "", TSqlType::text, false},
-};
-
-TSqlType FirstKnown(const std::vector<TSqlOperand>& operands) {
-  for (const TSqlOperand& operand : operands) {
-    if (operand.type != TSqlType::unknown && operand.type != TSqlType::null) return operand.type;
-  }
-  return TSqlType::unknown;
-}
-
 }  // namespace
 
 bool IsSqlKeyword(const TSqlToken& token) {
@@ -93,6 +65,7 @@ std::string SqlName(const TSqlToken& token) {
 TSqlOperand TSqlExpressions::Parse(TSqlCursor& cursor, int level) {
   if (++FDepth > kMaxDepth) FTokens.Refuse(cursor.at, "the expression is nested too deeply");
   TSqlOperand left = Prefix(cursor);
+  int operators = 0;
   while (!left.IsEmpty() && cursor.at < cursor.end) {
     const TSqlToken& token = FTokens[cursor.at];
     const std::size_t before = cursor.at;
@@ -117,6 +90,7 @@ TSqlOperand TSqlExpressions::Parse(TSqlCursor& cursor, int level) {
     }
     if (cursor.at == before) break;
     left.behind = cursor.at;
+    if (++operators > kMaxOperators) FTokens.Refuse(before, "the expression is too long");
   }
   --FDepth;
   return left;
@@ -189,10 +163,13 @@ TSqlOperand TSqlExpressions::Name(TSqlCursor& cursor) {
   const std::size_t first = cursor.at;
   TSqlToken& token = FTokens[first];
   if (first + 1 < cursor.end && token.kind == TSqlTokenKind::word) {
-    if (FTokens.Is(first + 1, "(")) return Function(cursor);
+    if (FTokens.Is(first + 1, "(") && !FTokens[first + 1].settled) return Function(cursor);
     if (FTokens[first + 1].kind == TSqlTokenKind::text &&
         (token.name == "DATE" || token.name == "TIMESTAMP")) {
       return DateLiteral(cursor);
+    }
+    if (FTokens[first + 1].kind == TSqlTokenKind::text && token.name == "INTERVAL") {
+      return IntervalLiteral(cursor);
     }
   }
   std::vector<std::size_t> parts = {first};
@@ -209,6 +186,13 @@ TSqlOperand TSqlExpressions::Name(TSqlCursor& cursor) {
     token.out = "sysdate()";
     result.type = TSqlType::date;
     return result;
+  }
+  if (parts.size() == 1 && token.kind == TSqlTokenKind::word &&
+      (token.name == "USER" || token.name == "UID")) {
+    FTokens.Refuse(first, token.name + " is not supported by this database");
+  }
+  if (cursor.at < cursor.end && FTokens.Is(cursor.at, "(") && !FTokens[cursor.at].settled) {
+    FTokens.Refuse(first, "stored functions are not supported by this database");
   }
   for (const std::size_t part : parts) {
     if (FTokens[part].IsName()) FTokens[part].out = SqlName(FTokens[part]);
@@ -242,13 +226,45 @@ TSqlOperand TSqlExpressions::DateLiteral(TSqlCursor& cursor) {
   const std::size_t blank = text.find(' ');
   if (blank != std::string::npos) text[blank] = 'T';
   try {
-    FTokens[first].out = FloatToStr(ISO8601ToDateTime(text));
+    const TDateTime value = ISO8601ToDateTime(text);
+    FTokens[first].out.clear();
+    AppendFloat(FTokens[first].out, value);
   } catch (const EConvertError&) {
     FTokens.Refuse(first, "a date is written DATE '2023-01-27' or TIMESTAMP '2023-01-27 16:17:47'");
   }
-  FTokens.Hide(first + 1, first + 2);
   cursor.at += 2;
+  Absorb(first + 1, cursor.at);
   return {first, cursor.at, TSqlType::date};
+}
+
+// What these tokens say is said by the one before them. They are not hidden: an operand that ends
+// with them may be wrapped.
+void TSqlExpressions::Absorb(std::size_t first, std::size_t behind) {
+  for (std::size_t i = first; i < behind; ++i) {
+    FTokens[i].out.clear();
+    FTokens[i].gap.clear();
+    FTokens[i].settled = true;
+  }
+}
+
+// INTERVAL '3' DAY, or HOUR, MINUTE or SECOND: a number of days.
+TSqlOperand TSqlExpressions::IntervalLiteral(TSqlCursor& cursor) {
+  const std::size_t first = cursor.at;
+  const std::string_view text = FTokens.Source(first + 1);
+  try {
+    const double count = StrToFloat(text.substr(1, text.size() - 2));
+    if (first + 2 >= cursor.end) throw EConvertError("no unit");
+    const double days = SqlInterval(count, FTokens[first + 2].name);
+    FTokens[first].out.clear();
+    AppendFloat(FTokens[first].out, days);
+  } catch (const EConvertError&) {
+    FTokens.Refuse(first,
+                   "an interval is written INTERVAL '3' DAY, HOUR, MINUTE or SECOND; for "
+                   "months there is ADD_MONTHS");
+  }
+  cursor.at += 3;
+  Absorb(first + 1, cursor.at);
+  return {first, cursor.at, TSqlType::number};
 }
 
 TSqlOperand TSqlExpressions::Parentheses(TSqlCursor& cursor) {
@@ -313,19 +329,16 @@ TSqlOperand TSqlExpressions::Case(TSqlCursor& cursor) {
   ++cursor.at;
   if (compared.size() > 1) Coerce(compared);
   result.behind = cursor.at;
-  result.type = FirstKnown(results);
+  result.type = FirstKnownType(results);
+  for (const TSqlOperand& operand : results) Convert(result.type, operand);
   return result;
 }
 
 TSqlOperand TSqlExpressions::Function(TSqlCursor& cursor) {
   const std::size_t name = cursor.at;
-  const std::size_t close = FTokens[name + 1].partner;
-  TSqlOperand result{name, close + 1};
-  TSqlCursor inside{name + 2, close, cursor.scope};
-  if (FTokens[name].name == "CAST") Cast(name, close);
-  const std::vector<TSqlOperand> arguments = List(inside);
-  result.type = TranslateFunction(name, close, arguments);
-  cursor.at = close + 1;
+  TSqlFunctionCall call(FTokens, *this, cursor.scope, name);
+  const TSqlType type = call.Translate();
+  cursor.at = call.Behind();
   if (cursor.at + 1 < cursor.end && FTokens.Is(cursor.at, "OVER") &&
       FTokens.Is(cursor.at + 1, "(")) {
     const std::size_t windowEnd = FTokens[cursor.at + 1].partner;
@@ -333,96 +346,65 @@ TSqlOperand TSqlExpressions::Function(TSqlCursor& cursor) {
     Walk(window);
     cursor.at = windowEnd + 1;
   }
-  result.behind = cursor.at;
-  return result;
-}
-
-// CAST(x AS DATE) is to_date(x); other types are the database's own.
-void TSqlExpressions::Cast(std::size_t name, std::size_t close) {
-  for (std::size_t i = name + 2; i < close; ++i) {
-    if (FTokens.Is(i, "(")) {
-      i = FTokens[i].partner;
-    } else if (FTokens.Is(i, "AS")) {
-      if (FTokens.Is(i + 1, "DATE") || FTokens.Is(i + 1, "TIMESTAMP")) {
-        FTokens[name].out = "to_date";
-        FTokens.Hide(i, close);
-      } else {
-        for (std::size_t k = i; k < close; ++k) FTokens[k].settled = true;
-      }
-      return;
-    }
-  }
-}
-
-TSqlType TSqlExpressions::TranslateFunction(std::size_t name, std::size_t close,
-                                            const std::vector<TSqlOperand>& arguments) {
-  TSqlToken& token = FTokens[name];
-  if (token.name == "CAST") {
-    if (token.out == "to_date") return TSqlType::date;
-    int size = 0;
-    for (std::size_t i = name + 2; i < close; ++i) {
-      if (!FTokens[i].settled || FTokens[i].name == "AS") continue;
-      const auto type = DeclaredType(FTokens[i].name, size);
-      return type ? SqlTypeOf(*type) : TSqlType::unknown;
-    }
-    return TSqlType::unknown;
-  }
-  const auto rule = std::find_if(std::begin(kFunctions), std::end(kFunctions),
-                                 [&](const TFunctionRule& r) { return r.name == token.name; });
-  if (rule == std::end(kFunctions)) return TSqlType::unknown;
-  if (!rule->translation.empty()) token.out = rule->translation;
-  const TSqlType first = arguments.empty() ? TSqlType::unknown : arguments[0].type;
-  if (token.name == "NVL") {
-    if (arguments.size() != 2) FTokens.Refuse(name, "NVL takes two arguments");
-    const TSqlType type = FirstKnown(arguments);
-    for (const TSqlOperand& argument : arguments) Assign(type, argument);
-    return type;
-  }
-  if (token.name == "TO_CHAR" && first == TSqlType::date) token.out = "date_to_char";
-  if (token.name == "TRUNC" && first == TSqlType::date) {
-    if (arguments.size() != 1) FTokens.Refuse(name, "TRUNC of a date takes no format");
-    token.out = "date_only";
-    return TSqlType::date;
-  }
-  if (token.name == "REPLACE") {  // what is replaced by nothing is taken out
-    if (arguments.size() == 2) FTokens[close].before += ", ''";
-    if (arguments.size() == 3) {
-      FTokens.Wrap(arguments[2].first, arguments[2].behind - 1, "ifnull(", ", '')");
-    }
-  }
-  if (rule->emptyIsNull) FTokens.Wrap(name, close, "nullif(", ", '')");
-  return rule->type == TSqlType::unknown ? FirstKnown(arguments) : rule->type;
+  return {name, cursor.at, type};
 }
 
 // NULL in "||" is an empty text, and an empty result is NULL: a function of its own.
 TSqlOperand TSqlExpressions::Concatenation(TSqlCursor& cursor, const TSqlOperand& first) {
-  std::vector<TSqlOperand> parts = {first};
+  constexpr int kMost = 100;  // arguments of one call; the database takes a few more
+  WriteDate(first);
+  int parts = 1;
   while (cursor.at < cursor.end && FTokens.Is(cursor.at, "||")) {
     const std::size_t sign = cursor.at++;
     const TSqlOperand part = Parse(cursor, kAdd);
     if (part.IsEmpty()) FTokens.Refuse(sign, "an operand is missing behind \"||\"");
     FTokens[sign].out = ",";
-    parts.push_back(part);
+    WriteDate(part);
+    if (++parts % kMost == 0) FTokens.Wrap(first.first, cursor.at - 1, "concat(", ")");
   }
-  for (const TSqlOperand& part : parts) Assign(TSqlType::text, part);
   FTokens.Wrap(first.first, cursor.at - 1, "concat(", ")");
   return {first.first, cursor.at, TSqlType::text};
 }
 
+// Dates take a function of their own, as their numbers do not run evenly before 1900 and hold whole
+// seconds; so does division, which knows no whole numbers and refuses 0.
 TSqlOperand TSqlExpressions::Arithmetic(TSqlCursor& cursor, const TSqlOperand& left, int level) {
   const std::size_t sign = cursor.at++;
   const TSqlOperand right = Parse(cursor, level);
   if (right.IsEmpty()) return {left.first, cursor.at};
+  TSqlOperand result{left.first, right.behind, TSqlType::number};
+  const auto call = [&](std::string_view function) {
+    FTokens[sign].out = ",";
+    Wrap(result, function);
+  };
+  const bool leftIsDate = left.type == TSqlType::date;
+  const bool rightIsDate = right.type == TSqlType::date;
+  const bool isSum = FTokens[sign].Is("+");
+  if (level == kAdd && (leftIsDate || rightIsDate)) {
+    if (leftIsDate && rightIsDate) {
+      if (isSum) FTokens.Refuse(sign, "two dates cannot be added");
+      call("days_between");
+    } else if (leftIsDate && (isSum || right.type != TSqlType::unknown || right.parameter >= 0)) {
+      call(isSum ? "date_plus" : "date_minus");
+      result.type = TSqlType::date;
+    } else if (rightIsDate && isSum) {
+      call("days_plus");
+      result.type = TSqlType::date;
+    } else if (rightIsDate) {
+      call("days_between");
+    } else {
+      result.type = TSqlType::unknown;  // a date or the days between, as it turns out
+    }
+    return result;
+  }
+  if (FTokens[sign].Is("/")) {
+    call("divide");
+    return result;
+  }
   for (const TSqlOperand& operand : {left, right}) {
     if (IsText(operand)) Wrap(operand, "to_number");
   }
-  if (FTokens[sign].Is("/")) {  // never the division of whole numbers
-    FTokens.Wrap(left.first, left.behind - 1, "CAST(", " AS REAL)");
-  }
-  const bool leftIsDate = left.type == TSqlType::date;
-  const bool rightIsDate = right.type == TSqlType::date;
-  const bool isDate = level == kAdd && leftIsDate != rightIsDate;
-  return {left.first, right.behind, isDate ? TSqlType::date : TSqlType::number};
+  return result;
 }
 
 TSqlOperand TSqlExpressions::Comparison(TSqlCursor& cursor, const TSqlOperand& left, int level) {
@@ -494,14 +476,31 @@ void TSqlExpressions::Wrap(const TSqlOperand& operand, std::string_view function
   FTokens.Wrap(operand.first, operand.behind - 1, std::string(function) + "(", ")");
 }
 
-void TSqlExpressions::Assign(TSqlType column, const TSqlOperand& value) {
-  if (value.IsEmpty()) return;
-  if (column == TSqlType::date && IsText(value)) Wrap(value, "to_date");
-  if (column == TSqlType::text && value.type == TSqlType::date) Wrap(value, "date_to_char");
-  if (column == TSqlType::number && IsText(value)) {
-    // A text that is no number must not get into the column; a bound number needs no test.
+void TSqlExpressions::WriteDate(const TSqlOperand& value) {
+  if (value.type == TSqlType::date) Wrap(value, "date_to_char");
+}
+
+void TSqlExpressions::Convert(TSqlType type, const TSqlOperand& value) {
+  if (type == TSqlType::date && IsText(value)) Wrap(value, "to_date");
+  if (type == TSqlType::text) {
+    WriteDate(value);
+    if (value.type == TSqlType::number || value.parameter >= 0) Wrap(value, "to_char");
+  }
+  if (type == TSqlType::number && IsText(value)) {
+    // A text that is no number must not get in; a bound number needs no test.
     NoteBind(value);
     if (!IsBoundAsNumber(value)) Wrap(value, "to_number");
+  }
+}
+
+void TSqlExpressions::Assign(TSqlType column, const TSqlOperand& value) {
+  if (value.IsEmpty()) return;
+  const bool isStored = column == TSqlType::text &&
+                        (value.column || value.parameter >= 0 || value.behind == value.first + 1);
+  if (isStored) {
+    WriteDate(value);  // the column's affinity makes texts of numbers
+  } else {
+    Convert(column, value);
   }
 }
 

@@ -55,6 +55,10 @@ class TSqlExpressions {
   void Walk(TSqlCursor& cursor);
   // Makes `value` fit a column of that type.
   void Assign(TSqlType column, const TSqlOperand& value);
+  // Makes `value`, whatever it is, one of that type; leaves it as it is for an unknown one.
+  void Convert(TSqlType type, const TSqlOperand& value);
+  // Makes a date a text and leaves everything else.
+  void WriteDate(const TSqlOperand& value);
 
   // Parameters whose being text or number changes the translation.
   TSqlNumberBinds BindsThatMatter() const { return FBindsThatMatter; }
@@ -66,15 +70,13 @@ class TSqlExpressions {
   TSqlOperand Parentheses(TSqlCursor& cursor);
   TSqlOperand Case(TSqlCursor& cursor);
   TSqlOperand DateLiteral(TSqlCursor& cursor);
+  TSqlOperand IntervalLiteral(TSqlCursor& cursor);
+  void Absorb(std::size_t first, std::size_t behind);
   TSqlOperand Concatenation(TSqlCursor& cursor, const TSqlOperand& first);
   TSqlOperand Arithmetic(TSqlCursor& cursor, const TSqlOperand& left, int level);
   TSqlOperand Comparison(TSqlCursor& cursor, const TSqlOperand& left, int level);
   TSqlOperand Predicate(TSqlCursor& cursor, const TSqlOperand& left, int level);
   std::vector<TSqlOperand> List(TSqlCursor& cursor);
-  TSqlType TranslateFunction(std::size_t name, std::size_t close,
-                             const std::vector<TSqlOperand>& arguments);
-  void Cast(std::size_t name, std::size_t close);
-  void Quote(TSqlToken& word);
 
   // Makes the operands, which are compared with the first of them, comparable.
   void Coerce(const std::vector<TSqlOperand>& operands);

@@ -17,10 +17,10 @@ struct TRefusal {
   const char* name;
 };
 constexpr TRefusal kRefusals[] = {
-    {"DECODE", "(", "DECODE"},        {"CONNECT", "BY", "CONNECT BY"},
-    {"START", "WITH", "START WITH"},  {"RETURNING", "", "RETURNING"},
-    {"ROWNUM", "", "ROWNUM"},         {"EMPTY_CLOB", "", "EMPTY_CLOB"},
-    {"EMPTY_BLOB", "", "EMPTY_BLOB"}, {"FOR", "UPDATE", "FOR UPDATE"},
+    {"CONNECT", "BY", "CONNECT BY"},  {"START", "WITH", "START WITH"},
+    {"RETURNING", "", "RETURNING"},   {"ROWNUM", "", "ROWNUM"},
+    {"EMPTY_CLOB", "", "EMPTY_CLOB"}, {"EMPTY_BLOB", "", "EMPTY_BLOB"},
+    {"FOR", "UPDATE", "FOR UPDATE"},
 };
 
 constexpr const char* kNotHere = " is not supported by this database";
