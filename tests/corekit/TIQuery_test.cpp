@@ -337,6 +337,26 @@ TEST(TIParam, KeepsWhatItWasGiven) {
 
 // --- fields over values ---
 
+TEST_F(TIQueryTest, ParametersTakeWhatIsReturnedIntoThem) {
+  const auto query = Query(
+      "begin\nupdate T set PICTURE = empty_blob(), BORN = BORN + 1 where ID = :ID "
+      "returning PICTURE, BORN, NAME, NOTES into :PICTURE, :BORN, :NAME, :N;\n"
+      "update T set NAME = :NAME where ID = 2; end;");
+  query->ParamByName("ID").AsString("1");
+  EXPECT_EQ(query->ExecSQL(), 2);
+  EXPECT_EQ(query->ParamByName("PICTURE").Kind(), TIParam::TKind::blob);
+  EXPECT_EQ(query->ParamByName("BORN").Number(), 45001.25);
+  EXPECT_EQ(query->ParamByName("NAME").AsString(), "Ana");
+  EXPECT_EQ(Opened("select count(*) from T where NAME = 'Ana'")->Fields(0)->AsFloat(), 2);
+  query->ParamByName("ID").AsFloat(99);  // and without a row they take nothing
+  EXPECT_EQ(query->ExecSQL(), 1);
+  for (const char* name : {"PICTURE", "BORN", "NAME", "N"}) {
+    EXPECT_EQ(query->ParamByName(name).Kind(), TIParam::TKind::null) << name;
+  }
+  const auto unbound = Query("delete from T where ID = :ID returning ID into :X");
+  EXPECT_EQ(Failure([&] { unbound->ExecSQL(); }), "Parameter 'ID' has no value");
+}
+
 TEST_F(TIQueryTest, FieldsReadTheirTypesAndNullsAreNothing) {
   const auto query = Opened("select NAME, ID, BORN, NOTES, PICTURE from T order by ID");
   EXPECT_EQ(query->Fields(1)->AsVariant(), Variant(1.0));

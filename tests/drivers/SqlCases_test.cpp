@@ -23,7 +23,7 @@
 //   ->   the translation (of a statement that needs not run)
 //   -!   a part of the message that it ends with
 //   =>   its rows, in their order, with the columns' types beside the mark if they matter; for a
-//        statement without columns the line "N changed"
+//        statement without columns the line "N changed", with what it returns into parameters
 // Cells are text; blanks around them do not count unless it is 'in quotes', and null is NULL. Dates
 // stand in the short date format. The clock stands at 22.11.2026 10:30:15.
 
@@ -178,7 +178,13 @@ class TSqlCases : public testing::TestWithParam<std::string> {
         result.types += kTypes[static_cast<int>(columns[i].type)];
       }
       if (first && columns.empty()) {
-        result.rows.push_back({IntToStr(statement.RowsAffected()) + " changed"});
+        TRow& row = result.rows.emplace_back();
+        row.push_back(IntToStr(statement.RowsAffected()) + " changed");
+        for (const int parameter : statement.Returns()) {
+          TCell cell;
+          statement.Returned(parameter, cell);
+          row.push_back(cell.kind == TCellKind::null ? TValue() : cell.AsText());
+        }
       }
       if (!more) break;
       TRow& row = result.rows.emplace_back();

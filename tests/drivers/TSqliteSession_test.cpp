@@ -351,6 +351,95 @@ TEST_F(TSqliteSessionTest, ABusyFileLeavesTheTransactionAsItWas) {
   EXPECT_EQ(Query(*other, "select last from omra.patient where id = 1"), "other, mine");
 }
 
+// The block fails at each of its statements in turn, with and without a transaction around it.
+TEST_F(TSqliteSessionTest, NothingOfAFailedBlockIsLeft) {
+  const auto session = Open();
+  MakePatients(*session, 3);
+  Run(*session, "create sequence omra.seq start with 4");
+  session->Commit();
+  const std::string all = "select id, last from omra.patient order by id";
+  const char* const kGood[] = {
+      "delete from omra.patient where id = 1;", "null;",
+      "update omra.patient set last = 'x' where id = 2 returning id into :i;",
+      "insert into omra.patient (id) values (omra.seq.nextval);"};
+  const char* const kBad[] = {"insert into omra.patient (id) values (3);",
+                              "update omra.patient set id = :text;",
+                              "delete from omra.patient where id > 1 returning id into :x;",
+                              "insert into omra.patient (id) values (omra.lost.nextval);"};
+  for (int variant = 0; variant < 32; ++variant) {
+    const bool inTransaction = variant % 2 != 0;
+    const int position = variant / 2 % 4;
+    const char* const bad = kBad[variant / 8];
+    SCOPED_TRACE(std::string(bad) + " at " + IntToStr(position));
+    if (inTransaction) Run(*session, "update omra.patient set last = 'kept' where id = 3");
+    const std::string before = Query(*session, all);
+    std::string block = "begin\n";
+    for (int i = 0; i < 4; ++i) block += std::string(i == position ? bad : kGood[i]) + "\n";
+    const std::string sql = block + "end;";
+    const EDatabaseError e = Failure([&] {
+      TTaken statement(*session, sql);
+      for (const int returned : statement->Returns()) statement->BindNull(returned);
+      const int text = TStatementText::Of(sql)->IndexOfParameter("text");
+      if (text >= 0) statement->BindText(text, "no number");
+      statement->Step();
+    });
+    EXPECT_EQ(e.Statement(), sql);
+    EXPECT_EQ(Query(*session, all), before) << e.what();
+    EXPECT_EQ(session->InTransaction(), inTransaction);
+    session->Rollback();
+  }
+}
+
+TEST_F(TSqliteSessionTest, SequencesGiveEachNumberOnce) {
+  const auto session = Open();
+  const auto other = Open();
+  MakePatients(*session, 3);
+  Run(*session, "create sequence omra.seq");
+  session->Commit();
+  const std::string next = "select omra.seq.nextval from dual";
+  EXPECT_EQ(Query(*session, next), "1");
+  EXPECT_FALSE(session->InTransaction());
+  EXPECT_EQ(Query(*other, next), "2");
+  session->Begin();
+  EXPECT_EQ(Query(*session, "select count(*) from omra.patient"), "3");
+  EXPECT_EQ(Query(*session, next), "3");
+  EXPECT_TRUE(session->InTransaction());
+  EXPECT_EQ(Query(*other, next), "4");  // nobody waits for a number's transaction
+  EXPECT_EQ(Run(*session, "update omra.patient set id = omra.seq.nextval + 100"), 3);
+  EXPECT_EQ(Failure([&] { Query(*other, next); }).Kind(), TDatabaseErrorKind::busy);
+  session->Rollback();
+  EXPECT_EQ(Query(*other, next), "8");
+  EXPECT_THROW(Run(*session,
+                   "insert into omra.patient (id) select omra.seq.nextval - 8 from "
+                   "omra.patient"),
+               EDatabaseError);
+  EXPECT_EQ(Query(*session, next), "12") << "9 to 11 were given to rows that failed";
+  // A query that takes numbers is read at once, and gives its rows one by one all the same.
+  TTaken cursor(*session, "select omra.seq.nextval, id from omra.patient");
+  EXPECT_EQ(cursor.Next(), "13,1");
+  EXPECT_EQ(Query(*other, next), "16");
+  EXPECT_EQ(cursor.Rest(), "14,2 15,3");
+}
+
+TEST_F(TSqliteSessionTest, AQueryForUpdateKeepsOthersFromWriting) {
+  const auto session = Open("test.db", 10000);
+  const auto other = Open();
+  MakePatients(*session, 1);
+  EXPECT_EQ(Query(*session, "select id from omra.patient for update"), "1");
+  EXPECT_TRUE(session->InTransaction());
+  const std::string lock = "select last from omra.patient where id = 1 for update nowait";
+  EXPECT_EQ(Failure([&] { Query(*other, lock); }).Kind(), TDatabaseErrorKind::busy);
+  EXPECT_FALSE(other->InTransaction());
+  EXPECT_EQ(Query(*other, "select last from omra.patient"), "P1");
+  session->Commit();
+  EXPECT_EQ(Query(*other, lock), "P1");
+  // Without waiting, however long this session's other writes would wait.
+  EXPECT_EQ(Failure([&] { Query(*session, lock); }).Kind(), TDatabaseErrorKind::busy);
+  Run(*other, "update omra.patient set last = 'mine'");
+  other->Commit();
+  EXPECT_EQ(Query(*session, "select last from omra.patient"), "mine");
+}
+
 TEST_F(TSqliteSessionTest, FailuresSayWhatAndWhere) {
   const auto session = Open();
   MakePatients(*session, 1);
@@ -367,7 +456,8 @@ TEST_F(TSqliteSessionTest, FailuresSayWhatAndWhere) {
       {"select nvl(id, 0), lost\nfrom omra.patient", TDatabaseErrorKind::other,
        "line 1, column 20: no such column: LOST"},
       {"select 1 from omra.lost", TDatabaseErrorKind::other, "no such table: OMRA.LOST"},
-      {"select rownum from dual", TDatabaseErrorKind::other, "line 1, column 8: ROWNUM"},
+      {"select 1 from dual where rownum > 1 or 1 = 1", TDatabaseErrorKind::other,
+       "line 1, column 26: ROWNUM"},
       {"pragma journal_mode = off", TDatabaseErrorKind::other, "pragma begins no statement"},
       {"insert into omra.patient (id) values (1)", TDatabaseErrorKind::constraint, "UNIQUE"},
       {"insert into omra.patient (last) values ('x')", TDatabaseErrorKind::constraint, "NOT NULL"},
@@ -501,7 +591,8 @@ TEST_F(TSqliteSessionTest, RandomStatementsEndInAResultOrAnError) {
       "+|-|*|/|.|with|union|minus|order by|exists(select 1 "
       "from|cast(|date|create|table|index|on|view|"
       "primary|key|default|references|\"q\"|explain plan for|over (|\n|-- c\n|/* c */|drop|alter|"
-      "check|constraint|join|using|distinct|\xc5\xa1|:|'|\"",
+      "check|constraint|join|using|distinct|(+)|rownum|<= 2|returning id into :a|begin|;|"
+      "end;|s.nextval|for update|sequence|\xc5\xa1|:|'|\"",
       "|");
   const std::string seeds[] = {
       "select p.id, nvl(last, 'x') || :a l from omra.patient p where p.born between :a and sysdate "
@@ -510,6 +601,12 @@ TEST_F(TSqliteSessionTest, RandomStatementsEndInAResultOrAnError) {
       "update omra.patient p set last = case id when 1 then 'a' else 'b' end where id in ('2', :b)",
       "create table omra.t (id number(10) primary key, d date default sysdate, "
       "constraint c check (id > 1), foreign key (id) references omra.patient (id))",
+      "select p.*, rownum from omra.patient p, omra.patient q, dual d where q.id (+) = p.id + 1 "
+      "and "
+      "q.last (+) like :a and (d.dummy = 'X' and rownum <= :b) order by p.born, 1",
+      "begin insert into omra.patient (id) values (s.nextval) returning id, last into :a, :b; "
+      "update omra.patient set last = :b where id = :a and rownum = 1; null; end;",
+      "create sequence s start with 5 increment by 2 maxvalue 99",
       "with q as (select id from omra.patient) select count(*) over (order by id) from q "
       "minus select 1 from dual"};
   const unsigned seed = 4711;

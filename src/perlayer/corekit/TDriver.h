@@ -72,11 +72,17 @@ class TDriverStatement {
   virtual void Reset() noexcept = 0;
   // True for a statement that changes nothing in the database.
   virtual bool ReadOnly() const = 0;
-  // Rows changed by the last finished run.
+  // Rows changed by the last finished run; of a block, by all its statements together.
   virtual std::int64_t RowsAffected() const = 0;
 
+  // The parameters that a run gives a value (RETURNING ... INTO); they need not be bound.
+  virtual const std::vector<int>& Returns() const = 0;
+  // What the finished run gave the parameter; null where no row was changed. The view lives until
+  // Reset. REQUIRES: `parameter` is one of Returns(), and the last Step answered false.
+  virtual void Returned(int parameter, TCell& cell) = 0;
+
   // REQUIRES: Step has been called once since the statement was prepared. Empty for a statement
-  // without columns.
+  // that gives no rows.
   virtual std::shared_ptr<const TColumnLayout> Layout() = 0;
   // REQUIRES: the last Step answered true.
   virtual void Cell(int column, TCell& cell) = 0;

@@ -1,5 +1,6 @@
 #include "perlayer/corekit/TIQuery.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -29,6 +30,10 @@ TFieldType FieldTypeOf(TColumnType type) {
       break;
   }
   return TFieldType::ftString;
+}
+
+bool IsIn(const std::vector<int>& positions, int position) {
+  return std::find(positions.begin(), positions.end(), position) != positions.end();
 }
 
 double NumberOf(const TCell& cell, const TField& field) {
@@ -194,6 +199,10 @@ void TIQuery::BindParameters(bool copy) {
     const int position = static_cast<int>(i);
     switch (param.Kind()) {
       case TIParam::TKind::unbound:
+        if (IsIn(FPrepared->Returns(), position)) {
+          FPrepared->BindNull(position);
+          break;
+        }
         throw EDatabaseError(TDatabaseErrorKind::other, 0,
                              Format("Parameter '%s' has no value", param.Name()), SQLText());
       case TIParam::TKind::null:
@@ -207,6 +216,31 @@ void TIQuery::BindParameters(bool copy) {
         break;
       case TIParam::TKind::blob:
         FPrepared->BindBlob(position, std::as_bytes(std::span(textOf(i))));
+        break;
+    }
+  }
+}
+
+void TIQuery::TakeReturned() {
+  for (const int position : FPrepared->Returns()) {
+    TIParam& param = FParams[static_cast<std::size_t>(position)];
+    TCell cell;
+    FPrepared->Returned(position, cell);
+    switch (cell.kind) {
+      case TCellKind::null:
+        param.Clear();
+        break;
+      case TCellKind::text:
+        param.AsString(cell.text);
+        break;
+      case TCellKind::integer:
+        param.AsFloat(static_cast<double>(cell.integer));
+        break;
+      case TCellKind::number:
+        param.AsFloat(cell.number);
+        break;
+      case TCellKind::blob:
+        param.AsBlob(cell.text);
         break;
     }
   }
@@ -238,6 +272,7 @@ std::int64_t TIQuery::ExecSQL() {
       [&] {
         while (FPrepared->Step()) {
         }
+        TakeReturned();
         return FPrepared->RowsAffected();
       },
       [&] { FPrepared->Reset(); });

@@ -71,7 +71,8 @@ class TIQuery : public TDataSet {
   bool Prepared() const { return FPrepared != nullptr; }
   // Closes the query and hands its statement back; what the database does before it goes.
   void ReleaseStatement() noexcept;
-  // Runs a statement that gives no rows. Returns the number of rows that it changed.
+  // Runs a statement that gives no rows. Returns the number of rows that it changed; parameters
+  // that it returns into (RETURNING ... INTO) have their new values then, and needed none before.
   std::int64_t ExecSQL();
 
   bool GetFieldData(TField* field, void* buffer) override;
@@ -89,6 +90,7 @@ class TIQuery : public TDataSet {
  private:
   void LinesChanged(TObject*);
   void BindParameters(bool copy);
+  void TakeReturned();
   void SyncParameters() const;
   int ColumnOf(const TField* field);  // raises when there is none
 

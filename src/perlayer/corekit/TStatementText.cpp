@@ -1,5 +1,6 @@
 #include "perlayer/corekit/TStatementText.h"
 
+#include <algorithm>
 #include <functional>
 #include <list>
 #include <unordered_map>
@@ -31,14 +32,31 @@ std::size_t SkipOpaque(std::string_view text, std::size_t i) {
 }
 
 bool FindCommentLine(std::string_view text) {
-  for (std::size_t i = text.find("--"); i != std::string_view::npos; i = text.find("--", i + 2)) {
-    const std::string_view before = text.substr(0, i);
-    const std::size_t lineEnd = before.find_last_of("\r\n");
-    if (Trim(before.substr(lineEnd == std::string_view::npos ? 0 : lineEnd + 1)).empty())
-      return true;
+  if (text.find("--") == std::string_view::npos) return false;
+  for (std::size_t line = 0; line < text.size();) {
+    const std::size_t end = std::min(text.find_first_of("\r\n", line), text.size());
+    if (Trim(text.substr(line, end - line)).substr(0, 2) == "--") return true;
+    line = end + 1;
   }
   return false;
 }
+
+// The parameters of a text while it is parsed, by folded name: a text may have thousands.
+class TParameterNames {
+ public:
+  explicit TParameterNames(std::vector<std::string>& names) : FNames(names) {}
+  // The index of the name, which is added when it is new.
+  std::uint32_t IndexOf(std::string_view name) {
+    const auto [known, isNew] =
+        FIndexes.try_emplace(FoldCase(name), static_cast<std::uint32_t>(FNames.size()));
+    if (isNew) FNames.emplace_back(name);
+    return known->second;
+  }
+
+ private:
+  std::vector<std::string>& FNames;
+  std::unordered_map<std::string, std::uint32_t> FIndexes;
+};
 
 // The most recently used parses, by text.
 class TStatementTexts {
@@ -72,6 +90,7 @@ TStatementText::TStatementText(std::string_view text)
     : FText(text),
       FHash(std::hash<std::string_view>{}(text)),
       FHasCommentLine(FindCommentLine(text)) {
+  TParameterNames names(FParameters);
   for (std::size_t i = 0; i < FText.size();) {
     if (FText[i] != ':') {
       i = SkipOpaque(FText, i);
@@ -88,13 +107,8 @@ TStatementText::TStatementText(std::string_view text)
       continue;
     }
     const std::string_view name = std::string_view(FText).substr(i + 1, end - i - 1);
-    int parameter = IndexOfParameter(name);
-    if (parameter < 0) {
-      parameter = static_cast<int>(FParameters.size());
-      FParameters.emplace_back(name);
-    }
-    FPlaces.push_back({static_cast<std::uint32_t>(i), static_cast<std::uint32_t>(end - i),
-                       static_cast<std::uint32_t>(parameter)});
+    FPlaces.push_back(
+        {static_cast<std::uint32_t>(i), static_cast<std::uint32_t>(end - i), names.IndexOf(name)});
     i = end;
   }
 }

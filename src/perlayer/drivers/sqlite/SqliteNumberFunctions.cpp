@@ -3,6 +3,7 @@
 #include "perlayer/drivers/sqlite/SqlFormats.h"
 #include "perlayer/drivers/sqlite/SqlNumbers.h"
 #include "perlayer/drivers/sqlite/SqliteFunctions.h"
+#include "perlayer/drivers/sqlite/TSqlRownum.h"
 #include "perlayer/platform/Exception.h"
 #include "perlayer/platform/Text.h"
 
@@ -53,6 +54,11 @@ void Sign(TSqliteCall& call) {
   call.Answer(number > 0 ? 1.0 : number < 0 ? -1.0 : 0.0);
 }
 
+// How many rows a condition on ROWNUM lets pass: row_limit(value, operation).
+void RowLimitOf(TSqliteCall& call) {
+  call.AnswerWhole(call.IsNull(0) ? 0 : RowLimit(call.Text(1), call.Number(0)));
+}
+
 }  // namespace
 
 std::span<const TSqliteFunction> SqliteNumberFunctions() {
@@ -74,6 +80,7 @@ std::span<const TSqliteFunction> SqliteNumberFunctions() {
       {"exp", 1, WithoutNulls<Exp>},
       {"ln", 1, WithoutNulls<Ln>},
       {"log", 2, WithoutNulls<Log>},
+      {"row_limit", 2, WithNulls<RowLimitOf>},
   };
   return kFunctions;
 }

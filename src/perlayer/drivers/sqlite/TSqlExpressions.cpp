@@ -38,12 +38,6 @@ bool StandsIn(const std::string_view (&sorted)[N], std::string_view word) {
   return std::binary_search(std::begin(sorted), std::end(sorted), word);
 }
 
-bool IsClock(const TSqlToken& token) {
-  return token.kind == TSqlTokenKind::word &&
-         (token.name == "SYSDATE" || token.name == "SYSTIMESTAMP" || token.name == "CURRENT_DATE" ||
-          token.name == "CURRENT_TIMESTAMP");
-}
-
 bool IsComparison(const TSqlToken& token) {
   if (token.kind != TSqlTokenKind::symbol) return false;
   static constexpr std::string_view kSymbols[] = {"!=", "<", "<=", "<>", "=", ">", ">=", "^="};
@@ -54,6 +48,12 @@ bool IsComparison(const TSqlToken& token) {
 
 bool IsSqlKeyword(const TSqlToken& token) {
   return token.kind == TSqlTokenKind::word && StandsIn(kKeywords, token.name);
+}
+
+bool IsSqlClock(const TSqlToken& token) {
+  return token.kind == TSqlTokenKind::word &&
+         (token.name == "SYSDATE" || token.name == "SYSTIMESTAMP" || token.name == "CURRENT_DATE" ||
+          token.name == "CURRENT_TIMESTAMP");
 }
 
 std::string SqlName(const TSqlToken& token) {
@@ -99,7 +99,11 @@ TSqlOperand TSqlExpressions::Parse(TSqlCursor& cursor, int level) {
 void TSqlExpressions::Walk(TSqlCursor& cursor) {
   while (cursor.at < cursor.end) {
     const std::size_t before = cursor.at;
-    if (!FTokens[before].settled) Parse(cursor);
+    if (!FTokens[before].settled) {
+      Parse(cursor);
+    } else if (FTokens.Is(before, "(")) {  // all that stands in it is settled
+      cursor.at = FTokens[before].partner + 1;
+    }
     if (cursor.at == before) ++cursor.at;
   }
 }
@@ -182,39 +186,59 @@ TSqlOperand TSqlExpressions::Name(TSqlCursor& cursor) {
     cursor.at += 2;
   }
   TSqlOperand result{first, cursor.at};
-  if (parts.size() == 1 && IsClock(token)) {
+  if (parts.size() == 1 && IsSqlClock(token)) {
     token.out = "sysdate()";
     result.type = TSqlType::date;
+    return result;
+  }
+  if (parts.size() == 1 && token.Is("ROWNUM")) {
+    token.out = "row_number() OVER ()";
+    result.type = TSqlType::number;
+    return result;
+  }
+  if (const TSqlToken& last = FTokens[parts.back()];
+      parts.size() > 1 && (last.Is("NEXTVAL") || last.Is("CURRVAL"))) {
+    const std::string owner = parts.size() > 2 ? token.name : "";
+    token.out = FSequences.Value(FileName(owner, FTokens[parts[parts.size() - 2]].name),
+                                 last.name == "NEXTVAL");
+    FTokens.Hide(first + 1, cursor.at);
+    result.type = TSqlType::number;
     return result;
   }
   if (parts.size() == 1 && token.kind == TSqlTokenKind::word &&
       (token.name == "USER" || token.name == "UID")) {
     FTokens.Refuse(first, token.name + " is not supported by this database");
   }
-  if (cursor.at < cursor.end && FTokens.Is(cursor.at, "(") && !FTokens[cursor.at].settled) {
+  if (cursor.at < cursor.end && FTokens.Is(cursor.at, "(") && !FTokens[cursor.at].settled &&
+      !FTokens.IsOuterMark(cursor.at)) {
     FTokens.Refuse(first, "stored functions are not supported by this database");
   }
   for (const std::size_t part : parts) {
     if (FTokens[part].IsName()) FTokens[part].out = SqlName(FTokens[part]);
   }
   const std::string& column = FTokens[parts.back()].name;
+  const TSqlColumn* known = nullptr;
   result.column = !star;
   if (parts.size() == 1) {
-    result.type = cursor.scope.ColumnType("", column);
+    known = cursor.scope.Column("", column);
   } else if (parts.size() == 2) {
     const std::string& qualifier = token.name;
-    result.type = star ? TSqlType::unknown : cursor.scope.ColumnType(qualifier, column);
+    known = star ? nullptr : cursor.scope.Column(qualifier, column);
     const TSqlScope::TTable* table = cursor.scope.Find(qualifier);
     if (table != nullptr && table->alias.empty() && !table->owner.empty()) {
       token.out = QuotedName(FileName(table->owner, table->name));
     }
   } else if (parts.size() == 3) {
     const TSqlToken& name = FTokens[parts[1]];
-    result.type = star ? TSqlType::unknown : cursor.scope.ColumnType(name.name, column);
+    known = star ? nullptr : cursor.scope.Column(name.name, column);
     token.out = QuotedName(FileName(token.name, name.name));
     FTokens.Hide(first + 1, parts[1] + 1);
   } else {
     FTokens.Refuse(first, "a name has at most three parts");
+  }
+  if (known != nullptr) {
+    result.type = known->type;
+    result.derived = known->derived;
   }
   return result;
 }
@@ -281,6 +305,7 @@ TSqlOperand TSqlExpressions::Parentheses(TSqlCursor& cursor) {
   if (operands.size() == 1) {
     result.type = operands[0].type;
     result.column = operands[0].column;
+    result.derived = operands[0].derived;
     result.parameter = operands[0].parameter;
   }
   return result;
@@ -336,6 +361,15 @@ TSqlOperand TSqlExpressions::Case(TSqlCursor& cursor) {
 
 TSqlOperand TSqlExpressions::Function(TSqlCursor& cursor) {
   const std::size_t name = cursor.at;
+  if (FTokens.Is(name + 2, ")") &&
+      (FTokens.Is(name, "EMPTY_BLOB") || FTokens.Is(name, "EMPTY_CLOB"))) {
+    // A value of no length, and no NULL.
+    const bool isBlob = FTokens.Is(name, "EMPTY_BLOB");
+    FTokens[name].out = isBlob ? "x''" : "''";
+    FTokens.Hide(name + 1, name + 3);
+    cursor.at = name + 3;
+    return {name, cursor.at, isBlob ? TSqlType::blob : TSqlType::text};
+  }
   TSqlFunctionCall call(FTokens, *this, cursor.scope, name);
   const TSqlType type = call.Translate();
   cursor.at = call.Behind();
@@ -525,7 +559,7 @@ void TSqlExpressions::Coerce(const std::vector<TSqlOperand>& operands) {
   }
   // The affinity of a number column converts what it is compared with, and its index stays usable.
   const auto isNumberColumn = [](const TSqlOperand& o) {
-    return o.column && o.type == TSqlType::number;
+    return o.column && !o.derived && o.type == TSqlType::number;
   };
   if (isNumberColumn(operands[0]) || (operands.size() == 2 && isNumberColumn(operands[1]))) return;
   if (any([](const TSqlOperand& o) { return o.type == TSqlType::number; })) {

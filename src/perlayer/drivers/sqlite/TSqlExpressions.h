@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "perlayer/drivers/sqlite/TSqlScope.h"
+#include "perlayer/drivers/sqlite/TSqlSequences.h"
 #include "perlayer/drivers/sqlite/TSqlTokens.h"
 
 namespace perlayer {
@@ -26,6 +27,7 @@ struct TSqlOperand {
   TSqlType type = TSqlType::unknown;
   bool column = false;  // a plain column, whose declared affinity converts what it is compared with
   int parameter = -1;   // a parameter by itself
+  bool derived = false;  // a column of a query, which converts nothing
 
   bool IsEmpty() const { return first == behind; }
 };
@@ -45,8 +47,12 @@ class TSqlExpressions {
  public:
   static constexpr int kAnyLevel = 0;
 
-  TSqlExpressions(TSqlTokens& tokens, TSqlSubqueries& subqueries, TSqlNumberBinds numberBinds)
-      : FTokens(tokens), FSubqueries(subqueries), FNumberBinds(numberBinds) {}
+  TSqlExpressions(TSqlTokens& tokens, TSqlSubqueries& subqueries, TSqlSequences& sequences,
+                  TSqlNumberBinds numberBinds)
+      : FTokens(tokens),
+        FSubqueries(subqueries),
+        FSequences(sequences),
+        FNumberBinds(numberBinds) {}
 
   // Reads one expression whose operators bind more tightly than `level`; moves the cursor behind
   // it, or not at all when none begins there.
@@ -87,6 +93,7 @@ class TSqlExpressions {
 
   TSqlTokens& FTokens;
   TSqlSubqueries& FSubqueries;
+  TSqlSequences& FSequences;
   TSqlNumberBinds FNumberBinds;
   TSqlNumberBinds FBindsThatMatter = 0;
   int FDepth = 0;
@@ -94,6 +101,8 @@ class TSqlExpressions {
 
 // True for a word that is part of the language, so that it names neither column nor table.
 bool IsSqlKeyword(const TSqlToken& token);
+// SYSDATE and its like.
+bool IsSqlClock(const TSqlToken& token);
 // The name as it is written into the translation: a word in upper case, quoted where the database
 // would take it for a word of its own.
 std::string SqlName(const TSqlToken& token);

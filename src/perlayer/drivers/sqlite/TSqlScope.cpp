@@ -76,7 +76,7 @@ TSqlScope::TTable* TSqlScope::Find(std::string_view qualifier) {
   return nullptr;
 }
 
-TSqlType TSqlScope::ColumnType(std::string_view table, std::string_view column) {
+const TSqlColumn* TSqlScope::Column(std::string_view table, std::string_view column) {
   const auto in = [&](TTable& candidate) -> const TSqlColumn* {
     for (const TSqlColumn& known : ColumnsOf(candidate)) {
       if (SameText(known.name, column)) return &known;
@@ -85,15 +85,19 @@ TSqlType TSqlScope::ColumnType(std::string_view table, std::string_view column) 
   };
   if (!table.empty()) {
     TTable* found = Find(table);
-    const TSqlColumn* known = found == nullptr ? nullptr : in(*found);
-    return known == nullptr ? TSqlType::unknown : known->type;
+    return found == nullptr ? nullptr : in(*found);
   }
   for (TSqlScope* scope = this; scope != nullptr; scope = scope->FOuter) {
     for (TTable& candidate : scope->FTables) {
-      if (const TSqlColumn* known = in(candidate)) return known->type;
+      if (const TSqlColumn* known = in(candidate)) return known;
     }
   }
-  return TSqlType::unknown;
+  return nullptr;
+}
+
+TSqlType TSqlScope::ColumnType(std::string_view table, std::string_view column) {
+  const TSqlColumn* known = Column(table, column);
+  return known == nullptr ? TSqlType::unknown : known->type;
 }
 
 }  // namespace perlayer

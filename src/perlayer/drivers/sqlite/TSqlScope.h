@@ -18,6 +18,7 @@ enum class TSqlType : std::uint8_t { unknown, null, text, number, date, blob };
 struct TSqlColumn {
   std::string name;
   TSqlType type = TSqlType::unknown;
+  bool derived = false;  // an expression's, of a query: it converts nothing it is compared with
 };
 
 // The tables of a database, as the translator asks for them.
@@ -47,12 +48,15 @@ class TSqlScope {
   TSqlScope(TSqlSchema* schema, TSqlScope* outer) : FSchema(schema), FOuter(outer) {}
 
   void Add(TTable table) { FTables.push_back(std::move(table)); }
-  // Type of the column in the nearest block that has one of that name; `table` may be empty.
+  // The column in the nearest block that has one of that name; `table` may be empty. nullptr when
+  // none is known.
+  const TSqlColumn* Column(std::string_view table, std::string_view column);
   TSqlType ColumnType(std::string_view table, std::string_view column);
   // The table that the qualifier "PATIENT" of PATIENT.ID means: by alias, or by name where no alias
   // was given. nullptr when there is none.
   TTable* Find(std::string_view qualifier);
   const std::vector<TSqlColumn>& ColumnsOf(TTable& table);
+  std::vector<TTable>& Tables() { return FTables; }  // of this block
 
  private:
   TSqlSchema* FSchema;

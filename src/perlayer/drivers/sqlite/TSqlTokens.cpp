@@ -70,6 +70,9 @@ TSqlTokens::TSqlTokens(const TStatementText& text) : FText(text) {
     if (at >= source.size()) break;
     ReadToken(at, place);
     FTokens.back().gap = std::move(gap);
+    const std::size_t count = FTokens.size();
+    FHasOuterMarks |= count > 2 && IsOuterMark(count - 3);
+    FHasRownum |= FTokens.back().kind == TSqlTokenKind::word && FTokens.back().name == "ROWNUM";
   }
   PairParentheses();
 }
@@ -121,7 +124,9 @@ void TSqlTokens::ReadToken(std::size_t& at, std::size_t& place) {
     const auto& places = FText.Places();
     while (place < places.size() && places[place].offset < at) ++place;
     if (place == places.size() || places[place].offset != at) {
-      RefuseAt(FText.Text(), at, "a colon without a parameter's name");
+      RefuseAt(FText.Text(), at,
+               text.substr(at, 2) == ":=" ? "assignments are not supported by this database"
+                                          : "a colon without a parameter's name");
     }
     end = at + places[place].length;
     token.kind = TSqlTokenKind::parameter;
@@ -163,24 +168,60 @@ void TSqlTokens::Refuse(std::size_t index, const std::string& message) const {
   RefuseAt(FText.Text(), offset, message);
 }
 
-std::string TSqlTokens::Render(TOrigins& origins) const {
-  std::string sql;
+void TSqlTokens::Wrap(std::size_t first, std::size_t last, std::string_view before,
+                      std::string_view after) {
+  std::string outer(before);
+  outer += FTokens[first].before;
+  FTokens[first].before = std::move(outer);
+  FTokens[last].after += after;
+}
+
+std::size_t TSqlTokens::FindOwn(std::string_view word, std::size_t at, std::size_t end) const {
+  for (; at < end; ++at) {
+    if (IsSubquery(at)) {
+      at = FTokens[at].partner;
+    } else if (FTokens[at].kind == TSqlTokenKind::word && FTokens[at].name == word) {
+      return at;
+    }
+  }
+  return end;
+}
+
+void TSqlTokens::Reorder(std::size_t first, const std::vector<std::size_t>& order) {
+  std::vector<std::size_t> places(order.size());  // where the token of each old place goes
+  for (std::size_t i = 0; i < order.size(); ++i) places[order[i] - first] = first + i;
+  std::vector<TSqlToken> moved;
+  moved.reserve(order.size());
+  for (const std::size_t from : order) {
+    TSqlToken& token = FTokens[from];
+    if (token.kind == TSqlTokenKind::symbol && (token.name == "(" || token.name == ")")) {
+      token.partner = places[token.partner - first];
+    }
+    moved.push_back(std::move(token));
+  }
+  std::move(moved.begin(), moved.end(), FTokens.begin() + static_cast<std::ptrdiff_t>(first));
+}
+
+void TSqlTokens::Render(std::size_t first, std::size_t behind, std::string& sql,
+                        TOrigins& origins) const {
+  const std::size_t start = sql.size();
   std::string_view hiddenGap;  // what is hidden still keeps its neighbours apart
-  for (const TSqlToken& token : FTokens) {
+  for (std::size_t i = first; i < behind; ++i) {
+    const TSqlToken& token = FTokens[i];
     if (token.hidden) {
       if (hiddenGap.empty()) hiddenGap = token.gap;
+      sql.append(token.before).append(token.after);  // of the operand that it is a part of
       continue;
     }
     if (token.gap.empty() && !hiddenGap.empty() && !token.Is(")")) {
       sql += hiddenGap;
-    } else if (!sql.empty()) {
+    } else if (sql.size() > start) {
       sql += token.gap;
     }
     hiddenGap = {};
     origins.emplace_back(static_cast<std::uint32_t>(sql.size()), token.offset);
     sql.append(token.before).append(token.out).append(token.after);
   }
-  return sql;
 }
 
 }  // namespace perlayer

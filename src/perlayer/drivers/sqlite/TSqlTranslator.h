@@ -1,22 +1,42 @@
 #pragma once
 // TSqlTranslator: says a statement written in Oracle's SQL in SQLite's, once per text. What is said
 // how, and what cannot be said, stands in docs/sql.md.
+//
+// A block (BEGIN ... END) becomes several statements of the database, its steps; everything else
+// becomes one.
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "perlayer/drivers/sqlite/TSqlConditions.h"
 #include "perlayer/drivers/sqlite/TSqlExpressions.h"
 #include "perlayer/drivers/sqlite/TSqlScope.h"
+#include "perlayer/drivers/sqlite/TSqlSequences.h"
 #include "perlayer/drivers/sqlite/TSqlTokens.h"
 
 namespace perlayer {
 
 struct TSqlTranslation {
+  // One statement of the database.
+  struct TStep {
+    std::size_t offset = 0;  // in sql
+    std::size_t length = 0;
+    std::size_t source = 0;              // where it begins in the source
+    std::vector<int> returns;            // the parameters that take the columns of its row
+    std::vector<std::string> sequences;  // from which it takes numbers
+  };
+
   std::string sql;
+  std::vector<TStep> steps;
   TSqlTokens::TOrigins origins;
   bool changesSchema = false;
+  std::string sequence;  // the one that it creates or drops
+  // FOR UPDATE: it takes the write permission, and how long it waits for it.
+  bool locks = false;
+  int waitMilliseconds = -1;  // as long as every write does
   // Types of the select list's expressions that are no plain columns, by column name.
   std::vector<std::pair<std::string, TSqlType>> expressions;
   // Parameters whose being bound as text or number changes the translation.
@@ -36,19 +56,37 @@ class TSqlTranslator : private TSqlSubqueries {
   TSqlTranslation Translate();
 
  private:
-  void RefuseUnknown();
+  void RefuseUnknown(std::size_t first);
+  void Block();
+  void Step(std::size_t first, std::size_t end);
   void Statement(std::size_t at);
+
   void Insert(std::size_t at);
   void Update(std::size_t at);
   void Delete(std::size_t at);
+  // Takes RETURNING ... INTO off the statement's end; to be said once the table is known.
+  TSqlRange TakeReturning(std::size_t at);
+  void Returning(TSqlRange returning, const TSqlScope::TTable& table);
+  void Where(std::size_t at, TSqlScope& scope, const TSqlScope::TTable& table);
+
   void Definition(std::size_t at);
   void CreateTable(std::size_t at, std::size_t end);
+  void NotNullKeys(const std::vector<TSqlRange>& definitions);
   void ColumnDefinition(TSqlCursor& cursor);
 
-  TSqlType Query(std::size_t at, std::size_t end, TSqlScope* outer, bool outermost);
-  TSqlType SelectPart(std::size_t at, std::size_t end, TSqlScope* outer, bool outermost);
-  TSqlType SelectList(TSqlCursor& cursor, bool outermost);
-  void NameItem(const TSqlOperand& item, TSqlCursor& cursor);
+  void ForUpdate(std::size_t at);
+  // What is wanted of a query's columns: nothing, their names and types for the query around it, or
+  // to be named as the caller of the statement sees them.
+  enum class TColumns : std::uint8_t { unnamed, named, shown };
+  // Returns the columns, of an unnamed one the first only.
+  using TQueryColumns = std::vector<TSqlColumn>;
+  TQueryColumns Query(TSqlRange query, TSqlScope* outer, TColumns wanted);
+  TQueryColumns SelectPart(TSqlRange part, TSqlScope* outer, TColumns wanted, bool single);
+  TSqlClauses Clauses(std::size_t at, std::size_t end) const;
+  TQueryColumns SelectList(TSqlCursor& cursor, TColumns wanted);
+  std::string NameItem(const TSqlOperand& item, const TSqlCursor& cursor);
+  void AppendStar(std::size_t star, TSqlScope& scope, TQueryColumns& columns) const;
+  void DerivedTable(std::size_t& at, std::size_t end, TSqlScope& scope);
   void From(std::size_t at, std::size_t end, TSqlScope& scope);
   TSqlType Subquery(std::size_t open, TSqlScope& scope) override;
 
@@ -56,12 +94,17 @@ class TSqlTranslator : private TSqlSubqueries {
   TSqlScope::TTable TableName(std::size_t& at);
   // The same with an alias behind it, for which `as` ("AS " or nothing) is put.
   TSqlScope::TTable TableWithAlias(std::size_t& at, std::size_t end, const char* as);
-  std::size_t Find(std::size_t at, std::size_t end, std::initializer_list<std::string_view> words);
+  // The first of the words in [at, end), outside of parentheses; or `end`.
+  std::size_t Find(std::size_t at, std::size_t end,
+                   std::initializer_list<std::string_view> words) const;
 
   TSqlSchema* FSchema;
   TSqlTokens FTokens;
+  TSqlSequences FSequences;
   TSqlExpressions FExpressions;
   TSqlTranslation FResult;
+  std::size_t FEnd = 0;  // of the statement that is being translated
+  TSqlTranslation::TStep FStep;
   int FDepth = 0;
 };
 

@@ -6,36 +6,24 @@
 #include <string_view>
 
 #include "perlayer/drivers/sqlite/SqliteErrors.h"
+#include "perlayer/drivers/sqlite/SqliteRaw.h"
 #include "perlayer/drivers/sqlite/TSqlTranslator.h"
 #include "perlayer/platform/Text.h"
 
 namespace perlayer {
 
-namespace {
-
-struct TFinalize {
-  void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-using TRawStatement = std::unique_ptr<sqlite3_stmt, TFinalize>;
-
-TRawStatement PrepareRaw(sqlite3* database, const std::string& sql, int& code) {
-  sqlite3_stmt* statement = nullptr;
-  code = sqlite3_prepare_v3(database, sql.c_str(), -1, 0, &statement, nullptr);
-  return TRawStatement(statement);
-}
-
-}  // namespace
-
 TSqliteSession::THandle::~THandle() { sqlite3_close(handle); }
 
 TSqliteSession::TSqliteSession(const std::string& fileName, const TSqliteOptions& options)
-    : FFileName(fileName), FCache(*this, options.keptStatements) {
-  Open(options);
+    : FFileName(fileName),
+      FBusyTimeout(options.busyTimeoutMilliseconds),
+      FCache(*this, options.keptStatements) {
+  Open();
 }
 
 TSqliteSession::~TSqliteSession() = default;
 
-void TSqliteSession::Open(const TSqliteOptions& options) {
+void TSqliteSession::Open() {
   // One thread uses the connection: its own mutex would only cost.
   constexpr int kFlags =
       SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
@@ -45,7 +33,7 @@ void TSqliteSession::Open(const TSqliteOptions& options) {
   }
   const int code = sqlite3_open_v2(FFileName.c_str(), &FDatabase.handle, kFlags, nullptr);
   if (code != SQLITE_OK) throw SqliteError(Database(), code, "", FFileName);
-  sqlite3_busy_timeout(Database(), options.busyTimeoutMilliseconds);
+  sqlite3_busy_timeout(Database(), FBusyTimeout);
   // A name in double quotes is a name, never a text.
   sqlite3_db_config(Database(), SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
   sqlite3_db_config(Database(), SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
@@ -53,6 +41,7 @@ void TSqliteSession::Open(const TSqliteOptions& options) {
   Run("PRAGMA foreign_keys = ON");
   Run("PRAGMA case_sensitive_like = ON");
   RegisterSqliteFunctions(Database(), &FClock);
+  FSequences.Register(Database());
 }
 
 // The first thing that reads the file, and writes to it: here a file that is no database, and one
@@ -150,7 +139,7 @@ void TSqliteSession::Begin() {
   FTransaction = TTransaction::reading;
 }
 
-bool TSqliteSession::BeginWrite(const std::string& statement) {
+bool TSqliteSession::BeginWrite(const std::string& statement, int waitMilliseconds) {
   if (FTransaction == TTransaction::lost) {
     throw EDatabaseError(TDatabaseErrorKind::other, SQLITE_ABORT_ROLLBACK,
                          "the transaction was given up after an earlier failure; roll it back",
@@ -163,7 +152,9 @@ bool TSqliteSession::BeginWrite(const std::string& statement) {
   if (!opens)
     Run("COMMIT", statement);  // of reads alone: their state of the file may be old by now
   try {
-    Run("BEGIN IMMEDIATE", statement);
+    if (waitMilliseconds >= 0) sqlite3_busy_timeout(Database(), waitMilliseconds);
+    TryFinally([&] { Run("BEGIN IMMEDIATE", statement); },
+               [&] { sqlite3_busy_timeout(Database(), FBusyTimeout); });
   } catch (const EDatabaseError&) {
     // The explicit transaction goes on; nothing was written in it.
     if (!opens && sqlite3_exec(Database(), "BEGIN", nullptr, nullptr, nullptr) != SQLITE_OK) {
@@ -183,6 +174,50 @@ void TSqliteSession::StatementFailed(bool openedTransaction) noexcept {
   }
 }
 
+void TSqliteSession::MarkStatement(const std::string& statement) {
+  Run("SAVEPOINT perlayer_statement", statement);
+}
+
+void TSqliteSession::KeepStatement(const std::string& statement) {
+  Run("RELEASE perlayer_statement", statement);
+}
+
+void TSqliteSession::UndoStatement() noexcept {
+  if (sqlite3_get_autocommit(Database()) != 0) return;  // all of it is gone already
+  const int code =
+      sqlite3_exec(Database(), "ROLLBACK TO perlayer_statement; RELEASE perlayer_statement",
+                   nullptr, nullptr, nullptr);
+  if (code != SQLITE_OK) FTransaction = TTransaction::lost;
+}
+
+TSqliteSession::TTransaction TSqliteSession::BeginNumbers(const std::string& statement) {
+  const TTransaction before = FTransaction;
+  BeginWrite(statement);
+  return before;
+}
+
+void TSqliteSession::EndNumbers(TTransaction before, const std::string& statement) {
+  if (before == TTransaction::writing) return;
+  Run("COMMIT", statement);
+  FTransaction = TTransaction::none;
+  FSequences.Committed();
+  if (before != TTransaction::reading) return;
+  Run("BEGIN", statement);
+  FTransaction = TTransaction::reading;
+}
+
+void TSqliteSession::NumbersFailed(TTransaction before) noexcept {
+  if (before == TTransaction::writing) {
+    StatementFailed(false);
+    return;
+  }
+  EndTransaction();
+  if (before == TTransaction::reading && FTransaction == TTransaction::none) {
+    const int code = sqlite3_exec(Database(), "BEGIN", nullptr, nullptr, nullptr);
+    FTransaction = code == SQLITE_OK ? TTransaction::reading : TTransaction::lost;
+  }
+}
+
 // Rolls back what is open. Should even that fail, the session is left as one that has lost its
 // transaction.
 void TSqliteSession::EndTransaction() noexcept {
@@ -192,6 +227,10 @@ void TSqliteSession::EndTransaction() noexcept {
   FTransaction = sqlite3_get_autocommit(Database()) != 0 ? TTransaction::none : TTransaction::lost;
   if (FSchemaChanged) SchemaChanged();
   FSchemaChanged = false;
+  if (FTransaction != TTransaction::none) return;
+  sqlite3_busy_timeout(Database(), 0);  // nobody waits for the end of a rollback
+  FSequences.RolledBack();
+  sqlite3_busy_timeout(Database(), FBusyTimeout);
 }
 
 void TSqliteSession::SchemaChanged() noexcept {
@@ -221,6 +260,7 @@ void TSqliteSession::Commit() {
   }
   FTransaction = TTransaction::none;
   FSchemaChanged = false;
+  FSequences.Committed();
 }
 
 void TSqliteSession::Rollback() {

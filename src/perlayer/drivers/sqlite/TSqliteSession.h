@@ -11,6 +11,10 @@
 // Cursors. A write, Commit and Rollback first read the open cursors of the session to their end, in
 // memory; they go on as if nothing had happened. Views of their current row's texts end there too.
 //
+// Blocks, and statements that return into parameters, are changed back as a whole when they fail. A
+// query that takes numbers of a sequence writes them: outside of a writing transaction they are
+// committed by themselves, at once. A query FOR UPDATE takes the write permission.
+//
 // A failure that makes the database give up the whole transaction (a full disk, say) leaves the
 // session in a lost transaction: writes and Commit raise until Rollback, so that no half of it is
 // committed.
@@ -24,6 +28,7 @@
 #include "perlayer/corekit/TDriver.h"
 #include "perlayer/drivers/sqlite/SqliteFunctions.h"
 #include "perlayer/drivers/sqlite/TSqlScope.h"
+#include "perlayer/drivers/sqlite/TSqliteSequences.h"
 #include "perlayer/drivers/sqlite/TSqliteStatementCache.h"
 
 struct sqlite3;
@@ -63,9 +68,19 @@ class TSqliteSession final : public TDriverSession, private TSqlSchema {
   void RunBegins() noexcept { FClock.isRead = false; }
   void CursorOpened() noexcept { ++FOpenCursors; }
   void CursorClosed() noexcept { --FOpenCursors; }
-  // Before each write. Returns true when it opened the transaction.
-  bool BeginWrite(const std::string& statement);
+  // Before each write. Waits for the write permission that long, -1 for as long as every write
+  // does. Returns true when it opened the transaction.
+  bool BeginWrite(const std::string& statement, int waitMilliseconds = -1);
   void StatementFailed(bool openedTransaction) noexcept;
+  // Around a statement of which all has to go when it fails, within an open transaction.
+  void MarkStatement(const std::string& statement);
+  void KeepStatement(const std::string& statement);
+  void UndoStatement() noexcept;
+  // Around a query that takes numbers of sequences; what the first answers the others are told.
+  TTransaction BeginNumbers(const std::string& statement);
+  void EndNumbers(TTransaction before, const std::string& statement);
+  void NumbersFailed(TTransaction before) noexcept;
+  TSqliteSequences& Sequences() { return FSequences; }
   void SchemaChanged() noexcept;
 
   std::vector<TSqlColumn> Columns(const std::string& table) override;
@@ -74,7 +89,7 @@ class TSqliteSession final : public TDriverSession, private TSqlSchema {
   template <class TTake>
   int ForEachColumn(const std::string& table, TTake&& take);
 
-  void Open(const TSqliteOptions& options);
+  void Open();
   void UseWriteAheadLog();
   void Run(const char* sql, const std::string& statement = {});
   void ReadCursorsAhead();
@@ -87,7 +102,9 @@ class TSqliteSession final : public TDriverSession, private TSqlSchema {
 
   const std::string FFileName;
   const std::thread::id FThread = std::this_thread::get_id();
+  const int FBusyTimeout;
   THandle FDatabase;
+  TSqliteSequences FSequences;   // goes before the handle
   TSqliteStatementCache FCache;  // goes before the handle
   TTransaction FTransaction = TTransaction::none;
   int FOpenCursors = 0;

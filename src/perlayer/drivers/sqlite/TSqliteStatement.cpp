@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cassert>
 #include <cmath>
 
@@ -20,32 +21,47 @@ TSqliteStatement::TSqliteStatement(TSqliteSession& session, TStatementTextPtr te
   if (FShared == nullptr) {
     FShared = std::make_shared<TShared>();
     FShared->translation = TSqlTranslator(*FText, &FSession).Translate();
+    for (const TSqlTranslation::TStep& step : FShared->translation.steps) {
+      FShared->returns.insert(FShared->returns.end(), step.returns.begin(), step.returns.end());
+    }
   }
   Prepare(FShared->translation);
 }
 
-TSqliteStatement::~TSqliteStatement() {
-  Reset();
-  sqlite3_finalize(FStatement);  // its answer is that of the last step, told already
-}
+TSqliteStatement::~TSqliteStatement() { Reset(); }
 
 void TSqliteStatement::Prepare(const TSqlTranslation& translation) {
-  sqlite3* const database = FSession.Database();
-  sqlite3_stmt* prepared = nullptr;
-  const int code = sqlite3_prepare_v3(database, translation.sql.c_str(),
-                                      static_cast<int>(translation.sql.size()) + 1,
-                                      SQLITE_PREPARE_PERSISTENT, &prepared, nullptr);
-  if (code != SQLITE_OK) {
-    const int offset = sqlite3_error_offset(database);
-    std::string place;
-    if (offset >= 0) {
-      place = SqlPlace(FText->Text(), translation.SourceOffset(static_cast<std::size_t>(offset)));
-    }
-    throw SqliteError(database, code, FText->Text(), place);
+  std::vector<TRawStatement> parts;
+  bool readOnly = true;
+  bool takesNumbers = false;
+  for (std::size_t i = 0; i < translation.steps.size(); ++i) {
+    parts.push_back(PreparePart(translation, i));
+    readOnly &= sqlite3_stmt_readonly(parts.back().get()) != 0;
+    takesNumbers |= !translation.steps[i].sequences.empty();
   }
-  sqlite3_finalize(FStatement);
-  FStatement = prepared;
-  FReadOnly = sqlite3_stmt_readonly(FStatement) != 0;
+  FParts = std::move(parts);
+  FStatement = FParts.empty() ? nullptr : FParts.front().get();
+  FReadOnly = readOnly;
+  FShape = readOnly && takesNumbers                                   ? TShape::numbers
+           : FParts.size() != 1 || takesNumbers || !Returns().empty() ? TShape::parts
+                                                                      : TShape::rows;
+}
+
+TRawStatement TSqliteStatement::PreparePart(const TSqlTranslation& translation, std::size_t step) {
+  const auto& [offset, length, source, returns, sequences] = translation.steps[step];
+  int code = SQLITE_OK;
+  TRawStatement part = PrepareRaw(
+      FSession.Database(), std::string_view(translation.sql).substr(offset, length), code, true);
+  if (code != SQLITE_OK) {
+    const int at = sqlite3_error_offset(FSession.Database());
+    std::string place;
+    if (at >= 0) {
+      place =
+          SqlPlace(FText->Text(), translation.SourceOffset(offset + static_cast<std::size_t>(at)));
+    }
+    throw SqliteError(FSession.Database(), code, FText->Text(), place);
+  }
+  return part;
 }
 
 void TSqliteStatement::BindNull(int parameter) { Bind(parameter, {}); }
@@ -81,33 +97,35 @@ void TSqliteStatement::Apply(std::size_t parameter) {
   static constexpr double kExact = 9007199254740992.0;  // whole numbers below are exact
   const TBind& bind = FBinds[parameter];
   const int position = static_cast<int>(parameter) + 1;
-  int code = SQLITE_OK;
-  switch (bind.kind) {
-    case TBindKind::null:
-      code = sqlite3_bind_null(FStatement, position);
-      break;
-    case TBindKind::text:
-      code = sqlite3_bind_text64(FStatement, position, bind.data, bind.size, SQLITE_STATIC,
-                                 SQLITE_UTF8);
-      break;
-    case TBindKind::number:
-      // A whole number goes as one, so that a column of texts takes "5" and not "5.0".
-      if (std::abs(bind.number) < kExact) {
-        const auto whole = static_cast<sqlite3_int64>(bind.number);
-        if (static_cast<double>(whole) == bind.number) {
-          code = sqlite3_bind_int64(FStatement, position, whole);
-          break;
+  for (const TRawStatement& part : FParts) {
+    sqlite3_stmt* const statement = part.get();
+    // Not every part has every parameter, and one that is only returned into stands in none.
+    if (position > sqlite3_bind_parameter_count(statement)) continue;
+    int code = SQLITE_OK;
+    switch (bind.kind) {
+      case TBindKind::null:
+        code = sqlite3_bind_null(statement, position);
+        break;
+      case TBindKind::text:
+        code = sqlite3_bind_text64(statement, position, bind.data, bind.size, SQLITE_STATIC,
+                                   SQLITE_UTF8);
+        break;
+      case TBindKind::number:
+        // A whole number goes as one, so that a column of texts takes "5" and not "5.0".
+        if (std::abs(bind.number) < kExact && std::trunc(bind.number) == bind.number) {
+          code = sqlite3_bind_int64(statement, position, static_cast<sqlite3_int64>(bind.number));
+        } else {
+          code = sqlite3_bind_double(statement, position, bind.number);
         }
-      }
-      code = sqlite3_bind_double(FStatement, position, bind.number);
-      break;
-    case TBindKind::blob:
-      code = bind.size == 0
-                 ? sqlite3_bind_zeroblob(FStatement, position, 0)
-                 : sqlite3_bind_blob64(FStatement, position, bind.data, bind.size, SQLITE_STATIC);
-      break;
+        break;
+      case TBindKind::blob:
+        code = bind.size == 0
+                   ? sqlite3_bind_zeroblob(statement, position, 0)
+                   : sqlite3_bind_blob64(statement, position, bind.data, bind.size, SQLITE_STATIC);
+        break;
+    }
+    if (code != SQLITE_OK) throw SqliteError(FSession.Database(), code, FText->Text());
   }
-  if (code != SQLITE_OK) throw SqliteError(FSession.Database(), code, FText->Text());
 }
 
 void TSqliteStatement::PrepareForBinds() {
@@ -140,7 +158,9 @@ void TSqliteStatement::Start() {
   }
   if (FShared->translation.bindsThatMatter != 0) PrepareForBinds();
   FRowsAffected = 0;
-  FOpenedTransaction = !FReadOnly && FSession.BeginWrite(FText->Text());
+  const TSqlTranslation& translation = FShared->translation;
+  FOpenedTransaction = (!FReadOnly || translation.locks) &&
+                       FSession.BeginWrite(FText->Text(), translation.waitMilliseconds);
 }
 
 bool TSqliteStatement::Step() {
@@ -160,6 +180,8 @@ bool TSqliteStatement::Step() {
     FRun = TRun::ended;
     return false;
   }
+  if (FShape == TShape::parts) return RunParts();
+  if (FShape == TShape::numbers) return RunForNumbers();
   const int code = sqlite3_step(FStatement);
   if (code == SQLITE_ROW) {
     if (FRun == TRun::idle) FSession.CursorOpened();
@@ -174,6 +196,7 @@ bool TSqliteStatement::End() {
   if (!FReadOnly) {
     if (FShared->translation.changesSchema) {
       FSession.SchemaChanged();
+      FSession.Sequences().Forget(FShared->translation.sequence);
     } else {
       FRowsAffected = sqlite3_changes64(FSession.Database());
     }
@@ -182,6 +205,120 @@ bool TSqliteStatement::End() {
   FRun = TRun::ended;
   sqlite3_reset(FStatement);  // the read ends here, not with the caller's Reset
   return false;
+}
+
+// All parts, or nothing of them.
+bool TSqliteStatement::RunParts() {
+  const bool marked =
+      !FReadOnly && !FOpenedTransaction && (FParts.size() > 1 || !Returns().empty());
+  FReturned.clear();
+  if (marked) FSession.MarkStatement(FText->Text());
+  try {
+    for (std::size_t i = 0; i < FParts.size(); ++i) RunPart(i);
+    if (marked) FSession.KeepStatement(FText->Text());
+  } catch (...) {
+    for (const TRawStatement& part : FParts) sqlite3_reset(part.get());
+    if (marked) FSession.UndoStatement();
+    Reset();
+    FSession.StatementFailed(FOpenedTransaction);
+    throw;
+  }
+  FRun = TRun::ended;
+  return false;
+}
+
+void TSqliteStatement::RunPart(std::size_t part) {
+  const TSqlTranslation::TStep& step = FShared->translation.steps[part];
+  // An earlier part may have returned a number where a text was bound, or the other way round.
+  if (part > 0 && FShared->translation.bindsThatMatter != 0) PrepareForBinds();
+  FSession.Sequences().RunBegins(step.sequences, FText->Text());
+  sqlite3_stmt* const statement = FParts[part].get();
+  const auto place = [&] {
+    return FParts.size() > 1 ? SqlPlace(FText->Text(), step.source) : std::string();
+  };
+  for (const int parameter : step.returns) KeepReturned(parameter, TCell());
+  int rows = 0;
+  int code = SQLITE_OK;
+  while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
+    if (++rows > 1) continue;
+    for (std::size_t i = 0; i < step.returns.size(); ++i) {
+      TCell cell;
+      ReadSqliteCell(statement, static_cast<int>(i), cell);
+      KeepReturned(step.returns[i], cell);
+    }
+  }
+  if (code != SQLITE_DONE) throw SqliteError(FSession.Database(), code, FText->Text(), place());
+  FRowsAffected += sqlite3_changes64(FSession.Database());
+  sqlite3_reset(statement);
+  if (rows > 1) {
+    const std::string where = place();
+    throw EDatabaseError(TDatabaseErrorKind::other, SQLITE_MISUSE,
+                         where + (where.empty() ? "" : ": ") +
+                             "one row is returned INTO parameters, and here are " +
+                             std::to_string(rows),
+                         FText->Text());
+  }
+  FSession.Sequences().RunEnded(step.sequences, FText->Text());
+  if (part + 1 == FParts.size()) return;
+  for (const int parameter : step.returns) {
+    const auto index = static_cast<std::size_t>(parameter);
+    for (const TReturned& returned : FReturned) {
+      if (returned.parameter != parameter) continue;
+      const TCell& cell = returned.cell;
+      const double number =
+          cell.kind == TCellKind::integer ? static_cast<double>(cell.integer) : cell.number;
+      const TBindKind kind = cell.kind == TCellKind::null   ? TBindKind::null
+                             : cell.kind == TCellKind::text ? TBindKind::text
+                             : cell.kind == TCellKind::blob ? TBindKind::blob
+                                                            : TBindKind::number;
+      FBinds[index] = {kind, FRunNumber, number, returned.bytes.data(), returned.bytes.size()};
+      Apply(index);
+    }
+  }
+}
+
+void TSqliteStatement::KeepReturned(int parameter, const TCell& cell) {
+  auto kept = std::find_if(FReturned.begin(), FReturned.end(),
+                           [&](const TReturned& r) { return r.parameter == parameter; });
+  if (kept == FReturned.end()) kept = FReturned.insert(kept, {parameter, {}, {}});
+  kept->bytes = cell.text;
+  kept->cell = cell;
+  kept->cell.text = kept->bytes;
+}
+
+void TSqliteStatement::Returned(int parameter, TCell& cell) {
+  cell = TCell();
+  for (const TReturned& returned : FReturned) {
+    if (returned.parameter == parameter) cell = returned.cell;
+  }
+}
+
+// A query that takes numbers of sequences writes them, and so is read to its end before it gives
+// its first row.
+bool TSqliteStatement::RunForNumbers() {
+  const std::vector<std::string>& sequences = FShared->translation.steps.front().sequences;
+  const TSqliteSession::TTransaction before = FSession.BeginNumbers(FText->Text());
+  std::unique_ptr<TSqliteRows> rows;
+  try {
+    FSession.Sequences().RunBegins(sequences, FText->Text());
+    int code = sqlite3_step(FStatement);
+    if (code == SQLITE_ROW) {
+      rows = std::make_unique<TSqliteRows>(FStatement);
+      code = rows->EndCode();
+    }
+    if (code != SQLITE_DONE) throw SqliteError(FSession.Database(), code, FText->Text());
+    sqlite3_reset(FStatement);
+    FSession.Sequences().RunEnded(sequences, FText->Text());
+    FSession.EndNumbers(before, FText->Text());
+  } catch (...) {
+    sqlite3_reset(FStatement);
+    Reset();
+    FSession.NumbersFailed(before);
+    throw;
+  }
+  FRows = std::move(rows);
+  FRun = FRows == nullptr ? TRun::ended : TRun::row;
+  return FRows != nullptr;
 }
 
 void TSqliteStatement::Fail(int code) {
@@ -199,6 +336,7 @@ void TSqliteStatement::Reset() noexcept {
     sqlite3_reset(FStatement);
   }
   FRows.reset();
+  if (!FReturned.empty()) FReturned.clear();
   FRun = TRun::idle;
   ++FRunNumber;
 }
@@ -216,7 +354,8 @@ void TSqliteStatement::ReadAhead() {
 }
 
 std::shared_ptr<const TColumnLayout> TSqliteStatement::Layout() {
-  const auto count = static_cast<std::size_t>(sqlite3_column_count(FStatement));
+  const auto count =
+      static_cast<std::size_t>(FShape == TShape::parts ? 0 : sqlite3_column_count(FStatement));
   // Another client may have added a column to a table that is selected with "*".
   if (FShared->layout == nullptr || FShared->layout->columns.size() != count) {
     FShared->layout = MakeLayout();
@@ -226,7 +365,7 @@ std::shared_ptr<const TColumnLayout> TSqliteStatement::Layout() {
 
 std::shared_ptr<const TColumnLayout> TSqliteStatement::MakeLayout() {
   auto layout = std::make_shared<TColumnLayout>();
-  const int count = sqlite3_column_count(FStatement);
+  const int count = FShape == TShape::parts ? 0 : sqlite3_column_count(FStatement);
   for (int i = 0; i < count; ++i) {
     TColumnInfo info;
     const char* name = sqlite3_column_name(FStatement, i);

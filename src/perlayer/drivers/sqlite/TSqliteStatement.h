@@ -1,6 +1,9 @@
 #pragma once
 // TSqliteStatement: one prepared statement of a session.
 //
+// A block is several statements of the database, its parts, that run one after another in one Step.
+// What a part returns into a parameter the parts behind it are bound to.
+//
 // Bound texts and bytes are not copied: they are the caller's until Reset, and a run uses only what
 // has been bound since the last Reset; what has not is NULL.
 //
@@ -9,11 +12,14 @@
 // kind than the last run's; all others are prepared once.
 
 #include <cstdint>
+#include <deque>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
 #include "perlayer/corekit/TDriver.h"
+#include "perlayer/drivers/sqlite/SqliteRaw.h"
 #include "perlayer/drivers/sqlite/TSqlTranslator.h"
 #include "perlayer/drivers/sqlite/TSqliteRows.h"
 
@@ -28,6 +34,7 @@ class TSqliteStatement final : public TDriverStatement {
   // What all statements of one text share.
   struct TShared {
     TSqlTranslation translation;  // with every parameter bound as a text
+    std::vector<int> returns;     // the parameters of all its steps
     std::shared_ptr<const TColumnLayout> layout;
   };
 
@@ -47,6 +54,8 @@ class TSqliteStatement final : public TDriverStatement {
   void Reset() noexcept override;
   bool ReadOnly() const override { return FReadOnly; }
   std::int64_t RowsAffected() const override { return FRowsAffected; }
+  const std::vector<int>& Returns() const override { return FShared->returns; }
+  void Returned(int parameter, TCell& cell) override;
   std::shared_ptr<const TColumnLayout> Layout() override;
   void Cell(int column, TCell& cell) override {
     if (FRows == nullptr) {
@@ -74,20 +83,36 @@ class TSqliteStatement final : public TDriverStatement {
     std::size_t size = 0;
   };
 
+  struct TReturned {
+    int parameter;
+    TCell cell;
+    std::string bytes;  // of a text or blob
+  };
+
   void Prepare(const TSqlTranslation& translation);
+  TRawStatement PreparePart(const TSqlTranslation& translation, std::size_t step);
   void Bind(int parameter, const TBind& bind);
   void Apply(std::size_t parameter);
   void Start();
   void PrepareForBinds();
   bool End();
+  bool RunParts();
+  void RunPart(std::size_t part);
+  void KeepReturned(int parameter, const TCell& cell);
+  bool RunForNumbers();
   [[noreturn]] void Fail(int code);
   std::shared_ptr<const TColumnLayout> MakeLayout();
 
   TSqliteSession& FSession;
   const TStatementTextPtr FText;
   std::shared_ptr<TShared> FShared;
-  sqlite3_stmt* FStatement = nullptr;
+  std::vector<TRawStatement> FParts;
+  sqlite3_stmt* FStatement = nullptr;  // the first part: the only one that may give rows
+  // How a run goes: row by row; its parts to their ends; a query that takes numbers, at once.
+  enum class TShape : std::uint8_t { rows, parts, numbers };
+  TShape FShape = TShape::rows;
   std::unique_ptr<TSqliteRows> FRows;  // when read ahead
+  std::deque<TReturned> FReturned;     // what is bound stays where it is
   std::vector<TBind> FBinds;
   TSqlNumberBinds FNumberBinds = 0;  // those among the binds that matter
   std::uint32_t FRunNumber = 1;

@@ -1,0 +1,250 @@
+// SELECT.
+
+#include "perlayer/drivers/sqlite/TSqlOuterJoins.h"
+#include "perlayer/drivers/sqlite/TSqlRownum.h"
+#include "perlayer/drivers/sqlite/TSqlTranslator.h"
+#include "perlayer/platform/Text.h"
+
+namespace perlayer {
+
+namespace {
+
+constexpr int kMaxDepth = 30;           // of queries in queries
+constexpr std::size_t kMaxTables = 64;  // of one block; the database's own limit
+
+}  // namespace
+
+TSqlType TSqlTranslator::Subquery(std::size_t open, TSqlScope& scope) {
+  const TQueryColumns columns = Query({open + 1, FTokens[open].partner}, &scope, TColumns::unnamed);
+  return columns.empty() ? TSqlType::unknown : columns.front().type;
+}
+
+TSqlTranslator::TQueryColumns TSqlTranslator::Query(TSqlRange query, TSqlScope* outer,
+                                                    TColumns wanted) {
+  auto [at, end] = query;
+  if (++FDepth > kMaxDepth) FTokens.Refuse(at, "the queries are nested too deeply");
+  if (FTokens.Is(at, "WITH")) {
+    const std::size_t select = Find(at, end, {"SELECT"});
+    TSqlScope nothing(FSchema, outer);
+    for (++at; at < select; ++at) {
+      TSqlToken& token = FTokens[at];
+      if (token.Is("(")) {
+        TSqlCursor inside{at, token.partner + 1, nothing};
+        FExpressions.Walk(inside);
+        at = token.partner;
+      } else if (token.IsName() && !IsSqlKeyword(token)) {
+        token.out = SqlName(token);
+      }
+    }
+  }
+  TQueryColumns columns;
+  for (bool first = true; at < end; first = false) {
+    const std::size_t partEnd = Find(at, end, {"UNION", "INTERSECT", "MINUS", "EXCEPT"});
+    const bool single = first && partEnd == end;
+    TQueryColumns partColumns =
+        SelectPart({at, partEnd}, outer, first ? wanted : TColumns::unnamed, single);
+    if (first) columns = std::move(partColumns);
+    at = partEnd;
+    if (at < end && FTokens.Is(at, "MINUS")) FTokens[at].out = "EXCEPT";
+    if (at < end) ++at;
+    if (at < end && FTokens.Is(at, "ALL")) ++at;
+  }
+  --FDepth;
+  return columns;
+}
+
+TSqlClauses TSqlTranslator::Clauses(std::size_t at, std::size_t end) const {
+  TSqlClauses clauses;
+  clauses.select = at;
+  clauses.end = end;
+  clauses.from = Find(at, end, {"FROM", "WHERE", "GROUP", "HAVING", "ORDER"});
+  clauses.where = Find(clauses.from, end, {"WHERE", "GROUP", "HAVING", "ORDER"});
+  clauses.whereEnd = Find(clauses.where, end, {"GROUP", "HAVING", "ORDER"});
+  return clauses;
+}
+
+// One block of a query; `single` when UNION or the like joins it with no other.
+TSqlTranslator::TQueryColumns TSqlTranslator::SelectPart(TSqlRange part, TSqlScope* outer,
+                                                         TColumns wanted, bool single) {
+  TSqlScope scope(FSchema, outer);
+  TSqlCursor cursor{part.first, part.behind, scope};
+  if (!FTokens.Is(part.first, "SELECT")) {
+    FExpressions.Walk(cursor);
+    return {};
+  }
+  TSqlClauses clauses = Clauses(part.first, part.behind);
+  if (FTokens.HasOuterMarks()) {
+    TSqlOuterJoins(FTokens, FSchema).Rewrite(clauses);
+    clauses = Clauses(part.first, part.behind);
+  }
+  if (FTokens.HasRownum()) {
+    TSqlRownum(FTokens).Query(clauses, !single, wanted != TColumns::shown);
+    clauses = Clauses(part.first, part.behind);
+  }
+  if (FTokens.Is(clauses.from, "FROM")) From(clauses.from, clauses.where, scope);
+  ++cursor.at;
+  if (cursor.at < clauses.from && FTokens.Is(cursor.at, "UNIQUE")) {
+    FTokens[cursor.at].out = "DISTINCT";
+  }
+  cursor.end = clauses.from;
+  TQueryColumns columns = SelectList(cursor, wanted);
+  cursor.end = part.behind;
+  FExpressions.Walk(cursor);
+  return columns;
+}
+
+// A query that locks its rows takes the write permission, which is for the whole file.
+void TSqlTranslator::ForUpdate(std::size_t at) {
+  at = Find(at, FEnd, {"FOR"});
+  if (at == FEnd) return;
+  const std::size_t first = at++;
+  if (!FTokens.Is(at, "UPDATE")) FTokens.Refuse(at, "UPDATE is expected here");
+  FResult.locks = true;
+  if (FTokens.Is(++at, "OF")) {
+    at = Find(at, FEnd, {"NOWAIT", "WAIT", "SKIP"});
+  }
+  if (FTokens.Is(at, "NOWAIT")) {
+    FResult.waitMilliseconds = 0;
+    ++at;
+  } else if (FTokens.Is(at, "WAIT") && at + 1 < FEnd) {
+    double seconds = 0;
+    if (!TryStrToFloat(FTokens.Source(at + 1), seconds) || seconds > 1e6) {
+      FTokens.Refuse(at + 1, "a number of seconds is expected here");
+    }
+    FResult.waitMilliseconds = static_cast<int>(seconds * 1000);
+    at += 2;
+  }
+  if (at < FEnd) {
+    FTokens.Refuse(at, std::string(FTokens.Source(at)) + " has no place behind FOR UPDATE");
+  }
+  FTokens.Hide(first, FEnd);
+  FEnd = first;
+}
+
+TSqlTranslator::TQueryColumns TSqlTranslator::SelectList(TSqlCursor& cursor, TColumns wanted) {
+  TQueryColumns columns;
+  while (cursor.at < cursor.end) {
+    const TSqlOperand item = FExpressions.Parse(cursor);
+    if (item.IsEmpty()) {
+      if (wanted != TColumns::unnamed && FTokens.Is(cursor.at, "*")) {
+        AppendStar(cursor.at, cursor.scope, columns);
+      }
+      ++cursor.at;
+      continue;
+    }
+    if (wanted == TColumns::unnamed) {
+      if (columns.empty()) columns.push_back({"", item.type, true});
+    } else if (FTokens.Is(item.behind - 1, "*")) {
+      AppendStar(item.behind - 1, cursor.scope, columns);
+    } else if (const std::string name = NameItem(item, cursor); !name.empty()) {
+      columns.push_back({name, item.type, item.derived || !item.column});
+      const bool isKnown = item.type != TSqlType::unknown && item.type != TSqlType::null;
+      if (wanted == TColumns::shown && isKnown && columns.back().derived) {
+        FResult.expressions.emplace_back(name, item.type);
+      }
+    }
+    // An alias, or something that the database is going to complain of.
+    while (cursor.at < cursor.end && !FTokens.Is(cursor.at, ",")) {
+      if (FExpressions.Parse(cursor).IsEmpty()) ++cursor.at;
+    }
+  }
+  return columns;
+}
+
+// The columns that "*" or TABLE.* stands for, as far as they are known.
+void TSqlTranslator::AppendStar(std::size_t star, TSqlScope& scope, TQueryColumns& columns) const {
+  const bool qualified = star > 1 && FTokens.Is(star - 1, ".");
+  for (TSqlScope::TTable& table : scope.Tables()) {
+    const std::string& name = table.alias.empty() ? table.name : table.alias;
+    if (qualified && name != FTokens[star - 2].name) continue;
+    const std::vector<TSqlColumn>& known = scope.ColumnsOf(table);
+    columns.insert(columns.end(), known.begin(), known.end());
+  }
+}
+
+// A result column has a name: its alias, the column's own, or the text of the expression in upper
+// case and without blanks, which is put where it has none. Empty when it cannot be told.
+std::string TSqlTranslator::NameItem(const TSqlOperand& item, const TSqlCursor& cursor) {
+  std::size_t alias = cursor.at;
+  if (alias < cursor.end && FTokens.Is(alias, "AS")) ++alias;
+  if (alias < cursor.end && FTokens[alias].IsName() && !IsSqlKeyword(FTokens[alias])) {
+    return FTokens[alias].name;
+  }
+  if (cursor.at < cursor.end && !FTokens.Is(cursor.at, ",")) return {};
+  const std::size_t last = item.behind - 1;
+  if (item.column && FTokens[last].IsName()) return FTokens[last].name;
+  if (item.column) return {};  // in parentheses
+  std::string name;
+  const bool isPath = FTokens[item.first].IsName() && FTokens.Is(item.first + 1, ".") &&
+                      (last == item.first + 2 || last == item.first + 4);
+  const bool isValue = isPath && (FTokens.Is(last, "NEXTVAL") || FTokens.Is(last, "CURRVAL"));
+  if (isValue) name = FTokens[last].name;
+  for (std::size_t i = item.first; i < item.behind && (name.empty() || !isValue); ++i) {
+    const std::string_view source = FTokens.Source(i);
+    name += FTokens[i].kind == TSqlTokenKind::quoted ? std::string(source) : UpperCase(source);
+    const bool wordsMeet = i + 1 < item.behind && FTokens[i].kind != TSqlTokenKind::symbol &&
+                           FTokens[i + 1].kind != TSqlTokenKind::symbol;
+    if (wordsMeet) name += ' ';
+  }
+  FTokens[last].after += " AS " + QuotedName(name);
+  return name;
+}
+
+// Reads the tables; conditions of joins and queries in parentheses are left to the walk that
+// follows. A table stands behind FROM, JOIN and each comma.
+void TSqlTranslator::From(std::size_t at, std::size_t end, TSqlScope& scope) {
+  if (FTokens.Is(at, "FROM") && at + 1 < end && FTokens.Is(at + 1, "DUAL")) {
+    const bool aliased = at + 2 < end && FTokens[at + 2].IsName() && !IsSqlKeyword(FTokens[at + 2]);
+    const std::size_t behind = at + (aliased ? 3 : 2);
+    if (behind == end) {
+      FTokens.Hide(at, behind);
+      return;
+    }
+  }
+  if (++FDepth > kMaxDepth) FTokens.Refuse(at, "the tables are nested too deeply");
+  std::size_t tables = 0;
+  bool expected = true;
+  for (++at; at < end;) {
+    TSqlToken& token = FTokens[at];
+    if (expected && token.IsName() && !IsSqlKeyword(token)) {
+      TSqlScope::TTable table = TableWithAlias(at, end, "");
+      if (table.name == "DUAL" && table.owner.empty()) {
+        token.out = "(SELECT 'X' AS DUMMY)";
+        token.after = table.alias.empty() ? " DUAL" : "";
+      }
+      scope.Add(std::move(table));
+      if (++tables > kMaxTables) FTokens.Refuse(at, "too many tables are joined");
+      expected = false;
+    } else if (token.Is("(")) {
+      if (expected && FTokens.IsSubquery(at)) {
+        DerivedTable(at, end, scope);
+      } else {
+        if (expected) From(at, token.partner, scope);  // tables joined in parentheses
+        at = token.partner + 1;
+      }
+      expected = false;
+    } else {
+      if (token.Is(",") || token.Is("JOIN")) expected = true;
+      ++at;
+    }
+  }
+  --FDepth;
+}
+
+// A query in FROM and its alias.
+void TSqlTranslator::DerivedTable(std::size_t& at, std::size_t end, TSqlScope& scope) {
+  const std::size_t open = at;
+  at = FTokens[open].partner + 1;
+  TQueryColumns columns = Query({open + 1, at - 1}, &scope, TColumns::named);
+  FTokens[open].settled = true;
+  TSqlScope::TTable table{"", "", "", std::move(columns)};
+  if (at < end && FTokens.Is(at, "AS")) ++at;
+  if (at < end && FTokens[at].IsName() && !IsSqlKeyword(FTokens[at])) {
+    FTokens[at].out = SqlName(FTokens[at]);
+    FTokens[at].settled = true;
+    table.alias = FTokens[at++].name;
+  }
+  scope.Add(std::move(table));
+}
+
+}  // namespace perlayer
