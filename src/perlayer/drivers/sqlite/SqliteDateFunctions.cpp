@@ -3,6 +3,7 @@
 #include "perlayer/drivers/sqlite/SqlDates.h"
 #include "perlayer/drivers/sqlite/SqlFormats.h"
 #include "perlayer/drivers/sqlite/SqliteFunctions.h"
+#include "perlayer/drivers/sqlite/TSqliteCall.h"
 #include "perlayer/platform/TClock.h"
 
 namespace perlayer {

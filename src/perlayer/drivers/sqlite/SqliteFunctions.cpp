@@ -1,6 +1,7 @@
 #include "perlayer/drivers/sqlite/SqliteFunctions.h"
 
 #include "perlayer/drivers/sqlite/SqliteErrors.h"
+#include "perlayer/drivers/sqlite/TSqliteCall.h"
 
 namespace perlayer {
 

@@ -4,9 +4,9 @@
 // (divide, round, ...), and the aggregate listagg. Some have the name of one of the database's own
 // and replace it on this connection. docs/sql.md tells them all.
 
-#include <span>
+#include "perlayer/platform/TDateTime.h"
 
-#include "perlayer/drivers/sqlite/TSqliteCall.h"
+struct sqlite3;
 
 namespace perlayer {
 
@@ -19,10 +19,5 @@ struct TSqliteClock {
 
 // `clock` is not owned. Raises EDatabaseError.
 void RegisterSqliteFunctions(sqlite3* database, TSqliteClock* clock);
-
-std::span<const TSqliteFunction> SqliteTextFunctions();
-std::span<const TSqliteFunction> SqliteNumberFunctions();
-std::span<const TSqliteFunction> SqliteDateFunctions();
-void RegisterSqliteListAgg(sqlite3* database);  // raises EDatabaseError
 
 }  // namespace perlayer

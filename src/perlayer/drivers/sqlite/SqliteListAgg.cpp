@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "perlayer/drivers/sqlite/SqliteErrors.h"
-#include "perlayer/drivers/sqlite/SqliteFunctions.h"
+#include "perlayer/drivers/sqlite/TSqliteCall.h"
 
 namespace perlayer {
 

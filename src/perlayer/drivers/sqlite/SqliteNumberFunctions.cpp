@@ -2,8 +2,8 @@
 
 #include "perlayer/drivers/sqlite/SqlFormats.h"
 #include "perlayer/drivers/sqlite/SqlNumbers.h"
-#include "perlayer/drivers/sqlite/SqliteFunctions.h"
 #include "perlayer/drivers/sqlite/TSqlRownum.h"
+#include "perlayer/drivers/sqlite/TSqliteCall.h"
 #include "perlayer/platform/Exception.h"
 #include "perlayer/platform/Text.h"
 

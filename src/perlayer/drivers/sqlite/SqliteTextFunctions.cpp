@@ -3,7 +3,7 @@
 #include <utility>
 #include <vector>
 
-#include "perlayer/drivers/sqlite/SqliteFunctions.h"
+#include "perlayer/drivers/sqlite/TSqliteCall.h"
 #include "perlayer/platform/Exception.h"
 #include "perlayer/platform/Text.h"
 

@@ -257,18 +257,8 @@ TSqlOperand TSqlExpressions::DateLiteral(TSqlCursor& cursor) {
     FTokens.Refuse(first, "a date is written DATE '2023-01-27' or TIMESTAMP '2023-01-27 16:17:47'");
   }
   cursor.at += 2;
-  Absorb(first + 1, cursor.at);
+  FTokens.Hide(first + 1, cursor.at);
   return {first, cursor.at, TSqlType::date};
-}
-
-// What these tokens say is said by the one before them. They are not hidden: an operand that ends
-// with them may be wrapped.
-void TSqlExpressions::Absorb(std::size_t first, std::size_t behind) {
-  for (std::size_t i = first; i < behind; ++i) {
-    FTokens[i].out.clear();
-    FTokens[i].gap.clear();
-    FTokens[i].settled = true;
-  }
 }
 
 // INTERVAL '3' DAY, or HOUR, MINUTE or SECOND: a number of days.
@@ -287,7 +277,7 @@ TSqlOperand TSqlExpressions::IntervalLiteral(TSqlCursor& cursor) {
                    "months there is ADD_MONTHS");
   }
   cursor.at += 3;
-  Absorb(first + 1, cursor.at);
+  FTokens.Hide(first + 1, cursor.at);
   return {first, cursor.at, TSqlType::number};
 }
 

@@ -77,7 +77,6 @@ class TSqlExpressions {
   TSqlOperand Case(TSqlCursor& cursor);
   TSqlOperand DateLiteral(TSqlCursor& cursor);
   TSqlOperand IntervalLiteral(TSqlCursor& cursor);
-  void Absorb(std::size_t first, std::size_t behind);
   TSqlOperand Concatenation(TSqlCursor& cursor, const TSqlOperand& first);
   TSqlOperand Arithmetic(TSqlCursor& cursor, const TSqlOperand& left, int level);
   TSqlOperand Comparison(TSqlCursor& cursor, const TSqlOperand& left, int level);

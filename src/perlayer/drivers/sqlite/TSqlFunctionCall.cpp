@@ -199,8 +199,8 @@ TSqlType TSqlFunctionCall::Trim() {
   std::string function = "trim_both";
   const bool hasSide = StandsFor(FTokens[at].name, {"LEADING", "TRAILING", "BOTH"});
   if (hasSide) {
-    if (!FTokens.Is(at, "BOTH"))
-      function = FTokens.Is(at, "LEADING") ? "trim_leading" : "trim_trailing";
+    if (FTokens.Is(at, "LEADING")) function = "trim_leading";
+    if (FTokens.Is(at, "TRAILING")) function = "trim_trailing";
     FTokens[at].out = at + 1 == from ? "' '" : "";
     ++at;
   }

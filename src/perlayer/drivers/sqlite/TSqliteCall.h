@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -52,12 +53,17 @@ class TSqliteCall {
   std::array<std::string, 4> FTexts;  // of numbers
 };
 
-// A table of functions is registered as a whole.
 struct TSqliteFunction {
   const char* name;
   int arguments;  // -1: any number
   void (*body)(sqlite3_context*, int, sqlite3_value**);
 };
+
+// The tables that RegisterSqliteFunctions registers, and an aggregate.
+std::span<const TSqliteFunction> SqliteTextFunctions();
+std::span<const TSqliteFunction> SqliteNumberFunctions();
+std::span<const TSqliteFunction> SqliteDateFunctions();
+void RegisterSqliteListAgg(sqlite3* database);  // raises EDatabaseError
 
 // What a text says as a number. Raises EConvertError.
 double SqlNumberOf(std::string_view text);
