@@ -99,12 +99,38 @@ TSqlOperand TSqlExpressions::Parse(TSqlCursor& cursor, int level) {
 void TSqlExpressions::Walk(TSqlCursor& cursor) {
   while (cursor.at < cursor.end) {
     const std::size_t before = cursor.at;
-    if (!FTokens[before].settled) {
+    if (FTokens.Is(before, "ORDER") && FTokens.Is(before + 1, "BY")) {
+      Order(cursor);
+    } else if (!FTokens[before].settled) {
       Parse(cursor);
     } else if (FTokens.Is(before, "(")) {  // all that stands in it is settled
       cursor.at = FTokens[before].partner + 1;
     }
     if (cursor.at == before) ++cursor.at;
+  }
+}
+
+// NULL is greater than everything, so it comes last, and first in the order from the greatest.
+void TSqlExpressions::Order(TSqlCursor& cursor) {
+  cursor.at += 2;
+  const auto stands = [&](std::string_view word) {
+    return cursor.at < cursor.end && FTokens.Is(cursor.at, word);
+  };
+  while (cursor.at < cursor.end) {
+    const std::size_t first = cursor.at;
+    if (Parse(cursor).IsEmpty()) {  // the term may be settled
+      while (cursor.at < cursor.end && FTokens[cursor.at].settled) ++cursor.at;
+    }
+    if (cursor.at == first) return;
+    const bool descending = stands("DESC");
+    if (descending || stands("ASC")) ++cursor.at;
+    if (stands("NULLS")) {
+      cursor.at = std::min(cursor.at + 2, cursor.end);
+    } else {
+      FTokens[cursor.at - 1].after += descending ? " NULLS FIRST" : " NULLS LAST";
+    }
+    if (!stands(",")) return;
+    ++cursor.at;
   }
 }
 

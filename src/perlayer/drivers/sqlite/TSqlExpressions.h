@@ -70,6 +70,7 @@ class TSqlExpressions {
   TSqlNumberBinds BindsThatMatter() const { return FBindsThatMatter; }
 
  private:
+  void Order(TSqlCursor& cursor);
   TSqlOperand Prefix(TSqlCursor& cursor);
   TSqlOperand Name(TSqlCursor& cursor);
   TSqlOperand Function(TSqlCursor& cursor);
