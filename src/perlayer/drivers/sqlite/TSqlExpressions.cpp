@@ -334,6 +334,8 @@ std::vector<TSqlOperand> TSqlExpressions::List(TSqlCursor& cursor) {
     const TSqlOperand operand = Parse(cursor);
     if (!operand.IsEmpty()) {
       operands.push_back(operand);
+    } else if (FTokens[cursor.at].settled && FTokens.Is(cursor.at, "(")) {
+      cursor.at = FTokens[cursor.at].partner + 1;  // a query in FROM, translated already
     } else {
       if (FTokens.Is(cursor.at, "UNIQUE")) FTokens[cursor.at].out = "DISTINCT";
       ++cursor.at;

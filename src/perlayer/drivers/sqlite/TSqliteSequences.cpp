@@ -6,6 +6,7 @@
 #include <exception>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "perlayer/corekit/EDatabaseError.h"
 #include "perlayer/drivers/sqlite/SqliteErrors.h"
@@ -133,8 +134,7 @@ void TSqliteSequences::Committed() noexcept {
 
 void TSqliteSequences::RolledBack() noexcept {
   for (TSequence& sequence : FSequences) {
-    if (!sequence.uncommitted) continue;
-    sequence.uncommitted = false;
+    if (!std::exchange(sequence.uncommitted, false) || sequence.update == nullptr) continue;
     // A statement by itself, and committed as such. Should it fail, as with a sequence that was
     // made in the same transaction, only other clients are given these numbers again.
     Store(sequence);
