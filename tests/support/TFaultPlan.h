@@ -101,6 +101,8 @@ class TFaultySession : public TDriverSession {
     }
     bool ReadOnly() const override { return FInner->ReadOnly(); }
     std::int64_t RowsAffected() const override { return FInner->RowsAffected(); }
+    const std::vector<int>& Returns() const override { return FInner->Returns(); }
+    void Returned(int parameter, TCell& cell) override { FInner->Returned(parameter, cell); }
     std::shared_ptr<const TColumnLayout> Layout() override { return Inner("Layout").Layout(); }
     void Cell(int column, TCell& cell) override { Inner("Cell").Cell(column, cell); }
 

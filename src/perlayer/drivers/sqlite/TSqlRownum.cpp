@@ -1,6 +1,7 @@
 #include "perlayer/drivers/sqlite/TSqlRownum.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <iterator>
 #include <limits>
@@ -31,6 +32,11 @@ std::string Operation(const TSqlToken& token) {
   const std::string turned = Turned(token);
   if (turned.empty() || turned == "<>") return turned;
   return token.name;
+}
+
+bool IsNumber(std::string_view text, double& number) {
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
+  return read.ec == std::errc() && read.ptr == text.data() + text.size();
 }
 
 // A value and nothing that binds less tightly than a comparison.
@@ -204,7 +210,7 @@ void TSqlRownum::PutLimit(const TSqlClauses& clauses, const std::string& before,
     double number = 0;
     const bool known = limit.value.behind == limit.value.first + 1 &&
                        first.kind == TSqlTokenKind::number &&
-                       TryStrToFloat(FTokens.Source(limit.value.first), number);
+                       IsNumber(FTokens.Source(limit.value.first), number);
     if (known) {
       first.out = IntToStr(RowLimit(limit.operation, number));
       first.settled = true;
@@ -306,7 +312,8 @@ std::string TSqlRownum::SingleTable(const TSqlClauses& clauses, std::string& qua
 }
 
 bool TSqlRownum::HasAggregates(const TSqlClauses& clauses) const {
-  static constexpr std::string_view kAggregates[] = {"AVG", "COUNT", "MAX", "MIN", "SUM"};
+  static constexpr std::string_view kAggregates[] = {"AVG", "COUNT", "LISTAGG",
+                                                     "MAX", "MIN",   "SUM"};
   for (std::size_t i = clauses.select; i < clauses.from; ++i) {
     if (FTokens.IsSubquery(i)) {
       i = FTokens[i].partner;

@@ -57,7 +57,8 @@ TSqlClauses TSqlTranslator::Clauses(std::size_t at, std::size_t end) const {
   TSqlClauses clauses;
   clauses.select = at;
   clauses.end = end;
-  clauses.from = Find(at, end, {"FROM", "WHERE", "GROUP", "HAVING", "ORDER"});
+  clauses.from = Find(at, end, {"FROM"});
+  if (clauses.from == end) clauses.from = Find(at, end, {"WHERE", "GROUP", "HAVING", "ORDER"});
   clauses.where = Find(clauses.from, end, {"WHERE", "GROUP", "HAVING", "ORDER"});
   clauses.whereEnd = Find(clauses.where, end, {"GROUP", "HAVING", "ORDER"});
   return clauses;
