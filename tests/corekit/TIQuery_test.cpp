@@ -10,6 +10,7 @@
 #include "perlayer/platform/Exception.h"
 #include "perlayer/platform/Format.h"
 #include "perlayer/platform/Text.h"
+#include "support/Raised.h"
 #include "support/TempDir.h"
 
 namespace perlayer {
@@ -44,14 +45,11 @@ class TIQueryTest : public testing::Test {
     for (; !query.Eof(); query.Next()) text += query.Fields(0)->AsString() + " ";
     return text;
   }
-  template <class TError = EDatabaseError, class TBody>
-  static std::string Failure(TBody body) {
-    try {
-      body();
-    } catch (const TError& e) {
-      return std::string(e.what()).substr(0, std::string(e.what()).find(" (code"));
-    }
-    return "";
+  // The words of what `body` raises, without code and statement.
+  template <class TBody>
+  static std::string Said(TBody body) {
+    const std::string message = Raised(body);
+    return message.substr(0, message.find(" (code"));
   }
 
   TTempDir FDirectory;
@@ -74,7 +72,7 @@ TEST_F(TIQueryTest, AChangedTextClosesTheQueryAndParametersKeepTheirValuesByName
   EXPECT_EQ(query->Params(0).AsString(), "2");
   EXPECT_EQ(query->Params(0).DataType(), TFieldType::ftFloat);
   EXPECT_EQ(query->ParamByName("HIGH").Number(), 3);
-  EXPECT_EQ(Failure([&] { query->Open(); }), "Parameter 'TOP' has no value");
+  EXPECT_EQ(Said([&] { query->Open(); }), "Parameter 'TOP' has no value");
   EXPECT_FALSE(query->Active());
   query->ParamByName("TOP").Clear();
   query->Open();
@@ -86,10 +84,10 @@ TEST_F(TIQueryTest, AChangedTextClosesTheQueryAndParametersKeepTheirValuesByName
   query->Open();
   query->DatabaseName("OTHER");
   EXPECT_FALSE(query->Active());
-  EXPECT_EQ(Failure([&] { query->Open(); }), "There is no database named 'OTHER'");
+  EXPECT_EQ(Said([&] { query->Open(); }), "There is no database named 'OTHER'");
   EXPECT_EQ(query->FindParam("NONE"), nullptr);
-  EXPECT_EQ(Failure([&] { query->ParamByName("NONE"); }), "Parameter 'NONE' not found");
-  EXPECT_EQ(Failure<EListError>([&] { query->Params(3); }), "Parameter index out of bounds (3)");
+  EXPECT_EQ(Said([&] { query->ParamByName("NONE"); }), "Parameter 'NONE' not found");
+  EXPECT_EQ(Said([&] { query->Params(3); }), "Parameter index out of bounds (3)");
 }
 
 // A run goes on with the values that it was opened with, whatever becomes of the parameters.
@@ -106,63 +104,104 @@ TEST_F(TIQueryTest, AParameterChangedInAnOpenQueryWaitsForTheNextOpening) {
   EXPECT_EQ(Rest(*query), "Ana Žiga ");
 }
 
-TEST_F(TIQueryTest, ACursorGoesForwardAndBackToTheFirst) {
+TEST_F(TIQueryTest, AClosedQueryRefusesAndFieldsLiveAsLongAsItIsOpen) {
   const auto query = Query("select ID from T order by ID");
   for (const auto& operation :
        {+[](TIQuery& q) { q.Next(); }, +[](TIQuery& q) { q.First(); },
-        +[](TIQuery& q) { (void)q.Eof(); }, +[](TIQuery& q) { (void)q.IsEmpty(); }}) {
-    EXPECT_EQ(Failure([&] { operation(*query); }),
+        +[](TIQuery& q) { q.Last(); }, +[](TIQuery& q) { (void)q.Eof(); },
+        +[](TIQuery& q) { q.GetBookmark(); }, +[](TIQuery& q) { q.Refresh(); }}) {
+    EXPECT_EQ(Said([&] { operation(*query); }),
               "Cannot perform this operation on a closed data set");
   }
   query->Open();
-  query->First();
   EXPECT_EQ(Rest(*query), "1 2 3 ");
-  EXPECT_TRUE(query->Eof());
-  EXPECT_FALSE(query->IsEmpty());
   EXPECT_EQ(query->Fields(0)->AsString(), "") << "behind the last row there are no values";
-  query->Next();
-  EXPECT_TRUE(query->Eof());
   TField* const field = query->Fields(0);
   query->First();
-  EXPECT_EQ(query->Fields(0), field) << "fields live as long as the query is open";
-  query->Next();
-  Run("delete from T where ID = 3");
-  EXPECT_EQ(Rest(*query), "2 3 ") << "a cursor gives the rows as they were";
-  query->First();
-  EXPECT_EQ(Rest(*query), "1 2 ");
-  Run("delete from T");
-  query->First();
-  EXPECT_TRUE(query->IsEmpty());
-  EXPECT_TRUE(query->Eof());
-  query->Close();
+  EXPECT_EQ(query->Fields(0), field);
   query->Close();
   EXPECT_EQ(query->FieldCount(), 0) << "fields made by opening go with closing";
 }
 
-// The second row cannot be read: to_date fails on it. (A sort would read all rows when it is
-// opened.)
+// Writes, Commit and Rollback of the session in the midst of a run, kept and not: it gives the rows
+// as they were when it began.
+TEST_F(TIQueryTest, ARunGoesOnUnchangedAcrossTransactions) {
+  for (const bool kept : {false, true}) {
+    const auto query = Opened("select ID, NAME from T where ID <= 3 order by ID");
+    const TBookmark first = kept ? query->GetBookmark() : TBookmark();
+    Run("update T set NAME = 'x'");
+    query->Next();
+    EXPECT_EQ(query->Fields(1)->AsString(), "Bor");
+    FDatabase->Get()->Rollback("test");
+    Run("delete from T");
+    query->Next();
+    EXPECT_EQ(query->Fields(1)->AsString(), "Žiga");
+    FDatabase->Get()->Commit("test");
+    query->Next();
+    EXPECT_TRUE(query->Eof());
+    if (kept) {
+      query->Prior();
+      EXPECT_EQ(query->Fields(1)->AsString(), "Bor") << "kept, although it is gone";
+      query->GotoBookmark(first);
+      EXPECT_EQ(query->Fields(1)->AsString(), "Ana");
+      query->Refresh();
+    } else {
+      query->First();
+    }
+    EXPECT_TRUE(query->IsEmpty());
+    Run("insert into T (ID, NAME) values (1, 'Ana')");
+    Run("insert into T (ID, NAME) values (2, 'Bor')");
+    Run("insert into T (ID, NAME) values (3, 'Žiga')");
+    FDatabase->Get()->Commit("test");
+  }
+}
+
+// What was passed before anybody wanted to go back is read anew, up to the row where keeping began;
+// that one and all behind it stay as they were.
+TEST_F(TIQueryTest, GoingBackReadsThePassedRowsAndKeepsTheOthers) {
+  for (int i = 4; i <= 8; ++i) Run(Format("insert into T (ID, NAME) values (%d, 'n')", i));
+  for (const char* change :
+       {"update T set NAME = NAME", "delete from T where ID = 1", "delete from T where ID > 5",
+        "insert into T (ID) values (0.5)", "delete from T"}) {
+    SCOPED_TRACE(change);
+    FDatabase->Get()->Commit("test");
+    const auto query = Opened("select ID from T order by ID");
+    query->MoveBy(4);
+    Run(change);
+    query->Prior();
+    const std::string before = Said([&] {
+      while (!query->Bof()) query->Prior();
+    });
+    EXPECT_EQ(before, "");
+    const auto expected = Query("select ID from T where ID < 5 order by ID");
+    expected->Open();
+    const std::string passed = Rest(*expected);
+    query->First();
+    EXPECT_EQ(query->RecNo(), 1);
+    EXPECT_EQ(Rest(*query), passed + "5 6 7 8 ");
+    FDatabase->Get()->Rollback("test");
+  }
+}
+
+// The second row cannot be read: to_date fails on it.
 TEST_F(TIQueryTest, ARowThatCannotBeReadEndsTheRun) {
   Run("update T set NAME = '1.1.' where ID <> 2");
-  const std::string sql =
-      "select ID, to_date(NAME || '2000', 'dd.mm.yyyy') from T where ID < :TOP ";
-  const auto query = Query(sql);
-  query->Params(0).AsFloat(4);
-  query->Open();
+  const auto query = Opened("select ID, to_date(NAME || '2000', 'dd.mm.yyyy') from T where ID < 4");
   EXPECT_THROW(query->Next(), EDatabaseError);
   EXPECT_TRUE(query->Eof());
   EXPECT_NO_THROW(query->Next());
   EXPECT_EQ(query->Fields(0)->AsString(), "") << "no row, no values";
-  query->SQLText(sql + "order by ID");
-  EXPECT_THROW(query->Open(), EDatabaseError);
-  EXPECT_FALSE(query->Active());
-  Run("update T set NAME = '2.2.' where ID = 2");
+  query->Prior();
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_THROW(query->Next(), EDatabaseError) << "where rows are kept, it is told each time";
+    EXPECT_EQ(query->Fields(0)->AsString(), "1");
+  }
+  query->Close();
   query->Open();
-  EXPECT_EQ(Rest(*query), "1 2 3 ");
-  Run("update T set NAME = 'x' where ID = 2");
-  EXPECT_THROW(query->First(), EDatabaseError);
-  EXPECT_TRUE(query->Eof());
+  EXPECT_THROW(query->Last(), EDatabaseError);
+  EXPECT_EQ(query->Fields(0)->AsString(), "1");
   Run("update T set NAME = '2.2.' where ID = 2");
-  query->First();
+  query->Refresh();
   EXPECT_EQ(Rest(*query), "1 2 3 ");
 }
 
@@ -200,9 +239,8 @@ TEST_F(TIQueryTest, TheDatabaseMayGoWhileQueriesAreOpen) {
   FDatabase.reset();
   EXPECT_FALSE(reading->Active());
   EXPECT_FALSE(prepared->Prepared());
-  EXPECT_EQ(Failure([&] { reading->Next(); }),
-            "Cannot perform this operation on a closed data set");
-  EXPECT_EQ(Failure([&] { prepared->ExecSQL(); }), "There is no database named '_qor'");
+  EXPECT_EQ(Said([&] { reading->Next(); }), "Cannot perform this operation on a closed data set");
+  EXPECT_EQ(Said([&] { prepared->ExecSQL(); }), "There is no database named '_qor'");
   FDatabase.emplace("_QOR", FDirectory.File("test.db"));
   reading->Open();
   EXPECT_EQ(Rest(*reading), "Ana Bor Žiga ") << "what had not been committed was rolled back";
@@ -217,8 +255,8 @@ TEST_F(TIQueryTest, FieldsAreMadeFromColumnsOrBoundToThemByName) {
   }
   EXPECT_EQ(names, "ID=1;NAME=Ana;ID_1=2;ID_1_1=Ana;BORN=15.03.2023 06:00:00;");
   EXPECT_EQ(query->FieldByName("born")->DataType(), TFieldType::ftDateTime);
-  EXPECT_EQ(Failure([&] { query->FieldByName("NONE"); }), "TIQuery: Field 'NONE' not found");
-  EXPECT_EQ(Failure<EListError>([&] { query->Fields(5); }), "Field index out of bounds (5)");
+  EXPECT_EQ(Said([&] { query->FieldByName("NONE"); }), "TIQuery: Field 'NONE' not found");
+  EXPECT_EQ(Said([&] { query->Fields(5); }), "Field index out of bounds (5)");
 
   const auto persistent = Query("select NAME, ID, BORN from T order by ID");
   TField* calculated = NewField(persistent.Get(), TFieldType::ftFloat, "AGE", 0);
@@ -226,7 +264,7 @@ TEST_F(TIQueryTest, FieldsAreMadeFromColumnsOrBoundToThemByName) {
   TField* id = NewField(persistent.Get(), TFieldType::ftInteger, "id", 0);
   TField* name = NewField(persistent.Get(), TFieldType::ftString, "Name", 60);
   TField* none = NewField(persistent.Get(), TFieldType::ftMemo, "NONE", 0);
-  EXPECT_EQ(Failure([&] { NewField(persistent.Get(), TFieldType::ftFloat, "NAME", 0); }),
+  EXPECT_EQ(Said([&] { NewField(persistent.Get(), TFieldType::ftFloat, "NAME", 0); }),
             "Duplicate field name 'NAME'");
   EXPECT_EQ(calculated->FieldNo(), 0);
   EXPECT_EQ(id->FieldNo(), 1) << "calculated fields are not counted";
@@ -234,9 +272,9 @@ TEST_F(TIQueryTest, FieldsAreMadeFromColumnsOrBoundToThemByName) {
     persistent->Open();
     EXPECT_EQ(persistent->FieldCount(), 4);
     EXPECT_EQ(id->AsString() + name->AsString(), "1Ana");
-    EXPECT_EQ(Failure([&] { none->AsString(); }), "Field 'NONE' is no column of the query");
-    EXPECT_EQ(Failure([&] { none->IsNull(); }), "Field 'NONE' is no column of the query");
-    EXPECT_EQ(Failure([&] { NewField(persistent.Get(), TFieldType::ftFloat, "X", 0); }),
+    EXPECT_EQ(Said([&] { none->AsString(); }), "Field 'NONE' is no column of the query");
+    EXPECT_EQ(Said([&] { none->IsNull(); }), "Field 'NONE' is no column of the query");
+    EXPECT_EQ(Said([&] { NewField(persistent.Get(), TFieldType::ftFloat, "X", 0); }),
               "Fields cannot be added to an open data set");
     if (round == 0) persistent->SQLText("select BORN, ID, NAME from T order by ID");
   }
@@ -285,7 +323,12 @@ TEST_F(TIQueryTest, EventsMayOpenCloseRefuseAndFree) {
   query->AfterOpen(TNotifyEvent::From([&](TObject*) { query.Reset(); }));
   query->Open();
   EXPECT_FALSE(query);
-  query = Query("select ID from T");
+  query = Opened("select ID from T");
+  query->BeforeClose(TNotifyEvent::From([](TObject*) { throw EAbort("not now"); }));
+  EXPECT_THROW(query->Close(), EAbort);
+  EXPECT_TRUE(query->Active());
+  query->SQLText("select NAME from T");
+  EXPECT_FALSE(query->Active()) << "another statement is nothing that an event can forbid";
   query->BeforeOpen(TNotifyEvent::From([&](TObject*) { query.Reset(); }));
   query->Open();
   EXPECT_FALSE(query);
@@ -365,7 +408,7 @@ TEST_F(TIQueryTest, FieldsReadTheirTypesAndNullsAreNothing) {
   EXPECT_EQ(query->Fields(1)->AsInteger(), 1);
   EXPECT_TRUE(query->Fields(3)->IsBlob());
   EXPECT_EQ(query->Fields(0)->Size(), 5);
-  EXPECT_EQ(Failure<EConvertError>([&] { query->Fields(3)->AsFloat(); }),
+  EXPECT_EQ(Said([&] { query->Fields(3)->AsFloat(); }),
             "Cannot access field NOTES of class TMemoField as type Float");
   query->Next();
   for (int i = 2; i < 5; ++i) {
@@ -376,11 +419,11 @@ TEST_F(TIQueryTest, FieldsReadTheirTypesAndNullsAreNothing) {
   }
   EXPECT_EQ(query->Fields(2)->AsDateTime(), 0.0);
   const std::string message = "Field NAME belongs to a data set that cannot be written";
-  EXPECT_EQ(Failure([&] { query->Fields(0)->AsString("x"); }), message);
-  EXPECT_EQ(Failure([&] { query->Fields(0)->Clear(); }), message);
+  EXPECT_EQ(Said([&] { query->Fields(0)->AsString("x"); }), message);
+  EXPECT_EQ(Said([&] { query->Fields(0)->Clear(); }), message);
   query->Fields(0)->ReadOnly(true);
   query->Fields(0)->DisplayLabel("Ime");
-  EXPECT_EQ(Failure([&] { query->Fields(0)->AsString("x"); }), "Field Ime cannot be modified");
+  EXPECT_EQ(Said([&] { query->Fields(0)->AsString("x"); }), "Field Ime cannot be modified");
   query->Fields(0)->EditText("Bo");
   EXPECT_EQ(query->Fields(0)->EditText(), "Bo");
   query->Fields(0)->EndEdit();
@@ -394,7 +437,7 @@ TEST_F(TIQueryTest, AValueThatDoesNotConvertNamesItsField) {
     if (query->FieldCount() > 0) query->Fields(0)->Free();
     TField* field = NewField(query.Get(), type, "F", type == TFieldType::ftString ? 9 : 0);
     query->Open();
-    return Failure<EConvertError>([&] { read(field); });
+    return Said([&] { read(field); });
   };
   using enum TFieldType;
   for (const TFieldType type : {ftString, ftInteger, ftFloat}) {

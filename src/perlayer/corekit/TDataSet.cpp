@@ -1,44 +1,99 @@
 #include "perlayer/corekit/TDataSet.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "perlayer/corekit/EDatabaseError.h"
+#include "perlayer/corekit/TDataLink.h"
 #include "perlayer/corekit/TField.h"
+#include "perlayer/corekit/TIBlobStream.h"
 #include "perlayer/platform/Exception.h"
 #include "perlayer/platform/Format.h"
+#include "perlayer/platform/TApplication.h"
 #include "perlayer/platform/Text.h"
 
 namespace perlayer {
 
+using enum TDataSetState;
+
 void TDataSet::Destroy() {
-  Close();
+  CloseForGood();
+  while (!FLinks.empty()) {
+    // Out of the list first: what it does on hearing this cannot reach the data set any more.
+    TDataLink* const link = FLinks.back();
+    FLinks.pop_back();
+    if (link != nullptr) link->DataSetGone();
+  }
   while (!FFields.empty()) FFields.back()->Free();
   TComponent::Destroy();
 }
 
 void TDataSet::Open() {
-  if (FActive) return;
+  if (Active()) return;
   const TAlive alive(this);
-  if (FBeforeOpen) FBeforeOpen(this);
-  if (!alive || FActive) return;
-  InternalOpen();
-  FActive = true;
-  FMoved = false;
+  Fire(TDataSetEvent::BeforeOpen);
+  if (!alive || Active()) return;
+  OpenCursor();
+  DataEvent(TDataEvent::deUpdateState);
+  if (alive && Active()) DoAfterOpen();
+  if (alive && Active() && !IsEmpty()) DoAfterScroll();
+}
+
+void TDataSet::OpenCursor() {
   try {
-    FEmpty = FEof = !InternalNext();
+    InternalOpen();
+    FState = dsBrowse;
+    FModified = FMoved = false;
+    FBof = FEof = true;
+    FDirect = FLinks.empty() && !FFiltered && CanReadDirectly();
+    if (FDirect) {
+      FEmpty = FEof = !InternalNext();
+    } else {
+      InternalKeepRows(true);
+      SetBufListSize(1);
+      GetNextRecord();
+      FBof = true;
+      UpdateBufferCount();
+    }
   } catch (...) {
-    Close();
+    if (Active()) {
+      CloseCursor();
+    } else if (IsCursorOpen()) {
+      InternalClose();
+    }
     throw;
   }
-  if (FAfterOpen) FAfterOpen(this);
+}
+
+void TDataSet::CloseCursor() {
+  FState = dsInactive;
+  FBof = FEof = FEmpty = true;
+  FModified = FDirect = FRefreshAsked = false;
+  ClearBuffers();
+  TryFinally([&] { SetBufListSize(0); },
+             [&] { TryFinally([&] { InternalClose(); }, [&] { DestroyFields(); }); });
+}
+
+void TDataSet::CloseForGood() {
+  if (!Active()) return;
+  if (FState == dsFilter || FState == dsCalcFields) {
+    RaiseError("A data set cannot be closed while one of its rows is filtered or calculated");
+  }
+  CloseCursor();
 }
 
 void TDataSet::Close() {
-  if (!FActive) return;
-  FActive = false;
-  FEmpty = FEof = true;
-  InternalClose();
-  ClearDefaultFields();
+  if (!Active()) return;
+  if (FEvents != nullptr && !FireBefore(TDataSetEvent::BeforeClose)) return;
+  const TAlive alive(this);
+  CloseForGood();
+  DataEvent(TDataEvent::deUpdateState);
+  if (alive && !Active()) Fire(TDataSetEvent::AfterClose);
+}
+
+bool TDataSet::Bof() const {
+  CheckActive();
+  return FBof;
 }
 
 bool TDataSet::Eof() const {
@@ -48,25 +103,190 @@ bool TDataSet::Eof() const {
 
 bool TDataSet::IsEmpty() const {
   CheckActive();
-  return FEmpty;
+  return FDirect ? FEmpty : FRing.Count() == 0;
 }
 
-void TDataSet::First() {
-  CheckActive();
-  if (!FMoved) return;
-  FEmpty = FEof = true;
-  InternalFirst();
-  FEmpty = FEof = !InternalNext();
-  FMoved = false;
+// --- events ---
+
+const TNotifyEvent& TDataSet::NotifyEvent(TDataSetEvent event) const {
+  static const TNotifyEvent kNone;
+  return FEvents == nullptr ? kNone : FEvents->notify[static_cast<std::size_t>(event)];
 }
 
-void TDataSet::Next() {
-  CheckActive();
-  if (FEof) return;
-  FMoved = true;
-  FEof = true;  // and it stays so when the move fails
-  FEof = !InternalNext();
+TDataSetEvents& TDataSet::NeedEvents() {
+  if (FEvents == nullptr) FEvents = std::make_unique<TDataSetEvents>();
+  return *FEvents;
 }
+
+void TDataSet::NotifyEvent(TDataSetEvent event, TNotifyEvent handler) {
+  NeedEvents().notify[static_cast<std::size_t>(event)] = std::move(handler);
+}
+
+void TDataSet::OnError(TDataSetOperation operation, TDataSetErrorEvent event) {
+  NeedEvents().error[static_cast<std::size_t>(operation)] = std::move(event);
+}
+
+void TDataSet::Fire(TDataSetEvent event) {
+  if (FEvents == nullptr) return;
+  if (const TNotifyEvent& handler = NotifyEvent(event)) handler(this);
+}
+
+// False when the handler has changed the state, so that the operation is not what was asked for.
+bool TDataSet::FireBefore(TDataSetEvent event) {
+  const TAlive alive(this);
+  const TDataSetState state = FState;
+  Fire(event);
+  return alive && FState == state;
+}
+
+void TDataSet::DoAfterOpen() { Fire(TDataSetEvent::AfterOpen); }
+void TDataSet::DoBeforeScroll() { Fire(TDataSetEvent::BeforeScroll); }
+void TDataSet::DoAfterScroll() { Fire(TDataSetEvent::AfterScroll); }
+
+void TDataSet::SetState(TDataSetState state) {
+  if (FState == state) return;
+  FState = state;
+  FModified = false;
+  DataEvent(TDataEvent::deUpdateState);
+}
+
+void TDataSet::InternalHandleException() { Application()->HandleException(this); }
+
+// --- filtering and calculating ---
+
+const TFilterRecordEvent& TDataSet::OnFilterRecord() const {
+  static const TFilterRecordEvent kNone;
+  return FEvents == nullptr ? kNone : FEvents->filter;
+}
+
+void TDataSet::OnFilterRecord(TFilterRecordEvent event) {
+  const TAlive alive(this);
+  if (Active()) CheckBrowseMode();
+  if (!alive) return;
+  if (Active() && FFiltered) NeedBuffers();
+  NeedEvents().filter = std::move(event);
+  if (Active() && FFiltered) First();
+}
+
+void TDataSet::Filtered(bool filtered) {
+  if (FFiltered == filtered) return;
+  const TAlive alive(this);
+  if (Active()) CheckBrowseMode();
+  if (!alive) return;
+  if (Active()) NeedBuffers();
+  FFiltered = filtered;
+  if (Active()) First();
+}
+
+namespace {
+// A state of the data set, and a buffer that fields are to speak of, for the length of a scope.
+template <class TRestoring>
+class TScopeEnd {
+ public:
+  explicit TScopeEnd(TRestoring restore) : FRestore(restore) {}
+  ~TScopeEnd() { FRestore(); }
+  TScopeEnd(const TScopeEnd&) = delete;
+  TScopeEnd& operator=(const TScopeEnd&) = delete;
+
+ private:
+  TRestoring FRestore;
+};
+}  // namespace
+
+bool TDataSet::FilterRecord(TRecordBuffer buffer) {
+  if (!FFiltered || !OnFilterRecord()) return true;
+  const TRecordBuffer outer = std::exchange(FFilterBuffer, buffer);
+  const TDataSetState state = SetTempState(dsFilter);
+  const TScopeEnd restore([&] {
+    FFilterBuffer = outer;
+    RestoreState(state);
+  });
+  bool accept = true;
+  OnFilterRecord()(this, accept);
+  return accept;
+}
+
+void TDataSet::GetCalcFields(TRecordBuffer buffer) {
+  if (FCalcFieldsSize == 0) return;
+  ClearCalcFields(buffer);
+  if (!OnCalcFields()) return;
+  const TRecordBuffer outer = std::exchange(FCalcBuffer, buffer);
+  const TDataSetState state = SetTempState(dsCalcFields);
+  const TScopeEnd restore([&] {
+    FCalcBuffer = outer;
+    RestoreState(state);
+  });
+  try {
+    Fire(TDataSetEvent::OnCalcFields);
+  } catch (...) {
+    InternalHandleException();
+  }
+}
+
+bool TDataSet::ReadCalcField(const std::byte* area, const TField& field, void* buffer) {
+  const std::byte* const cell = area + field.Offset();
+  if (cell[0] == std::byte{0}) return false;
+  if (buffer != nullptr) std::memcpy(buffer, cell + 1, static_cast<std::size_t>(field.DataSize()));
+  return true;
+}
+
+void TDataSet::WriteCalcField(std::byte* area, const TField& field, const void* data) {
+  std::byte* const cell = area + field.Offset();
+  cell[0] = data == nullptr ? std::byte{0} : std::byte{1};
+  if (data == nullptr) return;
+  if (field.DataType() == TFieldType::ftString) {
+    // The text may end before the field does.
+    const auto* text = static_cast<const char*>(data);
+    std::memcpy(cell + 1, text, std::strlen(text) + 1);
+  } else {
+    std::memcpy(cell + 1, data, static_cast<std::size_t>(field.DataSize()));
+  }
+}
+
+// --- what a subclass may leave as it is ---
+
+TRecordBuffer TDataSet::AllocRecordBuffer() {
+  return new std::byte[static_cast<std::size_t>(GetRecordSize())]();
+}
+void TDataSet::FreeRecordBuffer(TRecordBuffer buffer) { delete[] buffer; }
+
+void TDataSet::SetFieldData(TField* field, const void*) {
+  RaiseError(Format("Field %s belongs to a data set that cannot be written", field->FieldName()));
+}
+
+std::string TDataSet::GetBlobData(TField* field) {
+  RaiseError(Format("Field %s holds no large object", field->FieldName()));
+}
+
+void TDataSet::SetBlobData(TField* field, std::string_view) { SetFieldData(field, nullptr); }
+
+std::unique_ptr<TStream> TDataSet::CreateBlobStream(TField* field, TBlobStreamMode mode) {
+  return std::make_unique<TIBlobStream>(field, mode);
+}
+
+const std::shared_ptr<const TColumnLayout>& TDataSet::RowLayout() const {
+  static const std::shared_ptr<const TColumnLayout> kNone;
+  return kNone;
+}
+
+void TDataSet::RowCell(int, TCell&) const { RaiseError("This data set has no cells"); }
+
+void TDataSet::ValidateField(TField* field) {
+  if (const TNotifyEvent& event = field->OnValidate()) event(field);
+}
+
+void TDataSet::CheckActive() const {
+  if (!Active()) {
+    RaiseError(Format("Cannot perform this operation on a closed data set%s",
+                      Name().empty() ? "" : " (" + Name() + ")"));
+  }
+}
+
+void TDataSet::RaiseError(const std::string& message) {
+  throw EDatabaseError(TDatabaseErrorKind::other, 0, message, "");
+}
+
+// --- fields ---
 
 int TDataSet::FieldCount() const {
   NeedFields();
@@ -93,46 +313,13 @@ TField* TDataSet::FieldByName(std::string_view name) const {
   RaiseError(Format("%s: Field '%s' not found", Name().empty() ? ClassName() : Name(), name));
 }
 
-void TDataSet::SetFieldData(TField* field, const void*) {
-  RaiseError(Format("Field %s belongs to a data set that cannot be written", field->FieldName()));
-}
-
-std::string TDataSet::GetBlobData(TField* field) {
-  RaiseError(Format("Field %s holds no large object", field->FieldName()));
-}
-
-void TDataSet::SetBlobData(TField* field, std::string_view) { SetFieldData(field, nullptr); }
-
-const std::shared_ptr<const TColumnLayout>& TDataSet::RowLayout() const {
-  static const std::shared_ptr<const TColumnLayout> kNone;
-  return kNone;
-}
-
-void TDataSet::RowCell(int, TCell&) const { RaiseError("This data set has no cells"); }
-
-void TDataSet::InternalFirst() {
-  InternalClose();
-  InternalOpen();
-}
-
-void TDataSet::CheckActive() const {
-  if (!FActive) {
-    RaiseError(Format("Cannot perform this operation on a closed data set%s",
-                      Name().empty() ? "" : " (" + Name() + ")"));
-  }
-}
-
-void TDataSet::RaiseError(const std::string& message) {
-  throw EDatabaseError(TDatabaseErrorKind::other, 0, message, "");
-}
-
 void TDataSet::AddField(TField* field) {
   for (const TField* other : FFields) {
     if (SameText(other->FieldName(), field->FieldName())) {
       RaiseError(Format("Duplicate field name '%s'", field->FieldName()));
     }
   }
-  if (FActive && !FMakingFields) RaiseError("Fields cannot be added to an open data set");
+  if (Active() && !FMakingFields) RaiseError("Fields cannot be added to an open data set");
   FFields.push_back(field);
   NumberFields();
 }
@@ -144,26 +331,58 @@ void TDataSet::RemoveField(TField* field) {
 
 void TDataSet::NumberFields() {
   int number = 0;
+  int offset = 0;
   for (std::size_t i = 0; i < FFields.size(); ++i) {
-    FFields[i]->FIndex = static_cast<int>(i);
-    FFields[i]->FFieldNo = FFields[i]->Calculated() ? 0 : ++number;
+    TField& field = *FFields[i];
+    field.FIndex = static_cast<int>(i);
+    field.FFieldNo = field.Calculated() ? 0 : ++number;
+    // Buffers of an open data set keep the places that they were made with.
+    if (Active() || !field.Calculated()) continue;
+    field.FOffset = offset;
+    offset += 1 + field.DataSize();
   }
+  if (!Active()) FCalcFieldsSize = offset;
   InternalFieldsChanged();
+}
+
+void TDataSet::FieldPropertyChanged() {
+  if (Active() && !FLinks.empty()) DataEvent(TDataEvent::deLayoutChange);
 }
 
 // Asking for fields is const for the caller: they are a view of columns that exist already.
 void TDataSet::NeedFields() const {
-  if (!FActive || !FFields.empty() || FDefaultFields) return;
+  if (!Active() || !FFields.empty() || FDefaultFields) return;
   auto* self = const_cast<TDataSet*>(this);
-  self->FDefaultFields = true;
-  self->FMakingFields = true;
-  TryFinally([&] { self->InternalCreateFields(); }, [&] { self->FMakingFields = false; });
+  self->InternalInitFieldDefs();
+  self->CreateFields();
 }
 
-void TDataSet::ClearDefaultFields() {
+void TDataSet::CreateFields() {
+  FDefaultFields = true;
+  FMakingFields = true;
+  TryFinally(
+      [&] {
+        for (const TFieldDef& def : FFieldDefs) {
+          NewField(this, def.type, def.name, def.size)->Required(def.required);
+        }
+      },
+      [&] { FMakingFields = false; });
+}
+
+void TDataSet::DestroyFields() {
   if (!FDefaultFields) return;
   while (!FFields.empty()) FFields.back()->Free();
   FDefaultFields = false;
+}
+
+void TDataSet::BindFields() {
+  for (const TField* field : FFields) {
+    const bool known = field->Calculated() ||
+                       std::any_of(FFieldDefs.begin(), FFieldDefs.end(), [&](const auto& def) {
+                         return SameText(def.name, field->FieldName());
+                       });
+    if (!known) RaiseError(Format("Field '%s' is no column of the data set", field->FieldName()));
+  }
 }
 
 }  // namespace perlayer

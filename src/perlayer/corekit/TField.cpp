@@ -46,8 +46,29 @@ void TField::Destroy() {
 }
 
 void TField::Calculated(bool calculated) {
+  if (FDataSet != nullptr && FDataSet->Active()) {
+    Raise(Format("Field %s belongs to an open data set: it stays as it is", FFieldName));
+  }
   FCalculated = calculated;
   if (FDataSet != nullptr) FDataSet->NumberFields();
+}
+
+void TField::Visible(bool visible) {
+  FVisible = visible;
+  if (FDataSet != nullptr) FDataSet->FieldPropertyChanged();
+}
+
+void TField::DisplayLabel(std::string_view label) {
+  FDisplayLabel = label;
+  if (FDataSet != nullptr) FDataSet->FieldPropertyChanged();
+}
+
+bool TField::CanModify() const {
+  return !FReadOnly && !FCalculated && FDataSet != nullptr && FDataSet->CanModify();
+}
+
+void TField::FocusControl() {
+  if (FDataSet != nullptr) FDataSet->DataEvent(TDataEvent::deFocusControl, {this, 0});
 }
 
 bool TField::IsBlob() const {
@@ -56,17 +77,48 @@ bool TField::IsBlob() const {
 
 bool TField::GetData(void* buffer) const {
   if (FDataSet == nullptr) Raise(Format("Field %s belongs to no data set", FFieldName));
-  return FDataSet->GetFieldData(const_cast<TField*>(this), buffer);
-}
-
-void TField::SetData(const void* buffer) {
-  CheckWritable();
-  FDataSet->SetFieldData(this, buffer);
+  if (!FValidating) return FDataSet->GetFieldData(const_cast<TField*>(this), buffer);
+  if (FPending == nullptr || buffer == nullptr) return FPending != nullptr;
+  // A text may end before the field does.
+  const std::size_t size = DataType() == TFieldType::ftString
+                               ? std::strlen(static_cast<const char*>(FPending)) + 1
+                               : static_cast<std::size_t>(DataSize());
+  std::memcpy(buffer, FPending, size);
+  return true;
 }
 
 void TField::CheckWritable() const {
   if (FDataSet == nullptr) Raise(Format("Field %s belongs to no data set", FFieldName));
-  if (FReadOnly || FCalculated) Raise(Format("Field %s cannot be modified", DisplayLabel()));
+  FDataSet->CheckFieldWritable(*this);
+}
+
+template <class TStore>
+void TField::Write(const void* pending, TStore store) {
+  CheckWritable();
+  if (FDataSet->State() == TDataSetState::dsCalcFields) return store();
+  const TAlive alive(this);
+  FPending = pending;
+  FValidating = true;
+  TryFinally([&] { FDataSet->ValidateField(this); },
+             [&] {
+               if (alive) FValidating = false;
+             });
+  if (!alive) return;
+  CheckWritable();  // what validated may have ended the editing
+  // Whatever was looked at meanwhile, the row that is edited is the active one.
+  FDataSet->UpdateCursorPos();
+  // What the row itself asks for meanwhile, a refresh say, waits until the value is stored.
+  TDataSet* const dataSet = FDataSet;
+  const TAlive dataSetAlive(dataSet);
+  const bool outer = std::exchange(dataSet->FOperating, true);
+  TryFinally(store, [&] {
+    if (dataSetAlive) dataSet->FOperating = outer;
+  });
+  if (alive && FDataSet->Active()) FDataSet->DataEvent(TDataEvent::deFieldChange, {this, 0});
+}
+
+void TField::SetData(const void* buffer) {
+  Write(buffer, [&] { FDataSet->SetFieldData(this, buffer); });
 }
 
 void TField::RaiseAccess(const char* type) const {
@@ -180,12 +232,15 @@ void TDateTimeField::AsDateTime(TDateTime value) {
 }
 
 std::string TBlobField::AsString() const {
+  const void* pending = nullptr;
+  if (Pending(pending)) {
+    return pending == nullptr ? "" : std::string(*static_cast<const std::string_view*>(pending));
+  }
   return DataSet()->GetBlobData(const_cast<TBlobField*>(this));
 }
 Variant TBlobField::AsVariant() const { return IsNull() ? Variant::Null() : Variant(AsString()); }
 void TBlobField::AsString(std::string_view text) {
-  CheckWritable();
-  DataSet()->SetBlobData(this, text);
+  Write(&text, [&] { DataSet()->SetBlobData(this, text); });
 }
 
 TField* NewField(TDataSet* dataSet, TFieldType type, std::string_view name, int size) {

@@ -10,6 +10,9 @@
 //   date-time   double: milliseconds since the day before 1 January 1, (days + 693594) * 8.64e7
 //   memo, blob  not in the buffer; see TDataSet::GetBlobData
 //
+// Writing needs the data set in edit or insert state. The value is shown to OnValidate first, which
+// reads it from the field and may raise; then it is stored, and OnChange is told.
+//
 // A field is owned by its data set. Main thread only.
 
 #include <cstdint>
@@ -18,6 +21,7 @@
 
 #include "perlayer/corekit/TComponent.h"
 #include "perlayer/platform/TDateTime.h"
+#include "perlayer/platform/TDelegate.h"
 #include "perlayer/platform/Variant.h"
 
 namespace perlayer {
@@ -49,21 +53,25 @@ class TField : public TComponent {
   virtual int DataSize() const { return 0; }
   int Index() const { return FIndex; }      // position in the data set
   int FieldNo() const { return FFieldNo; }  // from 1 for stored columns, 0 for calculated ones
+  int Offset() const { return FOffset; }    // of a calculated field, within those
   bool IsBlob() const;
 
   bool Calculated() const { return FCalculated; }
-  void Calculated(bool calculated);
+  void Calculated(bool calculated);  // raises EDatabaseError while the data set is open
   bool ReadOnly() const { return FReadOnly; }
   void ReadOnly(bool readOnly) { FReadOnly = readOnly; }
+  bool CanModify() const;  // neither the field nor its data set is read-only
+  // Raises EDatabaseError, saying why, when the field cannot be written now.
+  void CheckWritable() const;
   bool Visible() const { return FVisible; }
-  void Visible(bool visible) { FVisible = visible; }
+  void Visible(bool visible);
   bool Required() const { return FRequired; }
   void Required(bool required) { FRequired = required; }
   // The field's name until a label is set.
   const std::string& DisplayLabel() const {
     return FDisplayLabel.empty() ? FFieldName : FDisplayLabel;
   }
-  void DisplayLabel(std::string_view label) { FDisplayLabel = label; }
+  void DisplayLabel(std::string_view label);
   // Eight TAB-separated positions; see TIValidInfo.h.
   const std::string& ValidString() const { return FValidString; }
   void ValidString(std::string_view text) { FValidString = text; }
@@ -83,6 +91,13 @@ class TField : public TComponent {
   virtual void AsDateTime(TDateTime value);
   void Clear();  // writes null
 
+  const TNotifyEvent& OnValidate() const { return FOnValidate; }
+  void OnValidate(TNotifyEvent event) { FOnValidate = std::move(event); }
+  const TNotifyEvent& OnChange() const { return FOnChange; }
+  void OnChange(TNotifyEvent event) { FOnChange = std::move(event); }
+  // Asks whoever shows the field to lead the user to it.
+  void FocusControl();
+
   // The text a user edits: that being typed while an editor has set one, else AsString().
   std::string EditText() const { return FEditing ? FEditText : AsString(); }
   void EditText(std::string_view text);
@@ -90,14 +105,28 @@ class TField : public TComponent {
 
  protected:
   [[noreturn]] void RaiseAccess(const char* type) const;
-  void CheckWritable() const;
   bool GetData(void* buffer) const;
   void SetData(const void* buffer);
+  // Validates, runs `store`, tells the change. `pending` is the value, as SetData takes it; of a
+  // blob it is a std::string_view.
+  template <class TStore>
+  void Write(const void* pending, TStore store);
+  // The value being validated: true while there is one.
+  bool Pending(const void*& value) const {
+    value = FPending;
+    return FValidating;
+  }
 
  private:
   friend class TDataSet;
+  void Change() {
+    if (FOnChange) FOnChange(this);
+  }
 
   TDataSet* FDataSet = nullptr;  // owns this field
+  TNotifyEvent FOnValidate;
+  TNotifyEvent FOnChange;
+  const void* FPending = nullptr;
   std::string FFieldName;
   std::string FDisplayLabel;
   std::string FValidString;
@@ -105,11 +134,13 @@ class TField : public TComponent {
   int FSize = 0;
   int FIndex = -1;
   int FFieldNo = 0;
+  int FOffset = 0;
   bool FCalculated = false;
   bool FReadOnly = false;
   bool FVisible = true;
   bool FRequired = false;
   bool FEditing = false;
+  bool FValidating = false;
 };
 
 class TStringField : public TField {

@@ -1,8 +1,6 @@
 #include "perlayer/corekit/TIQuery.h"
 
 #include <algorithm>
-#include <cstring>
-#include <limits>
 
 #include "perlayer/corekit/TIDatabase.h"
 #include "perlayer/corekit/TIUpdateSQL.h"
@@ -14,49 +12,18 @@ namespace perlayer {
 
 namespace {
 
-constexpr int kUnknownColumn = -2;
-
-TFieldType FieldTypeOf(TColumnType type) {
-  switch (type) {
-    case TColumnType::number:
-      return TFieldType::ftFloat;
-    case TColumnType::dateTime:
-      return TFieldType::ftDateTime;
-    case TColumnType::memo:
-      return TFieldType::ftMemo;
-    case TColumnType::blob:
-      return TFieldType::ftBlob;
-    case TColumnType::text:
-      break;
-  }
-  return TFieldType::ftString;
-}
-
 bool IsIn(const std::vector<int>& positions, int position) {
   return std::find(positions.begin(), positions.end(), position) != positions.end();
-}
-
-double NumberOf(const TCell& cell, const TField& field) {
-  switch (cell.kind) {
-    case TCellKind::integer:
-      return static_cast<double>(cell.integer);
-    case TCellKind::number:
-      return cell.number;
-    default: {
-      double value = 0;
-      if (TryStrToFloat(cell.text, value)) return value;
-      throw EConvertError(Format("Field %s: '%s' is not a number", field.FieldName(), cell.text));
-    }
-  }
 }
 
 }  // namespace
 
 std::string TIParam::AsString() const {
-  return IsNull() ? std::string() : FKind == TKind::number ? FloatToStr(FNumber) : FText;
+  return IsNull() ? std::string() : Kind() == TKind::number ? FloatToStr(Number()) : Text();
 }
 
 void TIQuery::Destroy() {
+  CloseForGood();
   ReleaseStatement();
   FreeAndNil(FLines);
   TDataSet::Destroy();
@@ -178,7 +145,18 @@ void TIQuery::Prepare() {
 
 void TIQuery::ReleaseStatement() noexcept {
   if (FPrepared == nullptr) return;
-  Close();
+  const TAlive alive(this);
+  try {
+    Close();
+  } catch (...) {
+    InternalHandleException();
+  }
+  if (!alive || FPrepared == nullptr) return;
+  if (Active()) {  // an event was against it, but the statement has to go
+    CloseForGood();
+    DataEvent(TDataEvent::deUpdateState, {});
+    if (!alive || FPrepared == nullptr) return;
+  }
   FDatabase->Session().GiveBack(FPrepared);
   FDatabase->QueryUnprepared(this);
   FPrepared = nullptr;
@@ -186,36 +164,35 @@ void TIQuery::ReleaseStatement() noexcept {
   FLayout.reset();
 }
 
-// A run reads the bound memory until its end. One that lasts longer than this call gets copies, so
-// that its parameters can be given new values meanwhile.
-void TIQuery::BindParameters(bool copy) {
+void TIQuery::CheckParameters() {
   SyncParameters();
-  if (copy && FBoundTexts.size() < FParams.size()) FBoundTexts.resize(FParams.size());
-  const auto textOf = [&](std::size_t i) -> const std::string& {
-    return copy ? FBoundTexts[i] = FParams[i].Text() : FParams[i].Text();
-  };
   for (std::size_t i = 0; i < FParams.size(); ++i) {
     const TIParam& param = FParams[i];
+    if (param.Kind() != TIParam::TKind::unbound) continue;
+    if (IsIn(FPrepared->Returns(), static_cast<int>(i))) continue;  // it is given a value
+    throw EDatabaseError(TDatabaseErrorKind::other, 0,
+                         Format("Parameter '%s' has no value", param.Name()), SQLText());
+  }
+}
+
+// A run reads the bound memory until its end: parameters keep it for that long.
+void TIQuery::BindRun(TDriverStatement& statement) {
+  for (std::size_t i = 0; i < FParams.size(); ++i) {
+    const TIParam::TValue& value = FParams[i].RunValue();
     const int position = static_cast<int>(i);
-    switch (param.Kind()) {
+    switch (value.kind) {
       case TIParam::TKind::unbound:
-        if (IsIn(FPrepared->Returns(), position)) {
-          FPrepared->BindNull(position);
-          break;
-        }
-        throw EDatabaseError(TDatabaseErrorKind::other, 0,
-                             Format("Parameter '%s' has no value", param.Name()), SQLText());
       case TIParam::TKind::null:
-        FPrepared->BindNull(position);
+        statement.BindNull(position);
         break;
       case TIParam::TKind::text:
-        FPrepared->BindText(position, textOf(i));
+        statement.BindText(position, value.text);
         break;
       case TIParam::TKind::number:
-        FPrepared->BindNumber(position, param.Number());
+        statement.BindNumber(position, value.number);
         break;
       case TIParam::TKind::blob:
-        FPrepared->BindBlob(position, std::as_bytes(std::span(textOf(i))));
+        statement.BindBlob(position, std::as_bytes(std::span(value.text)));
         break;
     }
   }
@@ -246,122 +223,23 @@ void TIQuery::TakeReturned() {
   }
 }
 
-void TIQuery::InternalOpen() {
-  Prepare();
-  BindParameters(true);
-  FColumns.clear();
-}
-
-void TIQuery::InternalClose() {
-  FOnRow = false;
-  if (FPrepared != nullptr) FPrepared->Reset();
-}
-
-bool TIQuery::InternalNext() {
-  FOnRow = false;
-  FOnRow = FPrepared->Step();
-  if (FLayout == nullptr) FLayout = FPrepared->Layout();
-  return FOnRow;
-}
-
 std::int64_t TIQuery::ExecSQL() {
   Close();
   Prepare();
-  BindParameters(false);
+  CheckParameters();
+  for (TIParam& param : FParams) param.BeginRun();
   return TryFinally(
       [&] {
+        BindRun(*FPrepared);
         while (FPrepared->Step()) {
         }
         TakeReturned();
         return FPrepared->RowsAffected();
       },
-      [&] { FPrepared->Reset(); });
-}
-
-void TIQuery::InternalCreateFields() {
-  for (const TColumnInfo& column : FLayout->columns) {
-    // Two columns may have one name; the later ones are numbered, as no field can share a name.
-    std::string name = column.name;
-    for (int number = 1; FindField(name) != nullptr; ++number) {
-      name = column.name + "_" + IntToStr(number);
-    }
-    NewField(this, FieldTypeOf(column.type), name, column.size);
-  }
-}
-
-void TIQuery::RowCell(int column, TCell& cell) const {
-  CheckActive();
-  if (!FOnRow) {
-    cell = TCell();
-    return;
-  }
-  FPrepared->Cell(column, cell);
-}
-
-int TIQuery::ColumnOf(const TField* field) {
-  const auto index = static_cast<std::size_t>(field->Index());
-  if (FColumns.size() <= index) FColumns.resize(index + 1, kUnknownColumn);
-  if (FColumns[index] == kUnknownColumn) {
-    // Default fields stand in column order while all are there; others are bound by name.
-    const bool inOrder =
-        HasDefaultFields() && FieldCount() == static_cast<int>(FLayout->columns.size());
-    FColumns[index] = inOrder ? field->Index() : FLayout->IndexOf(field->FieldName());
-  }
-  if (FColumns[index] < 0) {
-    RaiseError(Format("Field '%s' is no column of the query", field->FieldName()));
-  }
-  return FColumns[index];
-}
-
-bool TIQuery::GetFieldData(TField* field, void* buffer) {
-  CheckActive();
-  const int column = ColumnOf(field);
-  if (!FOnRow) return false;
-  TCell cell;
-  FPrepared->Cell(column, cell);
-  if (cell.kind == TCellKind::null) return false;
-  if (buffer == nullptr) return true;
-  switch (field->DataType()) {
-    case TFieldType::ftString: {
-      const std::string text = cell.AsText();
-      const std::string_view cut =
-          CutToBytes(text, static_cast<std::size_t>(field->DataSize()) - 1);
-      std::memcpy(buffer, cut.data(), cut.size());
-      static_cast<char*>(buffer)[cut.size()] = '\0';
-      return true;
-    }
-    case TFieldType::ftInteger: {
-      const double number = NumberOf(cell, *field);
-      if (!(number >= std::numeric_limits<std::int32_t>::min() &&
-            number <= std::numeric_limits<std::int32_t>::max())) {
-        throw EConvertError(Format("Field %s: %s is beyond the numbers of an integer field",
-                                   field->FieldName(), FloatToStr(number)));
-      }
-      const auto value = static_cast<std::int32_t>(number);
-      std::memcpy(buffer, &value, sizeof value);
-      return true;
-    }
-    case TFieldType::ftFloat: {
-      const double value = NumberOf(cell, *field);
-      std::memcpy(buffer, &value, sizeof value);
-      return true;
-    }
-    case TFieldType::ftDateTime: {
-      const double value =
-          (NumberOf(cell, *field) + TDateTimeField::kDayZero) * kMillisecondsPerDay;
-      std::memcpy(buffer, &value, sizeof value);
-      return true;
-    }
-    default:
-      RaiseError(Format("Field '%s' is read by GetBlobData", field->FieldName()));
-  }
-}
-
-std::string TIQuery::GetBlobData(TField* field) {
-  CheckActive();
-  TCell cell;
-  RowCell(ColumnOf(field), cell);
-  return cell.AsText();
+      [&] {
+        for (TIParam& param : FParams) param.EndRun();
+        FPrepared->Reset();
+      });
 }
 
 }  // namespace perlayer

@@ -1,6 +1,16 @@
 #pragma once
 // TIQuery: a statement of a class map or an application, with its parameters, and its rows as a
-// data set that reads forward straight from the driver.
+// data set.
+//
+// Rows are read forward straight from the driver, without a buffer, as long as nobody needs more:
+// going back, Last, bookmarks, Locate, row numbers, filters, calculated fields or a TDataLink. From
+// then on the rows read are kept until the query closes. Rows that were passed before are then read
+// by a run of their own when somebody goes back to them; rows that have been seen since stay as
+// they were. A run goes on unchanged across writes, Commit and Rollback of its own session.
+//
+// Behind the last row, directly read fields have no values. First, of directly read rows, and
+// Refresh run the statement anew, with the values of parameters that it was opened with. A bookmark
+// is the number of the row and, as such, means something after reopening, too.
 //
 // The statement is a list of lines. A changed line closes the query; parameters found in the new
 // text keep the values that parameters of the same name had. Queries with equal text share one
@@ -8,6 +18,8 @@
 //
 // Main thread only.
 
+#include <cstdint>
+#include <exception>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -24,8 +36,9 @@ class TIDatabase;
 class TIUpdateSQL;
 
 class TIQuery : public TDataSet {
-  TCLASS(TIQuery, TDataSet)
+  TCLASS_WITH_DESTRUCTOR(TIQuery, TDataSet)
  public:
+  TIQuery();
   using TDataSet::Create;
   void Destroy() override;
 
@@ -79,19 +92,51 @@ class TIQuery : public TDataSet {
   std::string GetBlobData(TField* field) override;
   const std::shared_ptr<const TColumnLayout>& RowLayout() const override { return FLayout; }
   void RowCell(int column, TCell& cell) const override;
+  // A row of that number is there; rows before it are read to find out.
+  bool BookmarkValid(const TBookmark& bookmark) override;
+  int CompareBookmarks(const TBookmark& a, const TBookmark& b) override;
 
  protected:
+  ~TIQuery() override;
+  void SetFieldData(TField* field, const void* buffer) override;  // calculated fields only
   void InternalOpen() override;
   void InternalClose() override;
-  bool InternalNext() override;
-  void InternalCreateFields() override;
+  bool IsCursorOpen() override { return FRunning; }
+  bool CanReadDirectly() override;
+  bool InternalNext() override { return StepRow(); }
+  void InternalKeepRows(bool keep) override;
+  void InternalInitFieldDefs() override;
   void InternalFieldsChanged() override { FColumns.clear(); }
 
+  int GetRecordSize() override;
+  TGetResult GetRecord(TRecordBuffer buffer, TGetMode mode, bool doCheck) override;
+  void InternalFirst() override;
+  void InternalLast() override;
+  void InternalSetToRecord(TRecordBuffer buffer) override;
+  void InternalGotoBookmark(const void* bookmark) override;
+  void GetBookmarkData(TRecordBuffer buffer, void* data) override;
+  void SetBookmarkData(TRecordBuffer buffer, const void* data) override;
+  TBookmarkFlag GetBookmarkFlag(TRecordBuffer buffer) override;
+  void SetBookmarkFlag(TRecordBuffer buffer, TBookmarkFlag flag) override;
+  int GetRecordCount() override;
+  int GetRecNo() override;
+  bool GetCanModify() override { return false; }
+  void InternalRefresh() override;
+  void ClearCalcFields(TRecordBuffer buffer) override;
+
  private:
+  struct TKept;  // the rows that are kept; see TIQueryRows.cpp
   void LinesChanged(TObject*);
-  void BindParameters(bool copy);
   void TakeReturned();
+  void CheckParameters();
+  void BindRun(TDriverStatement& statement);
   void SyncParameters() const;
+  void StartRun();
+  bool StepRow();
+  TGetResult MoveCursor(TGetMode mode);
+  bool ReadTo(std::int64_t row);
+  void ReadEarlierRows();
+  bool HasRow(std::int64_t row);
   int ColumnOf(const TField* field);  // raises when there is none
 
   // The text: FLines is made when somebody asks for lines; FStatement is stale while FLinesNewer.
@@ -100,10 +145,8 @@ class TIQuery : public TDataSet {
   mutable bool FLinesNewer = false;
   bool FQueryAllRecords = false;
   bool FRequestLive = false;
-  bool FOnRow = false;
   mutable TStatementTextPtr FParamsOf;  // the text that FParams belongs to
   mutable std::vector<TIParam> FParams;
-  std::vector<std::string> FBoundTexts;  // what an open run was bound to, by parameter
   std::string FDatabaseName;
   std::string FCaption;
   TObjectHandle FUpdateObject;
@@ -111,7 +154,13 @@ class TIQuery : public TDataSet {
   TIDatabase* FDatabase = nullptr;        // looked up, not owned; set while prepared
   TDriverStatement* FPrepared = nullptr;  // taken from the database's session
   std::shared_ptr<const TColumnLayout> FLayout;
-  std::vector<int> FColumns;  // field index to column, filled as fields are read; -2 is unknown
+  bool FRunning = false;
+  bool FOnRow = false;           // the driver stands on a row that is not kept
+  bool FEnded = false;           // the run has given its last row, or failed
+  std::int64_t FRowsRead = 0;    // by the run
+  std::exception_ptr FFailure;   // how it failed
+  std::unique_ptr<TKept> FKept;  // nullptr while rows are read directly
+  std::vector<int> FColumns;     // field index to column, filled as fields are read; -2 is unknown
 };
 
 }  // namespace perlayer
