@@ -8,6 +8,7 @@
 #include "fuzz/Fuzz.h"
 #include "perlayer/corekit/EDatabaseError.h"
 #include "perlayer/drivers/sqlite/SqliteFunctions.h"
+#include "perlayer/drivers/sqlite/TSqlTranslator.h"
 
 namespace perlayer {
 
@@ -40,6 +41,11 @@ class TMemoryDatabase {
   TMemoryDatabase(const TMemoryDatabase&) = delete;
   TMemoryDatabase& operator=(const TMemoryDatabase&) = delete;
 
+  void Try(const TSqlTranslation& translation) {
+    for (const TSqlTranslation::TStep& step : translation.steps) {
+      Try(translation.sql.substr(step.offset, step.length));
+    }
+  }
   // Prepares the statement and, when it only reads, runs it on some texts and numbers, all of which
   // may fail; nothing is ever changed.
   void Try(const std::string& sql) {

@@ -1,5 +1,5 @@
-// A statement is refused, or becomes one that the database prepares or refuses, no table being
-// known.
+// A statement is refused, or becomes one (a block several) that the database prepares or refuses,
+// no table being known.
 
 #include "fuzz/SqlTarget.h"
 #include "perlayer/drivers/sqlite/TSqlTranslator.h"
@@ -8,14 +8,15 @@ namespace perlayer {
 
 bool Takes(std::string_view input) {
   static TMemoryDatabase database;
-  std::string sql;
+  const TStatementText text(input);
+  TSqlTranslation translation;
   try {
-    sql = TranslateSql(input);
+    translation = TSqlTranslator(text, nullptr).Translate();
   } catch (const EDatabaseError& e) {
     RequireRefusal(e, input);
     return false;
   }
-  database.Try(sql);
+  database.Try(translation);
   return true;
 }
 

@@ -48,10 +48,10 @@ bool Takes(std::string_view input) {
   const TStatementText text(input);
   TSqlTranslation translation;
   if (!Translate(text, 0, translation)) return false;
-  database.Try(translation.sql);
+  database.Try(translation);
   if (translation.bindsThatMatter != 0 &&
       Translate(text, translation.bindsThatMatter, translation)) {
-    database.Try(translation.sql);
+    database.Try(translation);
   }
   return true;
 }

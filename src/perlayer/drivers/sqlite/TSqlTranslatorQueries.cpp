@@ -1,5 +1,7 @@
 // SELECT.
 
+#include <charconv>
+
 #include "perlayer/drivers/sqlite/TSqlOuterJoins.h"
 #include "perlayer/drivers/sqlite/TSqlRownum.h"
 #include "perlayer/drivers/sqlite/TSqlTranslator.h"
@@ -108,11 +110,14 @@ void TSqlTranslator::ForUpdate(std::size_t at) {
     FResult.waitMilliseconds = 0;
     ++at;
   } else if (FTokens.Is(at, "WAIT") && at + 1 < FEnd) {
-    double seconds = 0;
-    if (!TryStrToFloat(FTokens.Source(at + 1), seconds) || seconds > 1e6) {
+    constexpr int kMost = 1000000;
+    const std::string_view text = FTokens.Source(at + 1);
+    int seconds = 0;
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), seconds);
+    if (read.ec != std::errc() || read.ptr != text.data() + text.size() || seconds > kMost) {
       FTokens.Refuse(at + 1, "a number of seconds is expected here");
     }
-    FResult.waitMilliseconds = static_cast<int>(seconds * 1000);
+    FResult.waitMilliseconds = seconds * 1000;
     at += 2;
   }
   if (at < FEnd) {
