@@ -190,4 +190,20 @@ bool TIboData::AttributeModified(std::string_view AAttribute) const {
   return FValues.At(index) != FOldValues.At(index);
 }
 
+std::string TIboData::GetInsertStatement() const {
+  const std::string sql = FProvider->GetInsertStatement();
+  if (FDisableOptimizingUpdateQueries) return sql;
+  return FProvider->GetOptimizedInsertStatementForBo(sql, FOwner);
+}
+
+std::string TIboData::GetModifyStatement() const {
+  const std::string sql = FProvider->GetModifyStatement();
+  if (FDisableOptimizingUpdateQueries) return sql;
+  return FProvider->GetOptimizedModifyStatementForBo(sql, FOwner);
+}
+
+std::string TIboData::GetDeleteStatement() const {
+  return ConvertSQLStatement(FProvider->GetDeleteStatement());
+}
+
 }  // namespace perlayer

@@ -39,6 +39,13 @@ class TIboData {
   bool DisableOptimizingUpdateQueries() const { return FDisableOptimizingUpdateQueries; }
   void DisableOptimizingUpdateQueries(bool disable) { FDisableOptimizingUpdateQueries = disable; }
 
+  // The statements that write the owner's row: narrowed to what has changed, unless that is
+  // disabled for this object.
+  std::string GetInsertStatement() const;
+  std::string GetModifyStatement() const;
+  std::string GetDeleteStatement() const;
+  std::string ConvertSQLStatement(const std::string& sIn) const { return sIn; }
+
   // The first write after a load or commit keeps the values as they were.
   void SetAttrValue(std::string_view sAttr, std::string_view sValue);
   void SetAttrValueByIndex(int AIndex, std::string_view sValue);

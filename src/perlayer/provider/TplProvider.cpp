@@ -157,8 +157,7 @@ std::string TplProvider::GetTableNameKeyForDict() { return GetTableName(); }
 
 std::string TplProvider::GetTableName() {
   if (!FsTableName.empty()) return FsTableName;
-  const TOwned<TList> list(aiClassMap()->GetUpdateSQLList(FQueryName));
-  if (list->Count() == 0) throw Exception("No UpdateSQL for " + FQueryName);
+  const TOwned<TList> list = UpdateSQLList();
   const std::string insert = static_cast<TIUpdateSQL*>(list->Items(0))->Text(TIUpdateSQL::usInsert);
   const std::size_t owner = AsciiUpperCase(insert).find(FsTableOwner + ".");
   if (owner == std::string::npos) {

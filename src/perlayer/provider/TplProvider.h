@@ -108,6 +108,17 @@ class TplProvider : public TplAuthorizedObject {
   // The shared query that describes the fields of an object's statements.
   virtual TIQuery* GetQueryForBo(TplPerObject* APerObject);
 
+  // ASQL narrowed to the attributes that the object has changed; ASQL itself when that is switched
+  // off, not possible, or nothing has changed. Raise "Attribute not defined %s [%s]" for a column
+  // that is no attribute.
+  virtual std::string GetOptimizedInsertStatementForBo(const std::string& ASQL,
+                                                       TplPerObject* AplPerObject);
+  virtual std::string GetOptimizedModifyStatementForBo(const std::string& ASQL,
+                                                       TplPerObject* AplPerObject);
+  // Cuts the assignment of the ID out, by the first places where its name and its parameter stand.
+  virtual std::string RemoveIdFieldFromModifyStatement(const std::string& ASQL,
+                                                       const std::string& AIdAttrName);
+
   // Whether this provider makes objects of that class, by the rule of names.
   virtual bool CreatesClass(std::string_view AClassName);
   virtual std::string DoGetUser_IPLFieldName() { return "USER_IPL"; }
@@ -130,6 +141,25 @@ class TplProvider : public TplAuthorizedObject {
   // A timing aid: FetchObject, then 20001 rounds of fetching from the open row. Answers nullptr.
   TplPerObject* FetchObjectTest(TObject* ARetainer, const std::string& FetchSpec,
                                 bool bIncludeSubclasses);
+
+  // The statements that write a row of the class, made on first use from the update SQL of the
+  // class map: one statement, or for several tables a block of one for each. Inserts and updates go
+  // by the order of the map, deletes the other way round. Raise "No UpdateSQL for %s".
+  void GetSQLStatements();
+  std::string GetInsertStatement();
+  std::string GetModifyStatement();
+  std::string GetDeleteStatement();
+  // The text of the class's query, whole and without the line below its last WHERE.
+  std::string GetSelectStatement();
+  std::string GetSelectStatementWithoutParameters();
+  // One statement narrowed; empty when the object has changed nothing in it.
+  std::string OptimizeInsertStatement(TplPerObject* AplPerObject, const std::string& ASQL);
+  std::string OptimizeModifyStatement(TplPerObject* AplPerObject, const std::string& ASQL);
+  // False for a statement that returns values: it keeps its columns.
+  bool AllowedToOptimizeQuery(const std::string& ASQL);
+  // The list becomes the statements of a block.
+  void GetSQLStatementsList(const std::string& ACombinedSQLStatement, TStringList& ASQLList);
+
   // Raises the exception that tells a row whose class cannot be told. May be called on nullptr.
   [[noreturn]] static TplProvider* CannotDetermineProvider(
       TplProvider* AProvider, const std::string& AField, const std::string& ACurrentValue,
@@ -194,6 +224,11 @@ class TplProvider : public TplAuthorizedObject {
   void aiIncludeDeactivated(bool include) { FIncludeDeactivated = include; }
   std::string aiCaption() { return GetCaption(); }
   std::string aiTableNameKeyForDict() { return GetTableNameKeyForDict(); }
+  std::string aiInsertStatement() { return GetInsertStatement(); }
+  std::string aiModifyStatement() { return GetModifyStatement(); }
+  std::string aiDeleteStatement() { return GetDeleteStatement(); }
+  std::string aiSelectStatement() { return GetSelectStatement(); }
+  std::string aiSelectStatementWithoutParameters() { return GetSelectStatementWithoutParameters(); }
   const std::string& FetchSpecOfLastFetch() const { return FsFetchSpec; }
 
  protected:
@@ -208,6 +243,9 @@ class TplProvider : public TplAuthorizedObject {
   std::string FsTableName;
   std::string FsTableOwner;
   TIProviderOptimizationSet FOptimizationSet;
+  std::string fInsertStatement;
+  std::string fModifyStatement;
+  std::string fDeleteStatement;
   std::string FTablePrefix;
   TIOnParseParamText FOnParseParamText;
   TStringList* FDefaults = nullptr;  // owned
@@ -222,6 +260,10 @@ class TplProvider : public TplAuthorizedObject {
 
  private:
   void AppendActiveCondition(TIQuery* query);
+  TOwned<TList> UpdateSQLList();  // not empty
+  template <class TNarrow>
+  std::string Narrowed(const std::string& ASQL, TplPerObject* AplPerObject,
+                       TIProviderOptimization optimization, TNarrow narrow);
   std::string RowText(TDataSet* ds, const std::string& field);
   void CheckOneRow(TIQuery* query, TplPerObject* object, const std::string& FetchSpec);
 
