@@ -18,11 +18,13 @@ void TplPerObject::Create(TPlBaseObject* AOwner, TObject* ARetainer) {
   }
   FProvider = provider;
   TplDomainObject::Create(AOwner, ARetainer);
+  FbRegisterNotify = provider->GetRegisterNotify();
   data.Create(this, this);
 }
 
 void TplPerObject::Destroy() {
   FDestroying = true;
+  ReleaseEditing();
   TplDomainObject::Destroy();
 }
 
@@ -53,18 +55,8 @@ std::string TplPerObject::GetGlobalID() { return FProvider->GetTableNameKeyForDi
 
 void TplPerObject::DoAfterLoad() { SetNotify(true); }
 
-// Registration with the database session comes with sessions: nothing to register yet.
-void TplPerObject::SetNotify(bool) {}
-
 void TplPerObject::ResetInternalCache() {
   throw Exception(Format("Reset internal cache not implemented : %s", ClassName()));
-}
-
-void TplPerObject::SetObjectMarkedDeleted(bool AMarkedDeleted) {
-  if (AMarkedDeleted == FbObjectMarkedDeleted) return;
-  FbObjectMarkedDeleted = AMarkedDeleted;
-  // The same action for marking and unmarking: listeners read the flag.
-  CallNotifyAction(this, TIBaseObjectAction::paMarkedDeleted, nullptr);
 }
 
 TPlClassMetaData* TplPerObject::GetMetaData() { return FProvider->GetMetaData(); }
@@ -81,10 +73,9 @@ void TplPerObject::DiposeNewlyCreatedMe() {
   data.SetAttrValue(FProvider->GetIDAttrName(), CDefNumericNoIdValue());
 }
 
-void TplPerObject::SaveData() { NotImplemented("TplPerObject.SaveData"); }
-
 void TplPerObject::InitializeFromDataSet(TDataSet* ADataSet) {
   data.InitFromDataSet(ADataSet);
+  if (Is<TplProviderDBLink>(FProvider)) DoForceCommitAfterLoad();
   SetInitializingBo(true);
   TryFinally([&] { DoAfterLoad(); }, [&] { SetInitializingBo(false); });
 }

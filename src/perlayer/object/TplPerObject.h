@@ -2,12 +2,17 @@
 // TplPerObject: the base class of every persistent business object. One instance stands for one
 // row, identified by its provider and an ID. Applications derive their classes from it.
 //
-// All values are text in the store `data`; typed reading converts on the way out. The number that
-// stands for no value is kNoFloat, the date kNoDate.
+// All values are text in the store `data`; typed access converts on the way in and out. The number
+// that stands for no value is kNoFloat, the date kNoDate.
 //
-// So far an object is made, loaded, read and told of; editing and saving come next, see
-// docs/architecture.md. Belongs to the main thread.
+// The road of a change: SetAttrValue takes the object into edit state (TryEdit: lock and Touch),
+// writes and validates; SaveData posts, runs one statement within a counted transaction and hears
+// from dbProvider() how that ended. After any failure the object keeps the values that the user
+// entered, and can be corrected and saved again, or cancelled.
+//
+// Reload and relations come next, see docs/architecture.md. Belongs to the main thread.
 
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -20,10 +25,16 @@
 
 namespace perlayer {
 
+class IAttributeValueChanged;
+class IboDataSet;
 class TDataSet;
+class TIQuery;
 class TPlClassMetaData;
+class TPlDictionary;
+class TStream;
 class TplPerObject;
 class TplProvider;
+struct TObjectEdits;
 
 enum class TIPersistentObjectState : std::uint8_t {
   posBrowse,
@@ -68,23 +79,165 @@ class TplPerObject : public TplDomainObject {
   virtual void DoAfterLoad();
   virtual std::string GetAllTextDescription() { return GetTextDescription(); }
   virtual void ResetInternalCache();
-  // Stores the mark and, on a change, tells the retainers.
+  // Marks the row for deletion by the next save, or takes the mark back: locks the object, makes it
+  // modified and tells the retainers, with paMarkedDeleted either way.
   virtual void SetObjectMarkedDeleted(bool AMarkedDeleted);
   virtual TPlClassMetaData* GetMetaData();
   // Whether the class follows the time stamp of its row.
   virtual bool GetKeepObjectTimestamp() { return false; }
   virtual bool GetManualNotification() { return false; }
+  // The time stamp of the row as the database has it now; kNoDate for classes without, and with a
+  // line in the log where it cannot be read.
+  virtual TDateTime GetDBTimeStamp();
   virtual void SetTimeStamp(TDateTime ATimeStamp) { FTimeStamp = ATimeStamp; }
   virtual TDateTime GetTimeStamp() { return FTimeStamp; }
   virtual void SetTimeStampAfterGetObject();
   // Makes a just-created object count as unsaved under a throw-away ID.
   virtual void DiposeNewlyCreatedMe();
-  // Raises "Not implemented yet: %s" until saving is there.
-  virtual void SaveData();
   virtual void InitializeFromDataSet(TDataSet* ADataSet);
   virtual void InitializeAfterGetDataFromDataSet() {}
+  // --- editing ---
+
+  // Each answers whether the new value is valid; the value stays written either way. Writing the
+  // value that is there already changes nothing. Raise when the object or the attribute must not be
+  // written, unless the value is what it was before the edit, and "SetAttrValue: Wrong attribute
+  // %s(%s) %s!" for one that the class does not have.
+  virtual bool SetAttrValue(const std::string& AName, const std::string& AValue);
+  virtual bool SetAttrValueCommon(const std::string& AName, const std::string& AValue,
+                                  bool ACheckReadOnly);
+  // Without any check, and without going into edit state.
+  virtual bool SetReadOnlyAttrValue(const std::string& AName, const std::string& AValue);
+  virtual bool SetFromXmlAttrValue(const std::string& AName, const std::string& AValue);
+  // False, with nothing written, for an empty value and for the one that is there.
+  virtual bool ChangeAttrValueIfNotEmpty(const std::string& AName, const std::string& AValue);
+  bool ForceSetAttrValue(const std::string& AName, const std::string& AValue);
+  // kNoFloat and kNoDate write no value; a date that is none shows a message and writes no value.
+  bool SetAttrValueAsFloat(const std::string& AName, double AValue);
+  bool SetAttrValueAsDate(const std::string& AName, TDateTime AValue);
+
+  // Takes an object that is not being edited into edit state: locks it, with ALock, and touches it.
+  // Raises ELockException when the row has changed in the database meanwhile.
+  virtual void TryEdit(bool ALock);
+  virtual void TryEdit(const std::string& AName);
+  void TryEdit(const char* AName) { TryEdit(std::string(AName)); }
+  // Makes the object modified without a changed value: the next save writes the whole row.
+  virtual void Touch();
+  virtual void UnTouch() { FModified = false; }
+  virtual void EditData() {}
+  // Puts the values from before the edit back and unlocks. Errors stay.
+  void CancelData();
+  virtual void DoCancelData() {}
+  virtual TPlDictionary* GetReadOnlyAttributes();  // nullptr when no attribute was made read-only
+  virtual void SetReadOnly(bool AReadOnly);        // raises: no class has a use for it yet
+  bool IsAttributeReadOnly(int AIndex);
+  // Makes attributes of this object read-only, in addition to those that are or in their stead.
+  void SetReadOnlyFields(std::initializer_list<std::string_view> ANames, bool AClear);
+  bool GetObjectHasChangedAttribute(std::initializer_list<std::string_view> ANames);
+
+  // The data set over this object, made on first use; it starts in its edit state when the object
+  // may be written. Raises "Not implemented yet: %s" while there are no data sets.
+  IboDataSet* GetDataSet();
+  void RegisterForAttributeValueChanged(IAttributeValueChanged* AHandler);
+  void UnRegisterForAttributeValueChanged(IAttributeValueChanged* AHandler);
+  // A value has changed while a data set shows the object: tells the registered handlers.
+  virtual void AttributeValueChanged(int AIndex, const std::string& AName,
+                                     const std::string& AValue);
+  void CallNotifyActionForAttribute(TIBaseObjectAction AAction, const std::string& AName);
+
+  // --- validation ---
+
+  // Every attribute, and the object's own rule if all of them passed.
+  virtual bool ValidateObject();
+  virtual bool DoValidateObject() { return true; }
+  virtual bool ValidateAttribute(const std::string& AName, const Variant& AValue);
+  // Returns how many attributes have an error then; 0 when the provider's event has taken it.
+  int SetAttrError(const std::string& AName, const std::string& AMessage, TIErrorLevel ALevel);
+  void SetAttrNoError(const std::string& AName);
+  TIErrorLevel GetAttrErrorLevel(const std::string& AName) const;
+  std::string GetAttrErrorMessage(const std::string& AName) const;
+  bool IsAttributeValid(const std::string& AName) const;
+  int GetWarningCount();
+  std::string GetWarningMessage();
+  virtual std::string FormatErrorMessage(const std::string& AMessage) { return AMessage; }
+  virtual std::string GetPostExceptionPrefixString() { return "Napake v zapisu : %s"; }
+
+  // --- saving and deleting ---
+
+  // Validates: errors raise EIPostException, warnings are shown. A logically deleted object passes.
+  void PostData();
+  // Confirms an edit in memory, with no statement.
+  void PostDataWithCommit();
+  // Writes what has changed, or deletes what is marked, in a transaction of its own or within the
+  // open one. Raises what validation, hooks and the database raise; the transaction's level is then
+  // rolled back.
+  virtual void SaveData();
+  virtual void DoSaveData();
+  // Posts and runs the statement. REQUIRES: a transaction is open.
+  virtual void SaveCurrentData();
+  virtual bool CanSaveData() { return FModified || FNewObject; }
+  // Raises while the ID is a temporary one.
+  void CheckObjectIDTemporary();
+  // Deletes the row or, where the class has an active attribute, marks it as deactivated. Raises
+  // "Brisanje ni dovoljeno!" without the right.
+  void DeleteObject();
+  virtual void DoDeleteObject();
+  virtual std::string GetInsertStatement() { return data.GetInsertStatement(); }
+  virtual std::string GetModifyStatement() { return data.GetModifyStatement(); }
+  virtual std::string GetDeleteStatement() { return data.GetDeleteStatement(); }
+  // ":OLD_X" gets the value of X from before the edit or, where that is empty, the current one.
+  void FillValuesInSqlParams(TIQuery* AQuery);
+  // For dbProvider(): how the outermost transaction ended.
+  virtual void DoInternalCommit();
+  virtual void DoInternalRollback();
+  void InternalSetModified(bool AModified);
+  virtual bool WasObjectInEditState(bool AbEditState) { return AbEditState; }
+  virtual void SetObjectTypeForNewObject() {}
+  void SetTimeStampAfterSaveObject();
+  // Whether the row's time stamp differs from the object's by a second or more, either way.
+  bool IsObjectInDbNewer();
+  // Commits what reading over a database link has left open.
+  void DoForceCommitAfterLoad();
+
+  virtual void DoBeforeSave() {}
+  virtual void DoAfterSave() {}
+  virtual void AfterSaveData() {}
+  virtual void AfterSaveNonEditedObject() {}
+  virtual void DoPostData() {}
+  virtual void DoBeforePostDataWithCommit() {}
+  virtual void DoPostDataWithCommit() {}
+  virtual void DoBeforeDeleteObject() {}
   virtual void DoOnCommit() {}
   virtual void DoOnRollback() {}
+
+  // The five below take objects, nil among them; anything else raises "Wrong type in %s".
+  static void PostObjectList(std::initializer_list<TPlBaseObject*> AItems);
+  static void SaveObjectList(std::initializer_list<TPlBaseObject*> AItems);
+  static void DeleteObjectList(std::initializer_list<TPlBaseObject*> AItems);
+  static bool CheckForSaved(std::initializer_list<TPlBaseObject*> AItems);  // nothing is unsaved
+  static void ChangeAttrValuesInList(const std::string& AName, const std::string& AValue,
+                                     std::initializer_list<TPlBaseObject*> AItems, bool AForce);
+
+  // --- locks and notification ---
+
+  // A lock group of "" is locked by nobody. What DoLock raises is the refusal.
+  void Lock(TplDomainObject* ARequester, const std::string& AGroup);
+  void UnLock(TplDomainObject* ARequester, const std::string& AGroup);
+  // Tell the retainers, who may overrule the answer.
+  bool NotifyLock(TplDomainObject* ARequester, const std::string& AGroup);
+  bool NotifyUnLock(TplDomainObject* ARequester, const std::string& AGroup);
+  virtual bool DoLock(TplDomainObject* ARequester, const std::string& AGroup);
+  virtual bool DoUnLock(TplDomainObject* ARequester, const std::string& AGroup);
+  virtual std::string GetLockGroup();
+  virtual std::string GetIsObjectLockedMessage() { return ""; }
+  virtual void BeforeAddToListReLock() {}
+  virtual void AfterAddToListReLock() {}
+  void SetNotify(bool ANotify);
+  void RegisterNotify();
+  virtual void DoRegisterNotify(bool) {}
+  virtual void DoFillMasterDBNotifyGlobalID() {}
+  // The key under which the object is told of changes; empty: it is not.
+  std::string GetBOMasterDBNotifyGlobalID();
+  void SetBOMasterDBNotifyGlobalID(const std::string& AGlobalID);
 
   // Raise "GetAttrValue Wrong attribute %s(%s) %s" when the class has no attribute of that name.
   virtual std::string GetAttrValue(const std::string& AName);
@@ -110,7 +263,7 @@ class TplPerObject : public TplDomainObject {
   TIPersistentObjectState GetEditState() const;
   void OnCommit() { DoOnCommit(); }
   void OnRollback() { DoOnRollback(); }
-  void SetNotify(bool ANotify);
+  void SetNewObject(bool ANewObject) { FNewObject = ANewObject; }
 
   TplProvider* aiProvider() const { return FProvider; }
   TPlClassMetaData* aiObjectMetaData() { return GetMetaData(); }
@@ -118,8 +271,35 @@ class TplPerObject : public TplDomainObject {
   std::string aiGlobalID() { return GetGlobalID(); }
   std::string aiObjectType() { return GetObjectType(); }
   bool aiNewObject() const { return FNewObject; }
+  void aiNewObject(bool isNew) { SetNewObject(isNew); }
+  // The object was new when the statement of the last save ran.
+  bool aiWasNewObject() const { return FOldNewObject; }
+  bool aiObjectDeleted() const { return FbObjectDeleted; }
   bool aiObjectMarkedDeleted() const { return FbObjectMarkedDeleted; }
+  void aiObjectMarkedDeleted(bool marked) { SetObjectMarkedDeleted(marked); }
+  bool aiDeletingObject() const { return FbDeletingObject; }
   bool bInitializing() const { return FInitializingBo; }
+  void bInitializing(bool initializing) { SetInitializingBo(initializing); }
+  bool aiReloading() const { return FbReloading; }
+  IboDataSet* aiDataSet() { return GetDataSet(); }
+  TPlDictionary* aiReadOnlyAttributes() { return GetReadOnlyAttributes(); }
+  std::string aiLockGroup() { return GetLockGroup(); }
+  void aiLockGroup(const std::string& group);
+  std::string aiIsObjectLockedMessage() { return GetIsObjectLockedMessage(); }
+  bool aiAddToListReLock() const { return FAddToListReLock; }
+  void aiAddToListReLock(bool relock) { FAddToListReLock = relock; }
+  std::string aiBOMasterDBNotifyGlobalID() { return GetBOMasterDBNotifyGlobalID(); }
+  bool aiRegisterNotify() const { return FbRegisterNotify; }
+  void aiRegisterNotify(bool notify) { FbRegisterNotify = notify; }
+  bool aiNotify() const { return FbNotify; }
+  void aiNotify(bool notify) { SetNotify(notify); }
+  bool aiIgnoreValidation() const { return FIgnoreValidation; }
+  void aiIgnoreValidation(bool ignore) { FIgnoreValidation = ignore; }
+  bool aiIsValidatingFromDataSet() const { return FIsValidatingFromDataSet; }
+  void aiIsValidatingFromDataSet(bool validating) { FIsValidatingFromDataSet = validating; }
+  int aiWarningCount() { return GetWarningCount(); }
+  std::string aiWarningMessage() { return GetWarningMessage(); }
+  std::string aiPostExceptionPrefixString() { return GetPostExceptionPrefixString(); }
   std::string aiCaption();
   std::string aiAllTextDescription() { return GetAllTextDescription(); }
   TIPersistentObjectState aiEditState() const { return GetEditState(); }
@@ -142,18 +322,50 @@ class TplPerObject : public TplDomainObject {
   bool FNewObject = false;
   bool FModified = false;
   bool FInitializingBo = false;
+  bool FbSavingCurrentData = false;
+  bool FbDoSavingData = false;
   TDateTime FTimeStamp = kNoDate;
 
+  // Writes a value, whatever state the object is in.
+  bool PrivateSetAttrValue(int AIndex, const std::string& AValue);
+  // Whether a write that changes `AOld` to `ANew` makes the object modified.
+  bool ModifiedStateChanging(bool AOld, bool ANew) const {
+    return !FInitializingBo && !FModified && AOld != ANew;
+  }
+
  private:
+  struct TEndEdits {
+    void operator()(TObjectEdits* edits) const noexcept;
+  };
   double NoFloat() const { return FbEmptyFloatReturnsZero ? 0.0 : kNoFloat; }
 
+  TObjectEdits& Edits();  // made on first use
+  int AttrIndexToWrite(const std::string& AName);
+  std::string PostErrors(bool& AErrors) const;
+  void ReleaseEditing();
+
+  bool FNotChecked = false;  // changed since the last PostData
+  bool FbDeletingObject = false;
+  bool FbObjectDeleted = false;
   bool FbObjectMarkedDeleted = false;
+  bool FbReloading = false;
+  bool FbMasterDBNotify = false;
+  bool FOldModified = false;  // these two as they were before the first write of the transaction
+  bool FOldNewObject = false;
+  bool FAddToListReLock = false;
+  bool FbRegisterNotify = false;
+  bool FbNotify = false;
+  bool FHasBeenSavedAndNotComitted = false;
+  bool FIgnoreValidation = false;
+  bool FIsValidatingFromDataSet = false;
+  bool FbEditState = false;  // it was being edited when the save began
   bool FbEmptyFloatReturnsZero = false;
   bool FDestroying = false;
   TplLockedBy FLockedBy = TplLockedBy::lbNone;
   int FTag = 0;
   TplProvider* FProvider = nullptr;                        // not owned; never nil after Create
   std::unique_ptr<TCalcAttrValueProc> FCalcAttrValueProc;  // most objects have none
+  std::unique_ptr<TObjectEdits, TEndEdits> FEdits;         // nor these
 };
 
 // The object's description and its attributes, a line each, for diagnosis.

@@ -17,6 +17,8 @@ namespace perlayer {
 // Ranks, in the order of unloading: the first to go stands first.
 enum class TLayerPart : std::size_t {
   classMaps,         // class maps that the layer was given to keep, with their providers
+  databaseSessions,  // TplDatabaseSessionList
+  databaseProvider,  // TplDatabaseProvider
   dictionary,        // TplGlobalDictionary
   statistics,        // TIPerLayerStatistics
   settings,          // TIPerLayerSettings

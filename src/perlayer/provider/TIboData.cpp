@@ -117,6 +117,11 @@ void TIboData::ClearValues() {
   FValues = std::move(empty);
 }
 
+void TIboData::CommitValues() {
+  FOldValues = FValues;
+  FModified = false;
+}
+
 void TIboData::CancelData() {
   if (FOldValues.Count() == 0) return;
   TValueRow values = FOldValues;

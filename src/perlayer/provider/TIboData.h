@@ -29,6 +29,8 @@ class TIboData {
   void InitFromDataSet(TDataSet* ds);
   // Empties every value; old values stay.
   void ClearValues();
+  // What the values are now is what they were before any change.
+  void CommitValues();
   // Puts the old values back, all but the first, where the ID stands. The modified flag stays.
   void CancelData();
   // Raises "Attribute not defined %s [%s]".

@@ -29,6 +29,8 @@ class TplGlobalDictionary : public TPlDictionary {
   TplPerObject* TakeObject(TplProvider*, const std::string&) { return nullptr; }
   // True, with nothing added.
   bool AddPerObject(TplProvider*, TplPerObject*, TObject*) { return true; }
+  // There is no key to change.
+  void ChangeID(TplProvider*, const std::string&, TplPerObject*, const std::string&) {}
   // Leaves the object as it is.
   void ConsultDictionary(TObject*, TplPerObject*&) {}
 };

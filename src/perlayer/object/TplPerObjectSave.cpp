@@ -1,0 +1,322 @@
+// TplPerObject: saving, deleting, and the end of a transaction.
+
+#include <cmath>
+#include <cstdlib>
+
+#include "perlayer/corekit/ILog.h"
+#include "perlayer/corekit/TField.h"
+#include "perlayer/corekit/TIQuery.h"
+#include "perlayer/database/TplDatabaseProvider.h"
+#include "perlayer/foundation/BoMessageDlg.h"
+#include "perlayer/foundation/TAuthManager.h"
+#include "perlayer/object/TObjectEdits.h"
+#include "perlayer/object/TplPerObject.h"
+#include "perlayer/platform/Format.h"
+#include "perlayer/platform/TFormatSettings.h"
+#include "perlayer/platform/Text.h"
+#include "perlayer/provider/TPlClassMetaData.h"
+#include "perlayer/provider/TcmpClassMap.h"
+#include "perlayer/provider/TplProvider.h"
+#include "perlayer/provider/TplProviderList.h"
+#include "perlayer/reclaim/TIPerLayerStatistics.h"
+
+namespace perlayer {
+
+namespace {
+
+bool IsBeingEdited(TIPersistentObjectState state) {
+  return state == TIPersistentObjectState::posEdit || state == TIPersistentObjectState::posInsert;
+}
+
+// Runs `work` in a level of the counted transaction: any exception rolls that level back.
+template <class TWork>
+void InTransaction(const std::string& text, TWork&& work) {
+  dbProvider()->StartTransaction(text);
+  try {
+    work();
+    dbProvider()->Commit(text);
+  } catch (...) {
+    dbProvider()->Rollback(text);
+    throw;
+  }
+}
+
+// Sets a flag for the length of a scope, as long as the object lives.
+class TFlag {
+ public:
+  TFlag(TObject* object, bool& flag) : FAlive(object), FFlag(flag) { FFlag = true; }
+  ~TFlag() {
+    if (FAlive) FFlag = false;
+  }
+  TFlag(const TFlag&) = delete;
+  TFlag& operator=(const TFlag&) = delete;
+
+ private:
+  const TAlive FAlive;
+  bool& FFlag;
+};
+
+}  // namespace
+
+// --- saving ---
+
+void TplPerObject::SaveData() {
+  FbEditState = IsBeingEdited(GetEditState());
+  const bool wasNew = FNewObject;
+  const bool wasModified = GetModified();
+  const bool canSave = CanSaveData();
+  if (!wasModified && !FNewObject) {
+    AfterSaveData();
+    return;
+  }
+  const TAlive alive(this);
+  InTransaction("TplPerObject." + ClassName() + ".SaveData", [&] {
+    if (FbObjectMarkedDeleted) {
+      FModified = true;
+      DeleteObject();
+    } else {
+      const TFlag saving(this, FbDoSavingData);
+      DoSaveData();
+    }
+  });
+  if (!alive) return;
+  FModified = false;
+  if (wasNew) SetNotify(true);
+  if (wasModified) CallNotifyAction(this, TIBaseObjectAction::paModified, nullptr);
+  if (!alive) return;
+  if (WasObjectInEditState(FbEditState) || (wasNew && FNewObject != wasNew)) {
+    UnLock(this, GetLockGroup());
+  } else if (!wasNew && !canSave) {
+    AfterSaveNonEditedObject();  // only a list of it was modified: it was never locked
+  }
+  if (alive) AfterSaveData();
+}
+
+void TplPerObject::DoSaveData() {
+  FbEditState = IsBeingEdited(GetEditState());
+  SaveCurrentData();
+  TplProvider::GetCallBackObject()->DoSaveData(this);
+}
+
+void TplPerObject::SaveCurrentData() {
+  if (!CanSaveData()) return;
+  const TAlive alive(this);
+  const TFlag saving(this, FbSavingCurrentData);
+  PerLayerStatistics()->Timed(TIPerLayerStatisticsStartTimingType::ttSave, [&] {
+    PostData();
+    DoBeforeSave();
+    if (!FHasBeenSavedAndNotComitted) {
+      FOldModified = FModified;
+      FOldNewObject = FNewObject;
+    }
+    const std::string statement = FNewObject ? GetInsertStatement() : GetModifyStatement();
+    CheckObjectIDTemporary();
+    if (!statement.empty()) dbProvider()->PerformSQLStatement(statement, this);
+    FModified = false;
+    FNewObject = false;
+    DoAfterSave();
+    if (!alive) return;
+    data.DisableOptimizingUpdateQueries(false);
+    FHasBeenSavedAndNotComitted = true;
+  });
+  if (alive) SetTimeStampAfterSaveObject();
+}
+
+void TplPerObject::CheckObjectIDTemporary() {
+  const std::string id = GetGID();
+  std::int64_t number = 0;
+  if (!TryStrToInt(id, number) || number >= 0) return;
+  const std::string message =
+      Format("Napaka pri shranjevanju! ID objekta %s - začasen ID (%s)!", ClassName(), id);
+  ILog("TplPerObject.CheckObjectIDTemporary exception: " + message);
+  throw Exception(message);
+}
+
+void TplPerObject::FillValuesInSqlParams(TIQuery* AQuery) {
+  constexpr std::string_view kOld = "OLD_";
+  const TFormatSettings& settings = FrozenFormatSettings();
+  for (int i = 0; i < AQuery->ParamCount(); ++i) {
+    TIParam& param = AQuery->Params(i);
+    const std::string name(param.Name());
+    if (AsciiUpperCase(name.substr(0, kOld.size())) == kOld) {
+      const std::string attribute = name.substr(kOld.size());
+      const std::string old = GetAttrOldValue(attribute);
+      param.AsString(old.empty() ? GetAttrValue(attribute) : old);
+      continue;
+    }
+    const int index = data.GetAttrIndex(name);
+    const TField* field = GetMetaData()->GetFieldByIndex(index);
+    if (field != nullptr && field->DataType() == TFieldType::ftFloat) {
+      const double value = GetAttrValueAsFloat(name);
+      if (value == kNoFloat) {
+        param.AsString("");
+      } else {
+        param.AsFloat(value);
+      }
+      continue;
+    }
+    const std::string_view text = data.ValueView(index);
+    if (param.DataType() == TFieldType::ftDateTime && !text.empty()) {
+      param.AsDateTime(StrToDateTime(text, settings));
+    } else {
+      param.AsString(text);
+    }
+  }
+}
+
+// --- deleting ---
+
+void TplPerObject::DeleteObject() {
+  const TAlive alive(this);
+  DoBeforeDeleteObject();
+  if (!alive) return;
+  bool cancelOnFailure = false;
+  if (!FNewObject && !IsBeingEdited(GetEditState())) {
+    cancelOnFailure = !GetModified();
+    TryEdit(true);
+  }
+  FbDeletingObject = true;
+  TryFinally(
+      [&] {
+        try {
+          InTransaction("TplPerObject." + ClassName() + ".DeleteObject", [&] { DoDeleteObject(); });
+        } catch (...) {
+          if (cancelOnFailure && alive) CancelData();
+          throw;
+        }
+      },
+      [&] {
+        if (!alive) return;
+        FbDeletingObject = false;
+        UnLock(this, GetLockGroup());
+      });
+  if (!alive) return;
+  FbObjectMarkedDeleted = true;
+  CallNotifyAction(this, TIBaseObjectAction::paDelete, nullptr);
+}
+
+void TplPerObject::DoDeleteObject() {
+  if (!FbDeletingObject) {
+    throw Exception("TplPerObject.DoDeleteObject: Ilegal DoDeleteObject call!");
+  }
+  if (!AuthManager()->HasObjectRights(this, {TIAccessRight::arDelete})) {
+    throw Exception("Brisanje ni dovoljeno!");
+  }
+  if (FNewObject) return;  // no row
+  const std::string active = FProvider->aiActiveFieldName();
+  if (active.empty()) {
+    dbProvider()->PerformSQLStatement(GetDeleteStatement(), this);
+  } else {
+    Edits().FOldActiveValue = GetAttrValue(active);
+    SetReadOnlyAttrValue(active, "0");
+    DoSaveData();
+  }
+  TplProvider::GetCallBackObject()->DoDeleteObject(this);
+}
+
+// --- the end of the transaction ---
+
+void TplPerObject::DoInternalCommit() {
+  FModified = false;
+  FNewObject = false;
+  data.CommitValues();
+  if (FbDeletingObject) FbObjectDeleted = true;
+  FHasBeenSavedAndNotComitted = false;
+}
+
+void TplPerObject::DoInternalRollback() {
+  FModified = FOldModified;
+  FNewObject = FOldNewObject;
+  const std::string active = FProvider->aiActiveFieldName();
+  const TAlive alive(this);
+  if (!active.empty() && FEdits != nullptr && !FEdits->FOldActiveValue.empty()) {
+    SetReadOnlyAttrValue(active, std::string(FEdits->FOldActiveValue));
+  }
+  if (alive) FHasBeenSavedAndNotComitted = false;
+}
+
+// --- the time stamp of the row ---
+
+TDateTime TplPerObject::GetDBTimeStamp() {
+  if (!GetKeepObjectTimestamp() && !GetManualNotification()) return kNoDate;
+  std::string sql;
+  try {
+    sql = Format("select %s from %s.%s where %s=%s", "DATUMIPL", FProvider->aiTableOwner(),
+                 FProvider->GetTableName(), FProvider->GetIDAttrName(), GetGID());
+    const TOwned<TIQuery> query = Make<TIQuery>();
+    query->DatabaseName(TcmpClassMap::kDatabaseName);
+    query->SQLText(sql);
+    query->Open();
+    if (query->IsEmpty()) throw Exception("no row");
+    const TField* stamp = query->FieldByName("DATUMIPL");
+    return stamp->IsNull() ? kNoDate : stamp->AsDateTime();
+  } catch (const std::exception&) {
+    ILog("!!! No TimeStamp for " + sql);
+    return kNoDate;
+  }
+}
+
+void TplPerObject::SetTimeStampAfterSaveObject() {
+  if (GetKeepObjectTimestamp() || GetManualNotification()) SetTimeStamp(GetDBTimeStamp());
+}
+
+bool TplPerObject::IsObjectInDbNewer() {
+  if (FNewObject || (!GetKeepObjectTimestamp() && !GetManualNotification())) return false;
+  const auto seconds = [](TDateTime value) {
+    return static_cast<std::int64_t>(std::floor(std::round(value * kMillisecondsPerDay) / 1000));
+  };
+  return seconds(GetDBTimeStamp()) != seconds(GetTimeStamp());
+}
+
+// --- several objects ---
+
+namespace {
+template <class TAction>
+void ForEachObject(std::initializer_list<TPlBaseObject*> items, const char* operation,
+                   TAction&& action) {
+  for (TPlBaseObject* item : items) {
+    if (item == nullptr) continue;
+    auto* object = As<TplPerObject>(item);
+    if (object == nullptr) throw Exception(std::string("Wrong type in ") + operation);
+    action(object);
+  }
+}
+}  // namespace
+
+void TplPerObject::PostObjectList(std::initializer_list<TPlBaseObject*> AItems) {
+  ForEachObject(AItems, "PostObjectList", [](TplPerObject* object) { object->PostData(); });
+}
+
+void TplPerObject::SaveObjectList(std::initializer_list<TPlBaseObject*> AItems) {
+  ForEachObject(AItems, "SaveObjectList", [](TplPerObject* object) { object->SaveData(); });
+}
+
+void TplPerObject::DeleteObjectList(std::initializer_list<TPlBaseObject*> AItems) {
+  ForEachObject(AItems, "DeleteObjectList", [](TplPerObject* object) {
+    const TAlive alive(object);
+    object->DeleteObject();
+    if (alive) object->SaveData();
+  });
+}
+
+bool TplPerObject::CheckForSaved(std::initializer_list<TPlBaseObject*> AItems) {
+  bool saved = true;
+  ForEachObject(AItems, "CheckForSaved", [&](TplPerObject* object) {
+    if (object->GetModified() || object->aiNewObject()) saved = false;
+  });
+  return saved;
+}
+
+void TplPerObject::ChangeAttrValuesInList(const std::string& AName, const std::string& AValue,
+                                          std::initializer_list<TPlBaseObject*> AItems,
+                                          bool AForce) {
+  ForEachObject(AItems, "ChangeAttrValuesInList", [&](TplPerObject* object) {
+    if (AForce) {
+      object->SetAttrValueCommon(AName, AValue, false);
+    } else if (object->GetModified() || object->aiNewObject()) {
+      object->SetAttrValue(AName, AValue);
+    }
+  });
+}
+
+}  // namespace perlayer
