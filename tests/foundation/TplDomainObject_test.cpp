@@ -201,6 +201,7 @@ class TScanOnly : public TplDomainNotifier {
 };
 
 TEST_F(TplDomainObjectTest, RightsAreThoseThatTheClassOffersButForALibrary) {
+  SetAuthManagerClass(TAuthManagerClass::Of<TOpenAuthManager>());
   auto* object = New<TScanOnly>(nullptr, FForm);
   EXPECT_TRUE(object->HasRights({TIAccessRight::arRead}));
   EXPECT_FALSE(object->HasRights({TIAccessRight::arRead, TIAccessRight::arUpdate}));

@@ -158,7 +158,9 @@ TEST_F(TplPerObjectTest, DeleteMarkTellsTheRetainersOncePerChange) {
   Ana()->SetObjectMarkedDeleted(true);
   Ana()->SetObjectMarkedDeleted(true);
   Ana()->SetObjectMarkedDeleted(false);
-  EXPECT_EQ(listener->Heard, std::vector(2, TIBaseObjectAction::paMarkedDeleted));
+  using enum TIBaseObjectAction;
+  EXPECT_EQ(listener->Heard,
+            (std::vector{paModified, paMarkedDeleted, paModified, paMarkedDeleted, paModified}));
   Ana()->Release(listener);
   listener->Release(FForm.Get());
 }

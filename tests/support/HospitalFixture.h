@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -158,10 +159,25 @@ class TplEncounter : public TplProvider {
   }
 };
 
+// Refuses the actions that a test names: they have a code that nobody holds.
+class THospitalRights : public TAuthManager {
+  TCLASS(THospitalRights, TAuthManager)
+ public:
+  static constexpr int kRefused = 77;
+  std::string GetObjectBaseClassName(TplAuthorizedObject* AObject) override {
+    return AObject->ClassName();
+  }
+  int GetActionCode(const std::string& AsActionName) override {
+    return Refused.count(AsActionName) == 0 ? kNotControlled : kRefused;
+  }
+  std::set<std::string> Refused;
+};
+
 class THospital : public testing::Test {
  protected:
   THospital() {
     Faults.FailAt(0);
+    SetAuthManagerClass(TAuthManagerClass::Of<THospitalRights>());
     auto session = std::make_unique<TFaultySession>(
         std::make_unique<TSqliteSession>(FDir.File("hospital.db")), Faults);
     FSession = session.get();

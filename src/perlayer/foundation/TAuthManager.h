@@ -1,23 +1,41 @@
 #pragma once
 // TAuthManager: answers whether the user has a right on an object, or may perform an action on it.
+// Rights are numbered codes that the login knows (ILoginInfo); which object and action has which
+// code is the application's knowledge: it derives its manager and registers the class. The base
+// class refuses to be used by itself.
 //
-// In its off state so far: no action is controlled, so every action is granted; what a class's own
-// GetRights leaves out is refused. See docs/architecture.md. Main thread only.
+// An action's name is "O ", the object's base class name and " Update" or the like; with " Mine"
+// behind it, it is the right on what is the user's own.
+//
+// Main thread only.
 
 #include <string>
 
 #include "perlayer/foundation/FoundationTypes.h"
-#include "perlayer/platform/TObject.h"
+#include "perlayer/platform/TObjectHandle.h"
 
 namespace perlayer {
 
 class TplAuthorizedObject;
+class TplProvider;
 
 inline constexpr TIAccessRights kAllAccessRights = TIAccessRights::FromMask(63);
 
 class TAuthManager : public TObject {
   TCLASS(TAuthManager, TObject)
  public:
+  static constexpr int kNotControlled = -1;
+
+  // The class's name in the names of actions. Raises "TAuthManager: Using wrong class!" here.
+  virtual std::string GetObjectBaseClassName(TplAuthorizedObject* AObject);
+  // The code of a right; kNotControlled where everybody may. Raises as above here.
+  virtual int GetActionCode(const std::string& AsActionName);
+  // Whether the object may be the user's own, as far as that action goes.
+  virtual bool AllowedSP(TplAuthorizedObject*, const std::string&) { return true; }
+  // Whether the right on one's own counts for objects of that class.
+  virtual bool IsSPDependant(TplProvider*) { return false; }
+  virtual void Create() {}
+
   TIAccessRights GetObjectRights(TplAuthorizedObject* AObject);
   bool HasObjectRights(TplAuthorizedObject* AObject, TIAccessRights AR);
   bool HasObjectActionRight(TplAuthorizedObject* AObject, const std::string& AsActionName);
@@ -26,7 +44,25 @@ class TAuthManager : public TObject {
                                        TIAccessRights ARights);
 };
 
-// The one instance, made on first call.
+// For programs that control no action: whoever gets that far may do everything.
+class TOpenAuthManager : public TAuthManager {
+  TCLASS(TOpenAuthManager, TAuthManager)
+ public:
+  std::string GetObjectBaseClassName(TplAuthorizedObject*) override { return ""; }
+  int GetActionCode(const std::string&) override { return kNotControlled; }
+};
+
+using TAuthManagerClass = TClassRef<TAuthManager>;
+
+// The one instance, made on first call of the registered class.
 TAuthManager* AuthManager();
+// To be called before the first AuthManager(); raises EAssertionFailed after it.
+void SetAuthManagerClass(TAuthManagerClass AClass);
+
+// Log every check, and every refusal; off at start.
+bool FbLogRights();
+void FbLogRights(bool log);
+bool FbLogMissingRights();
+void FbLogMissingRights(bool log);
 
 }  // namespace perlayer

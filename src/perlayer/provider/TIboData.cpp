@@ -118,7 +118,7 @@ void TIboData::ClearValues() {
 }
 
 void TIboData::CommitValues() {
-  FOldValues = FValues;
+  FOldValues = TValueRow();  // kept again by the next write, or when somebody asks
   FModified = false;
 }
 
@@ -191,6 +191,7 @@ void TIboData::SetAttrOldValueByIndex(int AIndex, std::string_view sValue) {
 bool TIboData::AttributeModified(std::string_view AAttribute) const {
   const int index = GetAttrIndex(AAttribute);
   CheckIndex(FValues, index);
+  if (FOldValues.Count() == 0) return false;
   CheckIndex(FOldValues, index);
   return FValues.At(index) != FOldValues.At(index);
 }

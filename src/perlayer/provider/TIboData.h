@@ -59,7 +59,7 @@ class TIboData {
   std::string GetAttrOldValue(std::string_view sAttr);
   std::string GetAttrOldValueByIndex(int AIndex);
   void SetAttrOldValueByIndex(int AIndex, std::string_view sValue);
-  // REQUIRES: there are old values.
+  // False while there are no old values.
   bool AttributeModified(std::string_view AAttribute) const;
 
   int Count() const { return FValues.Count(); }

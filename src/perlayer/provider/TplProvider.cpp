@@ -347,6 +347,48 @@ TplPerObject* TplProvider::GetObjectFromDataSet(TObject* ARetainer, TDataSet* ds
 
 TplProvider* TplProvider::GetProviderFromDataSet(TDataSet*, TIQuery*&) { return this; }
 
+// --- new objects ---
+
+TplPerObject* TplProvider::NewObject(TObject* ARetainer) {
+  if (!HasRights({TIAccessRight::arInsert})) {
+    throw Exception(Format("%s nima pravice kreirati objekta!", ClassName()));
+  }
+  TplPerObject* object = InternalCreateObject(ARetainer);
+  LetGoOnFailure(object, ARetainer, [&] {
+    object->data.InitData();
+    SetDefaultValues(object);
+    PerLayerStatistics()->ReferenceEvent(object, TIReferenceEventType::reCreate, ARetainer);
+    object->FNewObject = true;
+    SetDefaultNewObjectValues(object);
+    if (!GetGreenMode()) GlobalDictionary()->AddPerObject(this, object, ARetainer);
+  });
+  return object;
+}
+
+void TplProvider::SetDefaultValues(TplPerObject* AplObject) {
+  if (AplObject == nullptr) return;
+  const bool initializing = AplObject->FInitializingBo;
+  AplObject->SetInitializingBo(true);
+  TryFinally(
+      [&] {
+        const TStringList* defaults = GetDefaults();
+        for (int i = 0; i < defaults->Count(); ++i) {
+          AplObject->SetAttrValue(defaults->Names(i), defaults->ValueFromIndex(i));
+        }
+      },
+      [&] { AplObject->SetInitializingBo(initializing); });
+}
+
+void TplProvider::SetDefaultNewObjectValues(TplPerObject* ANewObject) {
+  ANewObject->SetInitializingBo(true);
+  ANewObject->SetObjectTypeForNewObject();
+  if (!FActiveFieldName.empty()) ANewObject->SetAttrValue(FActiveFieldName, "1");
+  if (GetGreenMode()) ANewObject->SetAttrValue(GetIDAttrName(), CDefNumericNoIdValue());
+  ANewObject->SetInitializingBo(false);
+}
+
+// --- rows ---
+
 TplPerObject* TplProvider::FetchObjectFromDataSet(TObject* ARetainer, TDataSet* ds,
                                                   TplProvider* ACorrectProvider) {
   auto* const query = As<TIQuery>(ds);

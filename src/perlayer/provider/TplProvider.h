@@ -94,6 +94,10 @@ class TplProvider : public TplAuthorizedObject {
   virtual void GetQueryForObject(const std::string& sId, TIQuery*& AQuery, bool AFreeExisting);
   virtual TplPerObject* GetObject(TObject* ARetainer, const std::string& sId,
                                   bool bIncludeSubclasses);
+  // An object that has no row yet, with the class's defaults and, in green mode, a temporary ID.
+  // Raises "%s nima pravice kreirati objekta!" where the class does not offer inserting.
+  virtual TplPerObject* NewObject(TObject* ARetainer);
+  virtual void SetDefaultNewObjectValues(TplPerObject* ANewObject);
   // An object of the current row of an open data set.
   virtual TplPerObject* GetObjectFromDataSet(TObject* ARetainer, TDataSet* ds,
                                              bool bIncludeSubclasses);
@@ -164,6 +168,8 @@ class TplProvider : public TplAuthorizedObject {
   [[noreturn]] static TplProvider* CannotDetermineProvider(
       TplProvider* AProvider, const std::string& AField, const std::string& ACurrentValue,
       std::span<const std::string> AValidValues);
+  // The defaults of the class, written as while initializing; nullptr is left alone.
+  void SetDefaultValues(TplPerObject* AplObject);
   void CheckQueryExistance();
 
   std::string GetCaption();
