@@ -397,7 +397,7 @@ TEST_F(TIQueryTest, ParametersTakeWhatIsReturnedIntoThem) {
     EXPECT_EQ(query->ParamByName(name).Kind(), TIParam::TKind::null) << name;
   }
   const auto unbound = Query("delete from T where ID = :ID returning ID into :X");
-  EXPECT_EQ(Failure([&] { unbound->ExecSQL(); }), "Parameter 'ID' has no value");
+  EXPECT_EQ(Said([&] { unbound->ExecSQL(); }), "Parameter 'ID' has no value");
 }
 
 TEST_F(TIQueryTest, FieldsReadTheirTypesAndNullsAreNothing) {

@@ -468,6 +468,7 @@ class TTransactionModel {
       object.Write("ACTIVE", "0");
       done = Statement(object);
     } else if (!object.isNew) {
+      Keep(object);
       FList.push_back(&object);
       object.row.reset();
     }
@@ -486,14 +487,16 @@ class TTransactionModel {
   }
 
  private:
+  static void Keep(TModel& object) {
+    if (object.unconfirmed) return;
+    object.oldModified = object.modified;
+    object.oldNew = object.isNew;
+  }
   bool Statement(TModel& object) {
     if (!object.modified && !object.isNew) return true;
     const bool unchecked = object.logical && object.value["ACTIVE"] == "0";
     if (!unchecked && object.value["NAME"].empty()) return false;
-    if (!object.unconfirmed) {
-      object.oldModified = object.modified;
-      object.oldNew = object.isNew;
-    }
+    Keep(object);
     FList.push_back(&object);
     if (object.isNew) {
       object.row = object.value;

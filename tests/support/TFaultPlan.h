@@ -57,7 +57,12 @@ class TFaultySession : public TDriverSession {
     FInner->Begin();
   }
   void Commit() override {
-    FPlan.Pass("Commit");
+    try {
+      FPlan.Pass("Commit");
+    } catch (...) {
+      FInner->Rollback();  // as a failed commit leaves a session
+      throw;
+    }
     FInner->Commit();
   }
   void Rollback() override { FInner->Rollback(); }

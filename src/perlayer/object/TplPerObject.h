@@ -343,6 +343,8 @@ class TplPerObject : public TplDomainObject {
   int AttrIndexToWrite(const std::string& AName);
   std::string PostErrors(bool& AErrors) const;
   void ReleaseEditing();
+  // Before a statement: what a rollback puts back, unless an earlier one of the transaction has.
+  void KeepStateToReturnTo();
 
   bool FNotChecked = false;  // changed since the last PostData
   bool FbDeletingObject = false;

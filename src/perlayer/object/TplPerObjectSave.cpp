@@ -105,10 +105,7 @@ void TplPerObject::SaveCurrentData() {
   PerLayerStatistics()->Timed(TIPerLayerStatisticsStartTimingType::ttSave, [&] {
     PostData();
     DoBeforeSave();
-    if (!FHasBeenSavedAndNotComitted) {
-      FOldModified = FModified;
-      FOldNewObject = FNewObject;
-    }
+    KeepStateToReturnTo();
     const std::string statement = FNewObject ? GetInsertStatement() : GetModifyStatement();
     CheckObjectIDTemporary();
     if (!statement.empty()) dbProvider()->PerformSQLStatement(statement, this);
@@ -120,6 +117,12 @@ void TplPerObject::SaveCurrentData() {
     FHasBeenSavedAndNotComitted = true;
   });
   if (alive) SetTimeStampAfterSaveObject();
+}
+
+void TplPerObject::KeepStateToReturnTo() {
+  if (FHasBeenSavedAndNotComitted) return;
+  FOldModified = FModified;
+  FOldNewObject = FNewObject;
 }
 
 void TplPerObject::CheckObjectIDTemporary() {
@@ -205,6 +208,9 @@ void TplPerObject::DoDeleteObject() {
   if (FNewObject) return;  // no row
   const std::string active = FProvider->aiActiveFieldName();
   if (active.empty()) {
+    // Else a rollback would return to what an earlier save has left: an object that was new then
+    // would be inserted a second time.
+    KeepStateToReturnTo();
     dbProvider()->PerformSQLStatement(GetDeleteStatement(), this);
   } else {
     Edits().FOldActiveValue = GetAttrValue(active);
