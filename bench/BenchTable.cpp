@@ -117,6 +117,23 @@ TplBench* MakeProvider() {
   field("VISITS", floating, 0);
   field("ACTIVE", string, 1);
   map.queries.push_back(std::move(query));
+  TClassMapUpdateSql update;
+  update.name = "usBench";
+  update.insertSql = {
+      "insert into OMRA.BENCH",
+      "(ID, SURNAME, NAME, CITY, STREET, ZIP, PHONE, DIAGNOSIS, WEIGHT, BORN, VISITS, "
+      "ACTIVE)",
+      "values",
+      "(:ID, :SURNAME, :NAME, :CITY, :STREET, :ZIP, :PHONE, :DIAGNOSIS, :WEIGHT, :BORN, "
+      ":VISITS, :ACTIVE)"};
+  update.modifySql = {
+      "update OMRA.BENCH",
+      "set ID = :ID, SURNAME = :SURNAME, NAME = :NAME, CITY = :CITY, STREET = :STREET, ZIP "
+      "= :ZIP, PHONE = :PHONE, DIAGNOSIS = :DIAGNOSIS, WEIGHT = :WEIGHT, BORN = :BORN, "
+      "VISITS = :VISITS, ACTIVE = :ACTIVE",
+      "where ID = :ID"};
+  update.deleteSql = {"delete from OMRA.BENCH", "where ID = :ID"};
+  map.updateSqls.push_back(std::move(update));
   return New<TplBench>(nullptr, AddClassMap(std::move(map)));
 }
 

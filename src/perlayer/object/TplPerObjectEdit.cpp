@@ -234,7 +234,7 @@ TPlDictionary* TplPerObject::GetReadOnlyAttributes() {
 void TplPerObject::SetReadOnly(bool) { throw Exception("Setting of Read only not implemented"); }
 
 bool TplPerObject::IsAttributeReadOnly(int AIndex) {
-  if (GetMetaData()->GetAttrPropertiesByIndex(AIndex).bReadOnly) return true;
+  if (GetMetaData()->AttrPropertiesOf(AIndex).bReadOnly) return true;
   const TPlDictionary* names = GetReadOnlyAttributes();
   return names != nullptr && names->IndexOf(GetMetaData()->GetAttrNames()->Strings(AIndex)) >= 0;
 }

@@ -24,8 +24,10 @@ bool TplPerObject::ValidateObject() {
 
 bool TplPerObject::ValidateAttribute(const std::string& AName, const Variant& AValue) {
   constexpr TIErrorLevel kLevel = TIErrorLevel::elError;
-  const TIValInfoRec info =
-      ValidString2ValidInfo(GetMetaData()->GetAttrProperties(AName).sValidInfo);
+  const int index = GetMetaData()->GetAttrIndex(AName);
+  const TIValInfoRec info =  // a copy: callers out may come back here
+      index >= 0 ? GetMetaData()->ValInfoOf(index)
+                 : ValidString2ValidInfo(GetMetaData()->GetCalcAttrProperties(AName).sValidInfo);
   const bool isEmpty = AValue.IsEmpty();
   if (info.required && isEmpty) {
     SetAttrError(AName, Format("Polje %s ne sme biti prazno.", info.displayLabel), kLevel);

@@ -84,15 +84,33 @@ TplAttrProperties TPlClassMetaData::GetAttrProperties(std::string_view sName) {
 }
 
 TplAttrProperties TPlClassMetaData::GetAttrPropertiesByIndex(int AAttributeIndex) {
+  return AttrPropertiesOf(AAttributeIndex);
+}
+
+const TplAttrProperties& TPlClassMetaData::AttrPropertiesOf(int AAttributeIndex) {
+  return Described(AAttributeIndex).properties;
+}
+
+const TIValInfoRec& TPlClassMetaData::ValInfoOf(int AAttributeIndex) {
+  return Described(AAttributeIndex).info;
+}
+
+const TPlClassMetaData::TDescribed& TPlClassMetaData::Described(int AAttributeIndex) {
   const TField* field = Data()->Fields(AAttributeIndex);
-  TplAttrProperties result;
-  result.iType = field->DataType();
-  result.iSize = field->Size();
-  result.sValidInfo = field->ValidString();
-  const TIValInfoRec info = ValidString2ValidInfo(result.sValidInfo);
-  result.sDispLabel = info.displayLabel;
-  result.sSifrant = info.codeList;
-  return result;
+  const auto index = static_cast<std::size_t>(AAttributeIndex);
+  if (FDescribed.size() <= index) FDescribed.resize(index + 1);
+  TDescribed& described = FDescribed[index];
+  TplAttrProperties& properties = described.properties;
+  if (properties.iType != field->DataType() || properties.iSize != field->Size() ||
+      properties.sValidInfo != field->ValidString()) {
+    described.info = ValidString2ValidInfo(field->ValidString());
+    properties.sDispLabel = described.info.displayLabel;
+    properties.sSifrant = described.info.codeList;
+    properties.iSize = field->Size();
+    properties.sValidInfo = field->ValidString();
+    properties.iType = field->DataType();  // last: it marks the description as made
+  }
+  return described;
 }
 
 TplAttrProperties TPlClassMetaData::GetCalcAttrProperties(std::string_view sName) {

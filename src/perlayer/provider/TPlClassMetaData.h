@@ -9,7 +9,9 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
+#include "perlayer/corekit/TIValidInfo.h"
 #include "perlayer/foundation/TPlBaseObject.h"
 #include "perlayer/platform/TStringList.h"
 #include "perlayer/provider/TplAttrProperties.h"
@@ -40,6 +42,9 @@ class TPlClassMetaData : public TPlBaseObject {
   // Raise an exception when a calculated attribute is not known either.
   TplAttrProperties GetAttrProperties(std::string_view sName);
   TplAttrProperties GetAttrPropertiesByIndex(int AAttributeIndex);  // real attributes only
+  // The same without a copy, and what its validation string says; both live until the next call.
+  const TplAttrProperties& AttrPropertiesOf(int AAttributeIndex);
+  const TIValInfoRec& ValInfoOf(int AAttributeIndex);
   TplAttrProperties GetCalcAttrProperties(std::string_view sName);
   // A name that is there already gets the new description.
   void AddCalcAttribute(std::string_view sName, std::string_view AsDispLabel, TFieldType AiType,
@@ -53,6 +58,12 @@ class TPlClassMetaData : public TPlBaseObject {
  private:
   TDataSet* Data() const;  // raises when the class map has gone
 
+  struct TDescribed {
+    TplAttrProperties properties;
+    TIValInfoRec info;
+  };
+  const TDescribed& Described(int AAttributeIndex);
+
   std::string ProviderName() const;  // "[Unknown]" when the provider has gone
 
   TObjectHandle FProvider;            // not owned: it holds this object
@@ -62,6 +73,7 @@ class TPlClassMetaData : public TPlBaseObject {
   // Folded name to index; made anew when names have come since.
   std::unordered_map<std::string, int> FIndex;
   int FIndexed = -1;
+  std::vector<TDescribed> FDescribed;  // by attribute; made again when its field says otherwise
 };
 
 }  // namespace perlayer
