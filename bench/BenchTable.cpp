@@ -16,9 +16,11 @@ namespace {
 // Removes the directory at exit.
 struct TDirectory {
   std::string path;
-  TDirectory() {
-    char pattern[] = "/tmp/perlayer-bench-XXXXXX";
-    path = mkdtemp(pattern);
+  TDirectory() : path(std::filesystem::temp_directory_path() / "perlayer-bench-XXXXXX") {
+    if (mkdtemp(path.data()) == nullptr) {
+      std::perror("bench: mkdtemp");
+      std::exit(1);
+    }
   }
   ~TDirectory() {
     std::error_code ignored;

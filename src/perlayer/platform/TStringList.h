@@ -2,8 +2,8 @@
 // TStringList: a list of texts, each with an object beside it. Objects are not owned and are kept
 // as handles: an entry whose object has been destroyed answers nullptr.
 //
-// Unsorted, the order is that of adding. Sorted, the list keeps itself in order and looks texts up
-// by binary search; Duplicates then decides what Add does with a text that is there already. Texts
+// Unsorted, the order is that of adding. Sorted, the list keeps itself in order, and finds, adds and
+// deletes in O(log n); Duplicates then decides what Add does with a text that is there already. Texts
 // compare by CompareText unless CaseSensitive is set.
 //
 // Belongs to the thread that made it. Indices outside the list raise EListError
@@ -54,7 +54,7 @@ class TStringList : public TObject {
   // The same texts in the same order, bytes compared.
   bool Equals(const TStringList& other) const;
 
-  // Index of the text, or -1: by binary search when sorted, the first otherwise.
+  // Index of the text, or -1: by search when sorted, the first otherwise.
   int IndexOf(std::string_view text) const;
   // Sorted lists: true with the index of the text, false with the index where it would go. With
   // dupAccept the index is that of the first of equal texts, otherwise of the one met first by the

@@ -25,8 +25,7 @@
 //   /             Float
 //   VarDiv, %     Integer, cut towards zero; the remainder has the sign of the left operand
 //   & | ^ ~       Boolean where an operand is one, otherwise bit by bit on Integers
-//   < <= > >=     Unassigned before Null before the rest; then as == compares: texts by their
-//   bytes,
+//   < <= > >=     Unassigned before Null before the rest; then as == compares: texts by bytes,
 //                 Boolean false first, dates and numbers by size
 //
 // Null passes through an operator: the result is Null, but for false & Null, which is false, and
