@@ -296,7 +296,40 @@ TEST_F(SavingTest, MessagesAndUnbalancedEnds) {
             "No active transaction");
 }
 
-// --- every call fails once, and all of them from one on ---
+TEST_F(SavingTest, WhatFailsAheadOfTheStatementLeavesNothingBehind) {
+  auto object = NewOf(FPrescriptions, "1");
+  object->SetAttrValue("NAME", "A");
+  object->SaveData();
+  object->SetAttrValue("NAME", "B");
+  for (const char* place : {"DoBeforeSave", "DoAfterSave"}) {
+    for (int call = 1; place != nullptr; ++call) {
+      Faults.FailAt(call);
+      const std::string fault = Raised([&] { object->DeleteObject(); });
+      Faults.FailAt(0);
+      ASSERT_NE(fault, "") << place;
+      EXPECT_EQ(object->GetAttrValue("ACTIVE"), "1") << fault;
+      EXPECT_EQ(Prescriptions(), "1,A,1");
+      if (fault == place) place = nullptr;
+    }
+  }
+  PerLayerSettings()->aiOnStartTransactionEvent(
+      TNotifyEvent::From([](TObject*) { throw Exception("no"); }));
+  EXPECT_EQ(Raised([&] { object->SaveData(); }), "no");
+  EXPECT_EQ(dbProvider()->aiTransactionCount(), 0);
+  PerLayerSettings()->aiOnStartTransactionEvent(nullptr);
+
+  // An event behind a nested commit does not undo the level twice.
+  dbProvider()->StartTransaction("outer");
+  PerLayerSettings()->aiOnCommitTransactionEvent(
+      TNotifyEvent::From([](TObject*) { throw Exception("no"); }));
+  EXPECT_EQ(Raised([&] { object->SaveData(); }), "no");
+  EXPECT_EQ(dbProvider()->aiTransactionCount(), 1);
+  PerLayerSettings()->aiOnCommitTransactionEvent(nullptr);
+  dbProvider()->Commit("outer");
+  EXPECT_EQ(Prescriptions(), "1,B,1");
+}
+
+// --- every call fails once ---
 
 // What a script of writes leaves behind: nothing half done, nobody held, and a second try works.
 TEST_F(SavingTest, AfterAnyFailureObjectsTransactionAndDatabaseAgree) {
@@ -458,6 +491,7 @@ class TTransactionModel {
     return false;
   }
   bool Delete(TModel& object) {
+    if (!object.isNew && !object.logical) Keep(object);
     const bool cancels = !object.isNew && !object.modified;
     if (cancels) object.Touch();
     object.deleting = true;
@@ -468,7 +502,6 @@ class TTransactionModel {
       object.Write("ACTIVE", "0");
       done = Statement(object);
     } else if (!object.isNew) {
-      Keep(object);
       FList.push_back(&object);
       object.row.reset();
     }

@@ -95,6 +95,7 @@ void TplDatabaseProvider::StartTransaction(std::string_view text) {
   if (FTransCount == 0) {
     TOwned<TPlList> objects = Make<TPlList>();
     Database().StartTransaction(Label(text, kStartTransaction, FTransCount));
+    FreeAndNil(FTransactionObjects);  // of a transaction whose count was reset
     FTransactionObjects = objects.Release();
     StartTransactionTimer();
   } else {
@@ -102,7 +103,13 @@ void TplDatabaseProvider::StartTransaction(std::string_view text) {
   }
   ++FTransCount;
   const TNotifyEvent event = PerLayerSettings()->aiOnStartTransactionEvent();
-  if (event) event(this);
+  if (!event) return;
+  try {
+    event(this);
+  } catch (...) {
+    Rollback(text);  // the caller's own comes only behind a start that has worked
+    throw;
+  }
 }
 
 void TplDatabaseProvider::Commit(std::string_view text) {
@@ -113,8 +120,11 @@ void TplDatabaseProvider::Commit(std::string_view text) {
     --FTransCount;
   }
   if (FTransCount < 0) {
-    ShowInformation(Format("Pozor! Števec transakcij = %s!", std::to_string(FTransCount)));
-    ResetTransactionCountAndCommit();
+    TryFinally(
+        [&] {
+          ShowInformation(Format("Pozor! Števec transakcij = %s!", std::to_string(FTransCount)));
+        },
+        [&] { ResetTransactionCountAndCommit(); });
   }
   const TNotifyEvent event = PerLayerSettings()->aiOnCommitTransactionEvent();
   if (event) event(this);
@@ -217,7 +227,10 @@ void TplDatabaseProvider::OnBeforeTransactionCountZeroRollback(TList* list) {
 // --- statements ---
 
 void TplDatabaseProvider::PerformSQLStatement(const std::string& sql, TPlBaseObject* obj) {
-  if (FTransCount == 0) throw Exception("No active transaction");
+  // The list has gone ahead of the count while the messages of a commit are shown.
+  if (FTransCount <= 0 || FTransactionObjects == nullptr) {
+    throw Exception("No active transaction");
+  }
   auto* object = Cast<TplPerObject>(obj);
   const TOwned<TIQuery> query = Make<TIQuery>();
   const TDataSet* fields = object->aiProvider()->GetQueryForBo(object);

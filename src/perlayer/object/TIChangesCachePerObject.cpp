@@ -1,5 +1,7 @@
 #include "perlayer/object/TIChangesCachePerObject.h"
 
+#include <cmath>
+
 #include "perlayer/corekit/ILog.h"
 #include "perlayer/corekit/TField.h"
 #include "perlayer/corekit/TIQuery.h"
@@ -59,7 +61,6 @@ TIQuery* TIChangesCachePerObject::GetQuery() {
   TplProvider* provider = PerObject()->aiProvider();
   TOwned<TIQuery> query = Make<TIQuery>();
   query->AssignSQL(*provider->aiClassMap()->GetQuery(provider->aiQueryName()));
-  query->DatabaseName(TcmpClassMap::kDatabaseName);
   query->ParamByName(provider->GetIDAttrName()).AsString(PerObject()->GetGID());
   return query.Release();
 }
@@ -80,7 +81,8 @@ void TIChangesCachePerObject::GetChangedAttributes() {
     if (field->DataType() == TFieldType::ftDateTime) {
       const TDateTime row = field->IsNull() ? 0 : field->AsDateTime();
       const TDateTime old = object->GetAttrOldValueAsDate(name);
-      differs = row != old && (row > 0 || old > 0);
+      const auto seconds = [](TDateTime value) { return std::llround(value * 86400); };
+      differs = seconds(row) != seconds(old) && (row > 0 || old > 0);  // the store keeps seconds
     } else {
       differs = text != object->GetAttrOldValue(name);
     }

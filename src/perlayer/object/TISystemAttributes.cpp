@@ -42,7 +42,7 @@ void TISystemAttributes::CreateSQL(TplProvider* AProvider, const std::string& AI
 }
 
 void TISystemAttributes::DoUpdate() {
-  if (FUserField.empty()) return;  // there is no statement yet
+  if (FQuery->SQL()->Count() == 0) return;
   FQuery->Close();
   FQuery->Open();
   if (FQuery->IsEmpty()) return ClearValues();

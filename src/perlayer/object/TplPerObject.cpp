@@ -43,6 +43,8 @@ bool TplPerObject::GetReadOnly() {
 void TplPerObject::SetLockedBy(TplLockedBy ALockedBy) { FLockedBy = ALockedBy; }
 TplLockedBy TplPerObject::GetLockedBy() { return FLockedBy; }
 
+void TplPerObject::Reload() { NotImplemented("TplPerObject.Reload"); }
+
 void TplPerObject::SetInitializingBo(bool AInitializing) {
   if (AInitializing == FInitializingBo) return;
   FInitializingBo = AInitializing;
@@ -74,10 +76,15 @@ void TplPerObject::DiposeNewlyCreatedMe() {
 }
 
 void TplPerObject::InitializeFromDataSet(TDataSet* ADataSet) {
+  const TAlive alive(this);
   data.InitFromDataSet(ADataSet);
   if (Is<TplProviderDBLink>(FProvider)) DoForceCommitAfterLoad();
+  if (!alive) return;
   SetInitializingBo(true);
-  TryFinally([&] { DoAfterLoad(); }, [&] { SetInitializingBo(false); });
+  TryFinally([&] { DoAfterLoad(); },
+             [&] {
+               if (alive) SetInitializingBo(false);
+             });
 }
 
 std::string TplPerObject::GetAttrValue(const std::string& AName) {

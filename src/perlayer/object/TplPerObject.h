@@ -70,6 +70,9 @@ class TplPerObject : public TplDomainObject {
   void SetLockedBy(TplLockedBy ALockedBy) override;
   TplLockedBy GetLockedBy() override;
 
+  // Raises "Not implemented yet: %s": nothing pretends that a row was read anew.
+  void Reload() override;
+
   // While an object initializes, writes mark nothing as changed.
   virtual void SetInitializingBo(bool AInitializing);
   virtual std::string GetGID();       // the value of the ID attribute
@@ -343,6 +346,7 @@ class TplPerObject : public TplDomainObject {
   int AttrIndexToWrite(const std::string& AName);
   std::string PostErrors(bool& AErrors) const;
   void ReleaseEditing();
+  void Deactivate(const std::string& AActive);
   // Before a statement: what a rollback puts back, unless an earlier one of the transaction has.
   void KeepStateToReturnTo();
 

@@ -67,20 +67,24 @@ bool TplPerObject::SetAttrValueCommon(const std::string& AName, const std::strin
                                       bool ACheckReadOnly) {
   const int index = AttrIndexToWrite(AName);
   // The old value may be written back whatever the rights: an edit can be undone.
-  if (!FInitializingBo && ACheckReadOnly && AValue != data.GetAttrOldValueByIndex(index) &&
-      GetReadOnly()) {
+  if (!FInitializingBo && ACheckReadOnly && AValue != data.OldValueView(index) && GetReadOnly()) {
     throw Exception(Format(kReadOnlyObject, GetTextDescription(), ClassName(), GetGID(), AName,
                            AValue, GetReadOnlyReason()));
   }
   if (GetMetaData()->IsCalcAttr(AName) ||
-      (IsAttributeReadOnly(index) && AValue != data.GetAttrOldValueByIndex(index))) {
+      (IsAttributeReadOnly(index) && AValue != GetAttrOldValue(AName))) {
     throw Exception(Format(kReadOnlyField, GetTextDescription(),
                            GetMetaData()->GetAttrProperties(AName).sDispLabel));
   }
   if (data.ValueView(index) != AValue) {
     const TIPersistentObjectState state = GetEditState();
-    if (state == TIPersistentObjectState::posBrowse || state == TIPersistentObjectState::posCreated)
+    if (state == TIPersistentObjectState::posBrowse ||
+        state == TIPersistentObjectState::posCreated) {
+      const TAlive alive(this);
+      const std::string value = AValue;  // who hears of the edit may change what it refers to
       TryEdit(AName);
+      return !alive || PrivateSetAttrValue(index, value);
+    }
   }
   return PrivateSetAttrValue(index, AValue);
 }
@@ -106,13 +110,16 @@ bool TplPerObject::PrivateSetAttrValue(int AIndex, const std::string& AValue) {
   if (isId) data.SetAttrOldValueByIndex(AIndex, value);
   if (!changed) return true;
   const TAlive alive(this);
-  if (FEdits != nullptr && FEdits->FDataSet != nullptr) {
-    FEdits->FDataSet->UpdateAttribute(name);
-    if (alive) AttributeValueChanged(AIndex, name, value);
-  }
+  TryFinally(
+      [&] {
+        if (FEdits == nullptr || FEdits->FDataSet == nullptr) return;
+        FEdits->FDataSet->UpdateAttribute(name);
+        if (alive) AttributeValueChanged(AIndex, name, value);
+      },
+      [&] {
+        if (alive && !FInitializingBo) FModified = FNotChecked = true;
+      });
   if (!alive || FInitializingBo) return true;
-  FModified = true;
-  FNotChecked = true;
   const bool valid = FIgnoreValidation || ValidateAttribute(name, Variant(value));
   if (alive) CallNotifyActionForAttribute(TIBaseObjectAction::paModified, name);
   return valid;
@@ -125,7 +132,7 @@ bool TplPerObject::SetAttrValueAsFloat(const std::string& AName, double AValue) 
 
 bool TplPerObject::SetAttrValueAsDate(const std::string& AName, TDateTime AValue) {
   const TFormatSettings& settings = FrozenFormatSettings();
-  if (AValue < MinDateTime || AValue > MaxDateTime) {
+  if (!(AValue >= MinDateTime && AValue <= MaxDateTime)) {
     BoMessageDlg(kBadDateTime, TMsgDlgType::mtError, {TMsgDlgBtn::mbOK}, TMsgDlgBtn::mbOK,
                  TMsgDlgBtn::mbOK);
     AValue = kNoDate;
@@ -185,8 +192,10 @@ void TplPerObject::TryEdit(bool ALock) {
 void TplPerObject::Touch() {
   const TAlive alive(this);
   FModified = true;
-  CallNotifyAction(this, TIBaseObjectAction::paModified, nullptr);
-  if (alive) data.DisableOptimizingUpdateQueries(true);
+  TryFinally([&] { CallNotifyAction(this, TIBaseObjectAction::paModified, nullptr); },
+             [&] {
+               if (alive) data.DisableOptimizingUpdateQueries(true);
+             });
 }
 
 void TplPerObject::CancelData() {
@@ -194,15 +203,20 @@ void TplPerObject::CancelData() {
   DoCancelData();
   if (!alive) return;
   FbObjectMarkedDeleted = false;
-  if (GetModified()) {
-    data.CancelData();
-    FModified = false;
-    CallNotifyAction(this, TIBaseObjectAction::paModified, nullptr);
-    if (alive) CallNotifyAction(this, TIBaseObjectAction::paCancelData, nullptr);
-    if (alive && FEdits != nullptr && FEdits->FDataSet != nullptr)
-      FEdits->FDataSet->RefreshFromBo();
-  }
-  if (alive) UnLock(this, GetLockGroup());
+  TryFinally(
+      [&] {
+        if (!GetModified()) return;
+        data.CancelData();
+        FModified = false;
+        CallNotifyAction(this, TIBaseObjectAction::paModified, nullptr);
+        if (alive) CallNotifyAction(this, TIBaseObjectAction::paCancelData, nullptr);
+        if (alive && FEdits != nullptr && FEdits->FDataSet != nullptr) {
+          FEdits->FDataSet->RefreshFromBo();
+        }
+      },
+      [&] {
+        if (alive) UnLock(this, GetLockGroup());
+      });
   // Once more for an object that was modified: listeners count on both.
   if (alive) CallNotifyAction(this, TIBaseObjectAction::paCancelData, nullptr);
 }
@@ -253,9 +267,16 @@ void TplPerObject::SetReadOnlyFields(std::initializer_list<std::string_view> ANa
 
 IboDataSet* TplPerObject::GetDataSet() {
   if (FEdits == nullptr || FEdits->FDataSet == nullptr) {
+    const TAlive alive(this);
     Edits().FDataSet = MakeboDataSet(this);
-    IboDataSet* dataSet = FEdits->FDataSet.get();
-    if (!GetReadOnly() && !dataSet->IsEditing()) dataSet->Edit();
+    try {
+      IboDataSet* dataSet = FEdits->FDataSet.get();
+      if (!GetReadOnly() && !dataSet->IsEditing()) dataSet->Edit();
+    } catch (...) {
+      if (alive && FEdits != nullptr) FEdits->FDataSet.reset();
+      throw;
+    }
+    if (!alive || FEdits == nullptr) return nullptr;
   }
   return FEdits->FDataSet.get();
 }

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <vector>
 
 #include "perlayer/corekit/ILog.h"
 #include "perlayer/corekit/TField.h"
@@ -28,15 +29,18 @@ bool IsBeingEdited(TIPersistentObjectState state) {
   return state == TIPersistentObjectState::posEdit || state == TIPersistentObjectState::posInsert;
 }
 
-// Runs `work` in a level of the counted transaction: any exception rolls that level back.
+// Runs `work` in a level of the counted transaction: any exception rolls that level back, unless
+// its commit has ended it already and an event behind that has raised.
 template <class TWork>
 void InTransaction(const std::string& text, TWork&& work) {
-  dbProvider()->StartTransaction(text);
+  TplDatabaseProvider* provider = dbProvider();
+  const int outside = provider->aiTransactionCount();
+  provider->StartTransaction(text);
   try {
     work();
-    dbProvider()->Commit(text);
+    provider->Commit(text);
   } catch (...) {
-    dbProvider()->Rollback(text);
+    if (outside == 0 || provider->aiTransactionCount() > outside) provider->Rollback(text);
     throw;
   }
 }
@@ -78,11 +82,12 @@ void TplPerObject::SaveData() {
       const TFlag saving(this, FbDoSavingData);
       DoSaveData();
     }
+    PerLayerStatistics()->StopTiming();
   });
   if (!alive) return;
   FModified = false;
   if (wasNew) SetNotify(true);
-  if (wasModified) CallNotifyAction(this, TIBaseObjectAction::paModified, nullptr);
+  if (alive && wasModified) CallNotifyAction(this, TIBaseObjectAction::paModified, nullptr);
   if (!alive) return;
   if (WasObjectInEditState(FbEditState) || (wasNew && FNewObject != wasNew)) {
     UnLock(this, GetLockGroup());
@@ -94,8 +99,9 @@ void TplPerObject::SaveData() {
 
 void TplPerObject::DoSaveData() {
   FbEditState = IsBeingEdited(GetEditState());
+  const TAlive alive(this);
   SaveCurrentData();
-  TplProvider::GetCallBackObject()->DoSaveData(this);
+  if (alive) TplProvider::GetCallBackObject()->DoSaveData(this);
 }
 
 void TplPerObject::SaveCurrentData() {
@@ -104,9 +110,11 @@ void TplPerObject::SaveCurrentData() {
   const TFlag saving(this, FbSavingCurrentData);
   PerLayerStatistics()->Timed(TIPerLayerStatisticsStartTimingType::ttSave, [&] {
     PostData();
-    DoBeforeSave();
+    if (alive) DoBeforeSave();
+    if (!alive) return;
     KeepStateToReturnTo();
     const std::string statement = FNewObject ? GetInsertStatement() : GetModifyStatement();
+    if (!alive) return;
     CheckObjectIDTemporary();
     if (!statement.empty()) dbProvider()->PerformSQLStatement(statement, this);
     FModified = false;
@@ -127,8 +135,10 @@ void TplPerObject::KeepStateToReturnTo() {
 
 void TplPerObject::CheckObjectIDTemporary() {
   const std::string id = GetGID();
-  std::int64_t number = 0;
-  if (!TryStrToInt(id, number) || number >= 0) return;
+  std::int64_t number = -1;  // as one that is too long for its digits
+  if (!IsNumeric(id) || !Trim(id).starts_with('-') || (TryStrToInt(id, number) && number >= 0)) {
+    return;
+  }
   const std::string message =
       Format("Napaka pri shranjevanju! ID objekta %s - začasen ID (%s)!", ClassName(), id);
   ILog("TplPerObject.CheckObjectIDTemporary exception: " + message);
@@ -143,8 +153,14 @@ void TplPerObject::FillValuesInSqlParams(TIQuery* AQuery) {
     const std::string name(param.Name());
     if (AsciiUpperCase(name.substr(0, kOld.size())) == kOld) {
       const std::string attribute = name.substr(kOld.size());
-      const std::string old = GetAttrOldValue(attribute);
-      param.AsString(old.empty() ? GetAttrValue(attribute) : old);
+      std::string text = GetAttrOldValue(attribute);
+      if (text.empty()) text = GetAttrValue(attribute);
+      const TField* field = GetMetaData()->GetField(attribute);
+      if (field != nullptr && field->DataType() == TFieldType::ftDateTime && !text.empty()) {
+        param.AsDateTime(StrToDateTime(text, settings));
+      } else {
+        param.AsString(text);
+      }
       continue;
     }
     const int index = data.GetAttrIndex(name);
@@ -174,9 +190,13 @@ void TplPerObject::DeleteObject() {
   DoBeforeDeleteObject();
   if (!alive) return;
   bool cancelOnFailure = false;
+  // A rollback returns to the state ahead of the delete, and not to what an earlier save has left:
+  // an object that was new then would be inserted a second time.
+  if (!FNewObject && FProvider->aiActiveFieldName().empty()) KeepStateToReturnTo();
   if (!FNewObject && !IsBeingEdited(GetEditState())) {
     cancelOnFailure = !GetModified();
     TryEdit(true);
+    if (!alive) return;
   }
   FbDeletingObject = true;
   TryFinally(
@@ -207,17 +227,31 @@ void TplPerObject::DoDeleteObject() {
   }
   if (FNewObject) return;  // no row
   const std::string active = FProvider->aiActiveFieldName();
+  const TAlive alive(this);
   if (active.empty()) {
-    // Else a rollback would return to what an earlier save has left: an object that was new then
-    // would be inserted a second time.
-    KeepStateToReturnTo();
     dbProvider()->PerformSQLStatement(GetDeleteStatement(), this);
   } else {
-    Edits().FOldActiveValue = GetAttrValue(active);
-    SetReadOnlyAttrValue(active, "0");
-    DoSaveData();
+    Deactivate(active);
   }
-  TplProvider::GetCallBackObject()->DoDeleteObject(this);
+  if (alive) TplProvider::GetCallBackObject()->DoDeleteObject(this);
+}
+
+// An object that never came into the transaction's list hears of no rollback: it takes its value
+// back itself, lest an ordinary save deactivates the row.
+void TplPerObject::Deactivate(const std::string& AActive) {
+  const TAlive alive(this);
+  const std::string before = GetAttrValue(AActive);
+  Edits().FOldActiveValue = before;
+  try {
+    SetReadOnlyAttrValue(AActive, "0");
+    if (alive) DoSaveData();
+  } catch (...) {
+    const TPlList* told = dbProvider()->TransactionObjects();
+    if (alive && (told == nullptr || told->IndexOf(this) < 0)) {
+      SetReadOnlyAttrValue(AActive, before);
+    }
+    throw;
+  }
 }
 
 // --- the end of the transaction ---
@@ -280,7 +314,10 @@ namespace {
 template <class TAction>
 void ForEachObject(std::initializer_list<TPlBaseObject*> items, const char* operation,
                    TAction&& action) {
-  for (TPlBaseObject* item : items) {
+  // What is done to one may end another.
+  const std::vector<TObjectHandle> handles(items.begin(), items.end());
+  for (const TObjectHandle& handle : handles) {
+    TObject* item = handle.Get();
     if (item == nullptr) continue;
     auto* object = As<TplPerObject>(item);
     if (object == nullptr) throw Exception(std::string("Wrong type in ") + operation);

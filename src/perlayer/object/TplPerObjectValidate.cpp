@@ -14,12 +14,13 @@
 namespace perlayer {
 
 bool TplPerObject::ValidateObject() {
+  const TAlive alive(this);
   bool valid = true;
-  for (int i = 0; i < AttrCount(); ++i) {
+  for (int i = 0; alive && i < AttrCount(); ++i) {
     const std::string name = AttrName(i);
     if (!ValidateAttribute(name, Variant(GetAttrValue(name)))) valid = false;
   }
-  return valid && DoValidateObject();
+  return alive && valid && DoValidateObject();
 }
 
 bool TplPerObject::ValidateAttribute(const std::string& AName, const Variant& AValue) {
@@ -167,8 +168,10 @@ void TplPerObject::PostData() {
 }
 
 void TplPerObject::PostDataWithCommit() {
+  const TAlive alive(this);
   DoBeforePostDataWithCommit();
-  PostData();
+  if (alive) PostData();
+  if (!alive) return;
   data.CommitValues();
   data.DisableOptimizingUpdateQueries(true);
   DoPostDataWithCommit();

@@ -172,14 +172,14 @@ std::string_view TIboData::ValueView(int AIndex) const {
   return FValues.At(AIndex);
 }
 
-std::string TIboData::GetAttrOldValue(std::string_view sAttr) {
+std::string TIboData::GetAttrOldValue(std::string_view sAttr) const {
   return GetAttrOldValueByIndex(GetAttrIndex(sAttr));
 }
 
-std::string TIboData::GetAttrOldValueByIndex(int AIndex) {
-  NeedOldValues();
-  CheckIndex(FOldValues, AIndex);
-  return std::string(FOldValues.At(AIndex));
+std::string_view TIboData::OldValueView(int AIndex) const {
+  const TValueRow& row = FOldValues.Count() == 0 ? FValues : FOldValues;
+  CheckIndex(row, AIndex);
+  return row.At(AIndex);
 }
 
 void TIboData::SetAttrOldValueByIndex(int AIndex, std::string_view sValue) {

@@ -55,9 +55,11 @@ class TIboData {
   std::string GetAttrValueByIndex(int AIndex) const { return std::string(ValueView(AIndex)); }
   // The same without a copy; lives until the store is written. Raises EListError outside.
   std::string_view ValueView(int AIndex) const;
-  // With no old values yet, these first copy the current ones.
-  std::string GetAttrOldValue(std::string_view sAttr);
-  std::string GetAttrOldValueByIndex(int AIndex);
+  // With no old values yet, they are the current ones.
+  std::string GetAttrOldValue(std::string_view sAttr) const;
+  std::string GetAttrOldValueByIndex(int AIndex) const { return std::string(OldValueView(AIndex)); }
+  // The same without a copy; lives until the store is written. Raises EListError outside.
+  std::string_view OldValueView(int AIndex) const;
   void SetAttrOldValueByIndex(int AIndex, std::string_view sValue);
   // False while there are no old values.
   bool AttributeModified(std::string_view AAttribute) const;

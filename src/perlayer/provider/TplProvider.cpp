@@ -167,10 +167,10 @@ std::string TplProvider::GetTableName() {
                ClassName(), insert));
   }
   // The name ends at the line's end; the last character of the text is never part of it.
-  for (std::size_t i = owner + FsTableOwner.size() + 1; i + 1 < insert.size(); ++i) {
-    if (static_cast<unsigned char>(insert[i]) < 32) break;
-    FsTableName += insert[i];
-  }
+  const std::size_t begin = owner + FsTableOwner.size() + 1;
+  std::size_t end = begin;
+  while (end + 1 < insert.size() && static_cast<unsigned char>(insert[end]) >= 32) ++end;
+  FsTableName = insert.substr(begin, end - begin);
   return FsTableName;
 }
 
@@ -381,10 +381,13 @@ void TplProvider::SetDefaultValues(TplPerObject* AplObject) {
 
 void TplProvider::SetDefaultNewObjectValues(TplPerObject* ANewObject) {
   ANewObject->SetInitializingBo(true);
-  ANewObject->SetObjectTypeForNewObject();
-  if (!FActiveFieldName.empty()) ANewObject->SetAttrValue(FActiveFieldName, "1");
-  if (GetGreenMode()) ANewObject->SetAttrValue(GetIDAttrName(), CDefNumericNoIdValue());
-  ANewObject->SetInitializingBo(false);
+  TryFinally(
+      [&] {
+        ANewObject->SetObjectTypeForNewObject();
+        if (!FActiveFieldName.empty()) ANewObject->SetAttrValue(FActiveFieldName, "1");
+        if (GetGreenMode()) ANewObject->SetAttrValue(GetIDAttrName(), CDefNumericNoIdValue());
+      },
+      [&] { ANewObject->SetInitializingBo(false); });
 }
 
 // --- rows ---

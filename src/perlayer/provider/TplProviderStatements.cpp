@@ -220,7 +220,8 @@ std::string TplProvider::OptimizeModifyStatement(TplPerObject* AplPerObject,
   const std::size_t set = upper.find("SET");
   if (set == std::string::npos) return ASQL;
   const std::size_t begin = set + 3;
-  const std::size_t where = std::min(upper.find("WHERE", begin), ASQL.size());
+  const std::size_t where = upper.find("WHERE", begin);
+  if (where == std::string::npos) return ASQL;
   std::vector<std::string> changed;
   for (std::string& assignment : SplitText(ASQL.substr(begin, where - begin), ",")) {
     const std::string_view name =
