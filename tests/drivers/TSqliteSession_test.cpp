@@ -241,6 +241,7 @@ TEST_F(TSqliteSessionTest, TheFirstWriteOpensATransactionAndNothingCommitsByItse
   const auto reader = Open();
   MakePatients(*writer, 1);
   EXPECT_EQ(Query(*writer, "select id from omra.patient"), "1");
+  EXPECT_NE(Query(*writer, "explain plan for update omra.patient set last = 'X'"), "");
   EXPECT_FALSE(writer->InTransaction());
   EXPECT_EQ(Run(*writer, "update omra.patient set last = 'X' where id = 7"), 0);
   EXPECT_TRUE(writer->InTransaction());
@@ -548,10 +549,15 @@ TEST_F(TSqliteSessionTest, ChangedTablesAreSeenByKeptStatements) {
   const auto session = Open();
   Run(*session, "create table t (d varchar2(20))");
   Run(*session, "insert into t values (:d)", {"01.02.2020"});
+  TTaken held(*session, "select d from t where d = :d", {"01.02.2020"});
+  EXPECT_EQ(held.Rest(), "01.02.2020");
   EXPECT_EQ(Query(*session, "select d from t where d = :d", {"01.02.2020"}), "01.02.2020");
   Run(*session, "drop table t");
   Run(*session, "create table t (d date)");
   Run(*session, "insert into t values (:d)", {"01.02.2020"});
+  held->Reset();
+  held.Bind({"01.02.2020"});
+  EXPECT_EQ(held.Rest(), "43862");
   EXPECT_EQ(Query(*session, "select d from t where d = :d", {"01.02.2020"}), "43862");
   TTaken all(*session, "select * from t");
   EXPECT_EQ(all.Next(), "43862");

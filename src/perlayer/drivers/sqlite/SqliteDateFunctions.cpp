@@ -4,7 +4,9 @@
 #include "perlayer/drivers/sqlite/SqlFormats.h"
 #include "perlayer/drivers/sqlite/SqliteFunctions.h"
 #include "perlayer/drivers/sqlite/TSqliteCall.h"
+#include "perlayer/platform/Exception.h"
 #include "perlayer/platform/TClock.h"
+#include "perlayer/platform/TDateTime.h"
 
 namespace perlayer {
 
@@ -27,7 +29,12 @@ void SysDate(TSqliteCall& call) {
 // A text by the format, or by the short date format; a number is a date already.
 void ToDate(TSqliteCall& call) {
   const bool byModel = call.Count() > 1 && !call.IsNumber(0);
-  call.Answer(byModel ? ParseSqlDate(call.Text(1), call.Text(0)) : call.Date(0));
+  const TDateTime date = byModel ? ParseSqlDate(call.Text(1), call.Text(0)) : call.Date(0);
+  // The times of the first day are numbers below it.
+  if (date <= MinDateTime - 1 || date > MaxDateTime) {
+    throw EConvertError("TO_DATE: a date lies in the years 100 to 9999");
+  }
+  call.Answer(date);
 }
 
 void DateToChar(TSqliteCall& call) {

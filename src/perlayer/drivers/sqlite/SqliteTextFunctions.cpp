@@ -44,6 +44,10 @@ void Instr(TSqliteCall& call) {
   const std::int64_t start = call.Count() > 2 ? call.Whole(2) : 1;
   std::int64_t occurrence = call.Count() > 3 ? call.Whole(3) : 1;
   if (occurrence < 1) throw EConvertError("INSTR counts occurrences from 1");
+  if (part.empty()) {  // it would be found everywhere
+    call.AnswerWhole(0);
+    return;
+  }
   std::size_t found = std::string_view::npos;
   if (start > 0) {
     std::size_t from = Forward(text, 0, start - 1);
@@ -88,6 +92,7 @@ void Pad(TSqliteCall& call) {
     call.Answer(text.substr(0, Forward(text, 0, width)));
     return;
   }
+  if (pad.empty()) return;  // NULL, as there is nothing to fill up with
   std::string padding;
   const std::int64_t whole = missing / Length(pad);
   for (std::int64_t i = 0; i < whole; ++i) padding += pad;

@@ -44,6 +44,13 @@ bool IsComparison(const TSqlToken& token) {
   return StandsIn(kSymbols, token.name);
 }
 
+// In parentheses when it is negative: two minus signs begin a comment.
+std::string NumberLiteral(double value) {
+  std::string text;
+  AppendFloat(text, value);
+  return value < 0 ? '(' + text + ')' : text;
+}
+
 }  // namespace
 
 bool IsSqlKeyword(const TSqlToken& token) {
@@ -277,8 +284,7 @@ TSqlOperand TSqlExpressions::DateLiteral(TSqlCursor& cursor) {
   if (blank != std::string::npos) text[blank] = 'T';
   try {
     const TDateTime value = ISO8601ToDateTime(text);
-    FTokens[first].out.clear();
-    AppendFloat(FTokens[first].out, value);
+    FTokens[first].out = NumberLiteral(value);
   } catch (const EConvertError&) {
     FTokens.Refuse(first, "a date is written DATE '2023-01-27' or TIMESTAMP '2023-01-27 16:17:47'");
   }
@@ -295,8 +301,7 @@ TSqlOperand TSqlExpressions::IntervalLiteral(TSqlCursor& cursor) {
     const double count = StrToFloat(text.substr(1, text.size() - 2));
     if (first + 2 >= cursor.end) throw EConvertError("no unit");
     const double days = SqlInterval(count, FTokens[first + 2].name);
-    FTokens[first].out.clear();
-    AppendFloat(FTokens[first].out, days);
+    FTokens[first].out = NumberLiteral(days);
   } catch (const EConvertError&) {
     FTokens.Refuse(first,
                    "an interval is written INTERVAL '3' DAY, HOUR, MINUTE or SECOND; for "
@@ -462,6 +467,12 @@ TSqlOperand TSqlExpressions::Arithmetic(TSqlCursor& cursor, const TSqlOperand& l
 TSqlOperand TSqlExpressions::Comparison(TSqlCursor& cursor, const TSqlOperand& left, int level) {
   if (FTokens[cursor.at].Is("^=")) FTokens[cursor.at].out = "<>";
   ++cursor.at;
+  for (const char* word : {"ALL", "ANY", "SOME"}) {
+    if (FTokens.Is(cursor.at, word) && FTokens.Is(cursor.at + 1, "(")) {
+      FTokens.Refuse(cursor.at,
+                     std::string(word) + " behind a comparison is not supported by this database");
+    }
+  }
   const TSqlOperand right = Parse(cursor, level);
   if (!right.IsEmpty()) Coerce({left, right});
   return {left.first, cursor.at};
@@ -480,8 +491,11 @@ TSqlOperand TSqlExpressions::Predicate(TSqlCursor& cursor, const TSqlOperand& le
   if (at + 1 >= cursor.end) return left;
   if (FTokens.Is(at, "LIKE")) {
     cursor.at = at + 1;
-    if (left.type == TSqlType::date) Wrap(left, "date_to_char");
-    Parse(cursor, level);
+    const TSqlOperand pattern = Parse(cursor, level);
+    WriteDate(left);
+    for (const TSqlOperand& operand : {left, pattern}) {
+      if (operand.type == TSqlType::number) Wrap(operand, "to_char");
+    }
     if (cursor.at < cursor.end && FTokens.Is(cursor.at, "ESCAPE")) {
       ++cursor.at;
       Parse(cursor, level);
@@ -500,7 +514,10 @@ TSqlOperand TSqlExpressions::Predicate(TSqlCursor& cursor, const TSqlOperand& le
     const std::size_t open = at + 1;
     cursor.at = open;
     if (FTokens.Is(open + 1, "SELECT") || FTokens.Is(open + 1, "WITH")) {
-      Parentheses(cursor);
+      const TSqlOperand found = Parentheses(cursor);
+      if (left.type == TSqlType::date && found.type == TSqlType::text) {
+        FTokens.Refuse(open, "a date is looked for among texts: TO_DATE belongs into the query");
+      }
     } else {
       TSqlCursor inside{open + 1, FTokens[open].partner, cursor.scope};
       std::vector<TSqlOperand> operands = List(inside);
@@ -547,10 +564,10 @@ void TSqlExpressions::Convert(TSqlType type, const TSqlOperand& value) {
 
 void TSqlExpressions::Assign(TSqlType column, const TSqlOperand& value) {
   if (value.IsEmpty()) return;
-  const bool isStored = column == TSqlType::text &&
-                        (value.column || value.parameter >= 0 || value.behind == value.first + 1);
+  const bool isStored =
+      column == TSqlType::text && (value.parameter >= 0 || value.type != TSqlType::number);
   if (isStored) {
-    WriteDate(value);  // the column's affinity makes texts of numbers
+    WriteDate(value);  // the column's affinity makes texts of bound numbers
   } else {
     Convert(column, value);
   }

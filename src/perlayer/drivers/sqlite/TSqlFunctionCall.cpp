@@ -131,6 +131,10 @@ TSqlType TSqlFunctionCall::Known() {
     default:
       break;
   }
+  const bool readsNumberAsDate = StandsFor(FTokens[FName].name, {"TO_DATE", "TO_TIMESTAMP"}) &&
+                                 FArguments.size() == 2 && first == TSqlType::number;
+  if (readsNumberAsDate)
+    FExpressions.Convert(TSqlType::text, FArguments[0]);  // TO_DATE(2024, 'YYYY')
   if (!FFunction->translation.empty()) FTokens[FName].out = FFunction->translation;
   return FFunction->type == TSqlType::unknown ? first : FFunction->type;
 }

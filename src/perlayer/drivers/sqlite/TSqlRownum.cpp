@@ -115,11 +115,15 @@ void TSqlRownum::Query(const TSqlClauses& clauses, bool part, bool inner) {
   // With an offset the database does not merge the block into the one around it, and then sort
   // before it counts.
   const std::string kept = " OFFSET 0";
-  if (!groups && !aggregates && !distinct && !sorts && !part) {
+  // Windows too are over the rows that the conditions leave.
+  const bool windows = FTokens.FindOwn("OVER", clauses.select, clauses.from) < clauses.from ||
+                       FTokens.FindOwn("OVER", clauses.whereEnd, clauses.end) < clauses.end;
+  const bool counted = !groups && !aggregates && !windows;
+  if (counted && !distinct && !sorts && !part) {
     PutLimit(clauses, "", inner ? kept : "");
     return;
   }
-  if (!groups && !aggregates && (!sorts || SortByResult(clauses))) {
+  if (counted && (!sorts || SortByResult(clauses))) {
     if (distinct) FTokens.Hide(list, list + 1);
     FTokens[clauses.select].before = distinct ? "SELECT DISTINCT * FROM (" : "SELECT * FROM (";
     PutLimit(clauses, "", kept + ")");
@@ -135,9 +139,10 @@ void TSqlRownum::Query(const TSqlClauses& clauses, bool part, bool inner) {
   std::string qualifier;
   const std::string table = SingleTable(clauses, qualifier);
   if (table.empty()) {
-    FTokens.Refuse(clauses.where,
-                   "beside groups or another order the rows of a join are counted by ROWNUM in a "
-                   "query inside: select ... from (select ... where ROWNUM ...) ...");
+    FTokens.Refuse(
+        clauses.where,
+        "beside groups, OVER or another order the rows of a join are counted by ROWNUM in "
+        "a query inside: select ... from (select ... where ROWNUM ...) ...");
   }
   Write(clauses, table, qualifier);
 }

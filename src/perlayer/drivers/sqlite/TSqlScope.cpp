@@ -14,8 +14,8 @@ std::optional<TColumnType> DeclaredType(std::string_view declaration, int& size)
   // The first rule whose word stands in the declaration.
   static constexpr TRule kRules[] = {
       {"CHAR", TColumnType::text},     {"CLOB", TColumnType::memo},
-      {"LONG", TColumnType::memo},     {"TEXT", TColumnType::memo},
       {"BLOB", TColumnType::blob},     {"RAW", TColumnType::blob},
+      {"LONG", TColumnType::memo},     {"TEXT", TColumnType::memo},
       {"DATE", TColumnType::dateTime}, {"TIMESTAMP", TColumnType::dateTime},
       {"INT", TColumnType::number},    {"NUM", TColumnType::number},
       {"FLOAT", TColumnType::number},  {"REAL", TColumnType::number},
@@ -65,6 +65,15 @@ const std::vector<TSqlColumn>& TSqlScope::ColumnsOf(TTable& table) {
     if (FSchema != nullptr) table.columns = FSchema->Columns(FileName(table.owner, table.name));
   }
   return *table.columns;
+}
+
+const TSqlScope::TTable* TSqlScope::NamedQuery(std::string_view name) const {
+  for (const TSqlScope* scope = this; scope != nullptr; scope = scope->FOuter) {
+    for (std::size_t i = scope->FNamedQueries.size(); i-- > 0;) {
+      if (scope->FNamedQueries[i].name == name) return &scope->FNamedQueries[i];
+    }
+  }
+  return nullptr;
 }
 
 TSqlScope::TTable* TSqlScope::Find(std::string_view qualifier) {

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "perlayer/corekit/TDriver.h"
@@ -48,6 +49,9 @@ class TSqlScope {
   TSqlScope(TSqlSchema* schema, TSqlScope* outer) : FSchema(schema), FOuter(outer) {}
 
   void Add(TTable table) { FTables.push_back(std::move(table)); }
+  // A query that WITH names for the blocks inside; one that is named later comes first.
+  void AddNamedQuery(TTable query) { FNamedQueries.push_back(std::move(query)); }
+  const TTable* NamedQuery(std::string_view name) const;  // nullptr when there is none
   // The column in the nearest block that has one of that name; `table` may be empty. nullptr when
   // none is known.
   const TSqlColumn* Column(std::string_view table, std::string_view column);
@@ -62,6 +66,7 @@ class TSqlScope {
   TSqlSchema* FSchema;
   TSqlScope* FOuter;
   std::vector<TTable> FTables;
+  std::vector<TTable> FNamedQueries;
 };
 
 // The name in the file: "OMRA.PATIENT", or just the name without an owner.

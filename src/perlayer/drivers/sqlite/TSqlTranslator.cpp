@@ -18,6 +18,8 @@ struct TRefusal {
 constexpr TRefusal kRefusals[] = {
     {"CONNECT", "BY", "CONNECT BY"},
     {"START", "WITH", "START WITH"},
+    {"FETCH", "FIRST", "FETCH FIRST"},
+    {"FETCH", "NEXT", "FETCH NEXT"},
 };
 
 constexpr const char* kNotHere = " is not supported by this database";

@@ -70,22 +70,28 @@ class TSqlTranslator : private TSqlSubqueries {
   void Where(std::size_t at, TSqlScope& scope, const TSqlScope::TTable& table);
 
   void Definition(std::size_t at);
-  void CreateTable(std::size_t at, std::size_t end);
+  void CreateTable(std::size_t at, std::size_t end, const TSqlScope::TTable& table);
+  TSqlColumn NewColumn(std::size_t name) const;
   void NotNullKeys(const std::vector<TSqlRange>& definitions);
-  void ColumnDefinition(TSqlCursor& cursor);
+  void ColumnDefinition(TSqlCursor& cursor, std::size_t name);
 
   void ForUpdate(std::size_t at);
-  // What is wanted of a query's columns: nothing, their names and types for the query around it, or
-  // to be named as the caller of the statement sees them.
-  enum class TColumns : std::uint8_t { unnamed, named, shown };
+  // What is wanted of a query's columns: nothing, their types, names and types for the query around
+  // it, or to be named as the caller of the statement sees them.
+  enum class TColumns : std::uint8_t { unnamed, typed, named, shown };
   // Returns the columns, of an unnamed one the first only.
   using TQueryColumns = std::vector<TSqlColumn>;
+  using TTargets = std::vector<TSqlType>;
   TQueryColumns Query(TSqlRange query, TSqlScope* outer, TColumns wanted);
-  TQueryColumns SelectPart(TSqlRange part, TSqlScope* outer, TColumns wanted, bool single);
+  std::size_t With(TSqlRange query, TSqlScope& scope);
+  TQueryColumns SelectPart(TSqlRange part, TSqlScope* outer, TColumns wanted, bool single,
+                           const TTargets* targets);
+  void FillTypes(TQueryColumns& columns, const TQueryColumns& later, TColumns wanted);
   TSqlClauses Clauses(std::size_t at, std::size_t end) const;
-  TQueryColumns SelectList(TSqlCursor& cursor, TColumns wanted);
+  TQueryColumns SelectList(TSqlCursor& cursor, TColumns wanted, const TTargets* targets);
   std::string NameItem(const TSqlOperand& item, const TSqlCursor& cursor);
   void AppendStar(std::size_t star, TSqlScope& scope, TQueryColumns& columns) const;
+  bool ShowsDual(const TSqlClauses& clauses) const;
   void DerivedTable(std::size_t& at, std::size_t end, TSqlScope& scope);
   void From(std::size_t at, std::size_t end, TSqlScope& scope);
   TSqlType Subquery(std::size_t open, TSqlScope& scope) override;
@@ -106,6 +112,7 @@ class TSqlTranslator : private TSqlSubqueries {
   std::size_t FEnd = 0;  // of the statement that is being translated
   TSqlTranslation::TStep FStep;
   int FDepth = 0;
+  const TTargets* FTargets = nullptr;  // of the columns that the query read next is written to
 };
 
 // The translation by itself, without knowledge of any table; for people to read.

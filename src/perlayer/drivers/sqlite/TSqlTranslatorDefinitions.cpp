@@ -21,9 +21,12 @@ void TSqlTranslator::Definition(std::size_t at) {
     FTokens.Refuse(at,
                    "only tables, indexes, views and sequences can be created, altered or dropped");
   }
+  if (create && FTokens.Is(at + 1, "OR")) {
+    FTokens.Refuse(at + 1, "OR REPLACE is not supported by this database");
+  }
   at = what + 1;
-  TableName(at);
-  TSqlScope scope(nullptr, nullptr);
+  TSqlScope::TTable table = TableName(at);
+  TSqlScope scope(FSchema, nullptr);
   if (create && FTokens.Is(what, "INDEX")) {
     if (!FTokens.Is(at, "ON")) FTokens.Refuse(at, "ON is expected here");
     ++at;
@@ -34,20 +37,31 @@ void TSqlTranslator::Definition(std::size_t at) {
   }
   const std::size_t query = Find(at, count, {"SELECT", "WITH"});
   if (create && query < count) {
+    // The database would forget that dates are dates.
+    if (FTokens.Is(what, "TABLE")) {
+      FTokens.Refuse(query, "a table is created with its columns, and filled by INSERT ... SELECT");
+    }
     TSqlCursor names{at, query, scope};
     FExpressions.Walk(names);
     Query({query, count}, nullptr, TColumns::named);
   } else if (create && FTokens.Is(at, "(")) {
-    CreateTable(at + 1, FTokens[at].partner);
+    CreateTable(at + 1, FTokens[at].partner, table);
   } else {
+    std::size_t name = count;
+    if (FTokens.Is(at, "ADD")) name = FTokens.Is(at + 1, "COLUMN") ? at + 2 : at + 1;
+    TSqlScope::TTable added{"", table.name, "", std::vector<TSqlColumn>()};
+    if (name < count) added.columns->push_back(NewColumn(name));
+    scope.Add(std::move(table));
+    scope.Add(std::move(added));
     TSqlCursor cursor{at, count, scope};
-    ColumnDefinition(cursor);
+    ColumnDefinition(cursor, name);
   }
 }
 
 // The definitions of columns and constraints, each up to a comma.
-void TSqlTranslator::CreateTable(std::size_t at, std::size_t end) {
-  TSqlScope nothing(nullptr, nullptr);
+void TSqlTranslator::CreateTable(std::size_t at, std::size_t end, const TSqlScope::TTable& table) {
+  TSqlScope::TTable made = table;
+  made.columns.emplace();
   std::vector<TSqlRange> definitions;
   while (at < end) {
     std::size_t behind = at;
@@ -55,9 +69,14 @@ void TSqlTranslator::CreateTable(std::size_t at, std::size_t end) {
       behind = FTokens.Is(behind, "(") ? FTokens[behind].partner + 1 : behind + 1;
     }
     if (behind > at) definitions.push_back({at, behind});
-    TSqlCursor cursor{at, behind, nothing};
-    ColumnDefinition(cursor);
+    if (behind > at && FTokens[at].IsName()) made.columns->push_back(NewColumn(at));
     at = behind + 1;
+  }
+  TSqlScope scope(FSchema, nullptr);
+  scope.Add(std::move(made));
+  for (const TSqlRange definition : definitions) {
+    TSqlCursor cursor{definition.first, definition.behind, scope};
+    ColumnDefinition(cursor, definition.first);
   }
   NotNullKeys(definitions);
 }
@@ -82,7 +101,19 @@ void TSqlTranslator::NotNullKeys(const std::vector<TSqlRange>& definitions) {
   }
 }
 
-void TSqlTranslator::ColumnDefinition(TSqlCursor& cursor) {
+// The column whose name stands there and whose type stands behind it.
+TSqlColumn TSqlTranslator::NewColumn(std::size_t name) const {
+  TSqlColumn column{FTokens[name].name};
+  if (name + 1 >= FEnd) return column;
+  int size = 0;
+  const bool isLongRaw = FTokens.Is(name + 1, "LONG") && FTokens.Is(name + 2, "RAW");
+  const auto type = DeclaredType(isLongRaw ? "RAW" : FTokens[name + 1].name, size);
+  if (type) column.type = SqlTypeOf(*type);
+  return column;
+}
+
+// `name` is the column's, for a definition of one.
+void TSqlTranslator::ColumnDefinition(TSqlCursor& cursor, std::size_t name) {
   if (cursor.at >= cursor.end) return;
   const std::size_t first = cursor.at;
   static constexpr std::string_view kConstraints[] = {"CONSTRAINT", "PRIMARY", "UNIQUE", "CHECK",
@@ -93,6 +124,7 @@ void TSqlTranslator::ColumnDefinition(TSqlCursor& cursor) {
     FTokens[first].out = SqlName(FTokens[first]);
     ++cursor.at;
   }
+  const TSqlType type = isColumn && name < cursor.end ? NewColumn(name).type : TSqlType::unknown;
   std::size_t listEnd = 0;  // words in parentheses are columns' names, others the language's
   while (cursor.at < cursor.end) {
     TSqlToken& token = FTokens[cursor.at++];
@@ -101,6 +133,7 @@ void TSqlTranslator::ColumnDefinition(TSqlCursor& cursor) {
       listEnd = token.partner;
     } else if (token.Is("DEFAULT")) {
       const TSqlOperand value = FExpressions.Parse(cursor);
+      FExpressions.Assign(type, value);
       if (!value.IsEmpty()) FTokens.Wrap(value.first, value.behind - 1, "(", ")");
     } else if (token.Is("CHECK")) {
       const std::size_t close = FTokens.Is(cursor.at, "(") ? FTokens[cursor.at].partner : cursor.at;
@@ -114,6 +147,12 @@ void TSqlTranslator::ColumnDefinition(TSqlCursor& cursor) {
       FTokens[cursor.at++].after += " NOT NULL";
     } else if ((token.Is("CHAR") || token.Is("BYTE")) && FTokens.Is(cursor.at, ")")) {
       FTokens.Hide(cursor.at - 1, cursor.at);  // VARCHAR2(50 CHAR)
+    } else if (isColumn && cursor.at == name + 2 && (token.Is("LONG") || token.Is("RAW"))) {
+      // By their own names the database would take them for numbers' types.
+      const bool isLongRaw = token.Is("LONG") && FTokens.Is(cursor.at, "RAW");
+      token.out = token.name;
+      FTokens[isLongRaw ? cursor.at : cursor.at - 1].after +=
+          token.Is("RAW") || isLongRaw ? " BLOB" : " CLOB";
     } else if (token.kind == TSqlTokenKind::word) {
       token.out = cursor.at <= listEnd ? SqlName(token) : token.name;
     }

@@ -1,6 +1,8 @@
 // SELECT.
 
+#include <algorithm>
 #include <charconv>
+#include <utility>
 
 #include "perlayer/drivers/sqlite/TSqlOuterJoins.h"
 #include "perlayer/drivers/sqlite/TSqlRownum.h"
@@ -24,28 +26,25 @@ TSqlType TSqlTranslator::Subquery(std::size_t open, TSqlScope& scope) {
 TSqlTranslator::TQueryColumns TSqlTranslator::Query(TSqlRange query, TSqlScope* outer,
                                                     TColumns wanted) {
   auto [at, end] = query;
+  const TTargets* targets = std::exchange(FTargets, nullptr);  // not the queries' inside
   if (++FDepth > kMaxDepth) FTokens.Refuse(at, "the queries are nested too deeply");
+  TSqlScope named(FSchema, outer);
   if (FTokens.Is(at, "WITH")) {
-    const std::size_t select = Find(at, end, {"SELECT"});
-    TSqlScope nothing(FSchema, outer);
-    for (++at; at < select; ++at) {
-      TSqlToken& token = FTokens[at];
-      if (token.Is("(")) {
-        TSqlCursor inside{at, token.partner + 1, nothing};
-        FExpressions.Walk(inside);
-        at = token.partner;
-      } else if (token.IsName() && !IsSqlKeyword(token)) {
-        token.out = SqlName(token);
-      }
-    }
+    at = With(query, named);
+    outer = &named;
   }
   TQueryColumns columns;
   for (bool first = true; at < end; first = false) {
     const std::size_t partEnd = Find(at, end, {"UNION", "INTERSECT", "MINUS", "EXCEPT"});
     const bool single = first && partEnd == end;
+    const TColumns later = wanted == TColumns::unnamed ? wanted : TColumns::typed;
     TQueryColumns partColumns =
-        SelectPart({at, partEnd}, outer, first ? wanted : TColumns::unnamed, single);
-    if (first) columns = std::move(partColumns);
+        SelectPart({at, partEnd}, outer, first ? wanted : later, single, targets);
+    if (first) {
+      columns = std::move(partColumns);
+    } else {
+      FillTypes(columns, partColumns, wanted);
+    }
     at = partEnd;
     if (at < end && FTokens.Is(at, "MINUS")) FTokens[at].out = "EXCEPT";
     if (at < end) ++at;
@@ -53,6 +52,57 @@ TSqlTranslator::TQueryColumns TSqlTranslator::Query(TSqlRange query, TSqlScope* 
   }
   --FDepth;
   return columns;
+}
+
+// Reads the queries that WITH names, each of which those behind it and the query itself may use;
+// returns where the query begins.
+std::size_t TSqlTranslator::With(TSqlRange query, TSqlScope& scope) {
+  auto [at, end] = query;
+  end = Find(at, end, {"SELECT"});
+  std::string name;
+  TQueryColumns names;  // of the list behind the name
+  for (++at; at < end; ++at) {
+    TSqlToken& token = FTokens[at];
+    if (FTokens.IsSubquery(at)) {
+      // While it is read, it stands for itself: its columns are not yet known.
+      scope.AddNamedQuery({"", name, "", names});
+      TQueryColumns columns = Query({at + 1, token.partner}, &scope, TColumns::named);
+      if (!names.empty()) {
+        for (std::size_t i = 0; i < names.size() && names.size() == columns.size(); ++i) {
+          columns[i].name = names[i].name;
+        }
+        if (names.size() != columns.size()) columns = names;
+      }
+      scope.AddNamedQuery({"", name, "", std::move(columns)});
+      at = token.partner;
+    } else if (token.Is("(")) {
+      TSqlCursor inside{at, token.partner + 1, scope};
+      for (std::size_t i = at + 1; i < token.partner; ++i) {
+        if (FTokens[i].IsName()) names.push_back({FTokens[i].name, TSqlType::unknown, true});
+      }
+      FExpressions.Walk(inside);
+      at = token.partner;
+    } else if (token.IsName() && !IsSqlKeyword(token)) {
+      token.out = SqlName(token);
+      name = token.name;
+      names.clear();
+    }
+  }
+  return end;
+}
+
+// What the first of the queries that UNION joins leaves open about its columns, those behind it
+// tell.
+void TSqlTranslator::FillTypes(TQueryColumns& columns, const TQueryColumns& later,
+                               TColumns wanted) {
+  const auto isOpen = [](TSqlType type) {
+    return type == TSqlType::unknown || type == TSqlType::null;
+  };
+  for (std::size_t i = 0; i < columns.size() && columns.size() == later.size(); ++i) {
+    if (!isOpen(columns[i].type) || isOpen(later[i].type)) continue;
+    columns[i].type = later[i].type;
+    if (wanted == TColumns::shown) FResult.expressions.emplace_back(columns[i].name, later[i].type);
+  }
 }
 
 TSqlClauses TSqlTranslator::Clauses(std::size_t at, std::size_t end) const {
@@ -68,10 +118,12 @@ TSqlClauses TSqlTranslator::Clauses(std::size_t at, std::size_t end) const {
 
 // One block of a query; `single` when UNION or the like joins it with no other.
 TSqlTranslator::TQueryColumns TSqlTranslator::SelectPart(TSqlRange part, TSqlScope* outer,
-                                                         TColumns wanted, bool single) {
+                                                         TColumns wanted, bool single,
+                                                         const TTargets* targets) {
   TSqlScope scope(FSchema, outer);
   TSqlCursor cursor{part.first, part.behind, scope};
   if (!FTokens.Is(part.first, "SELECT")) {
+    if (FTokens.IsSubquery(part.first)) FTargets = targets;
     FExpressions.Walk(cursor);
     return {};
   }
@@ -84,16 +136,41 @@ TSqlTranslator::TQueryColumns TSqlTranslator::SelectPart(TSqlRange part, TSqlSco
     TSqlRownum(FTokens).Query(clauses, !single, wanted != TColumns::shown);
     clauses = Clauses(part.first, part.behind);
   }
-  if (FTokens.Is(clauses.from, "FROM")) From(clauses.from, clauses.where, scope);
+  if (FTokens.Is(clauses.from, "FROM")) {
+    const std::size_t dual = clauses.from + 1;
+    const bool aliased =
+        dual + 1 < clauses.where && FTokens[dual + 1].IsName() && !IsSqlKeyword(FTokens[dual + 1]);
+    const bool alone = FTokens.Is(dual, "DUAL") && dual + (aliased ? 2 : 1) == clauses.where;
+    if (alone && !ShowsDual(clauses)) {
+      FTokens.Hide(clauses.from, clauses.where);
+    } else {
+      From(clauses.from, clauses.where, scope);
+    }
+  }
   ++cursor.at;
   if (cursor.at < clauses.from && FTokens.Is(cursor.at, "UNIQUE")) {
     FTokens[cursor.at].out = "DISTINCT";
   }
   cursor.end = clauses.from;
-  TQueryColumns columns = SelectList(cursor, wanted);
+  TQueryColumns columns = SelectList(cursor, wanted, targets);
   cursor.end = part.behind;
   FExpressions.Walk(cursor);
   return columns;
+}
+
+// DUAL's own column is asked for, by its name or a star among the columns.
+bool TSqlTranslator::ShowsDual(const TSqlClauses& clauses) const {
+  if (FTokens.FindOwn("DUMMY", clauses.select, clauses.end) < clauses.end) return true;
+  for (std::size_t i = clauses.select + 1; i < clauses.from; ++i) {
+    if (FTokens.Is(i, "(")) {
+      i = FTokens[i].partner;
+    } else if (FTokens.Is(i, "*")) {
+      for (const char* word : {"SELECT", "DISTINCT", "UNIQUE", "ALL", ",", "."}) {
+        if (FTokens.Is(i - 1, word)) return true;
+      }
+    }
+  }
+  return false;
 }
 
 // A query that locks its rows takes the write permission, which is for the whole file.
@@ -127,10 +204,14 @@ void TSqlTranslator::ForUpdate(std::size_t at) {
   FEnd = first;
 }
 
-TSqlTranslator::TQueryColumns TSqlTranslator::SelectList(TSqlCursor& cursor, TColumns wanted) {
+TSqlTranslator::TQueryColumns TSqlTranslator::SelectList(TSqlCursor& cursor, TColumns wanted,
+                                                         const TTargets* targets) {
   TQueryColumns columns;
+  std::size_t target = 0;
   while (cursor.at < cursor.end) {
     const TSqlOperand item = FExpressions.Parse(cursor);
+    const bool isStar = FTokens.Is(item.IsEmpty() ? cursor.at : item.behind - 1, "*");
+    if (isStar) targets = nullptr;  // how many columns it stands for is not always known
     if (item.IsEmpty()) {
       if (wanted != TColumns::unnamed && FTokens.Is(cursor.at, "*")) {
         AppendStar(cursor.at, cursor.scope, columns);
@@ -138,10 +219,15 @@ TSqlTranslator::TQueryColumns TSqlTranslator::SelectList(TSqlCursor& cursor, TCo
       ++cursor.at;
       continue;
     }
+    if (targets != nullptr && target < targets->size()) {
+      FExpressions.Assign((*targets)[target++], item);
+    }
     if (wanted == TColumns::unnamed) {
       if (columns.empty()) columns.push_back({"", item.type, true});
-    } else if (FTokens.Is(item.behind - 1, "*")) {
+    } else if (isStar) {
       AppendStar(item.behind - 1, cursor.scope, columns);
+    } else if (wanted == TColumns::typed) {
+      columns.push_back({"", item.type, true});
     } else if (const std::string name = NameItem(item, cursor); !name.empty()) {
       columns.push_back({name, item.type, item.derived || !item.column});
       const bool isKnown = item.type != TSqlType::unknown && item.type != TSqlType::null;
@@ -199,14 +285,6 @@ std::string TSqlTranslator::NameItem(const TSqlOperand& item, const TSqlCursor& 
 // Reads the tables; conditions of joins and queries in parentheses are left to the walk that
 // follows. A table stands behind FROM, JOIN and each comma.
 void TSqlTranslator::From(std::size_t at, std::size_t end, TSqlScope& scope) {
-  if (FTokens.Is(at, "FROM") && at + 1 < end && FTokens.Is(at + 1, "DUAL")) {
-    const bool aliased = at + 2 < end && FTokens[at + 2].IsName() && !IsSqlKeyword(FTokens[at + 2]);
-    const std::size_t behind = at + (aliased ? 3 : 2);
-    if (behind == end) {
-      FTokens.Hide(at, behind);
-      return;
-    }
-  }
   if (++FDepth > kMaxDepth) FTokens.Refuse(at, "the tables are nested too deeply");
   std::size_t tables = 0;
   bool expected = true;
@@ -217,6 +295,10 @@ void TSqlTranslator::From(std::size_t at, std::size_t end, TSqlScope& scope) {
       if (table.name == "DUAL" && table.owner.empty()) {
         token.out = "(SELECT 'X' AS DUMMY)";
         token.after = table.alias.empty() ? " DUAL" : "";
+        table.columns = {{"DUMMY", TSqlType::text, true}};
+      } else if (table.owner.empty()) {
+        const TSqlScope::TTable* const query = scope.NamedQuery(table.name);
+        if (query != nullptr) table.columns = query->columns;
       }
       scope.Add(std::move(table));
       if (++tables > kMaxTables) FTokens.Refuse(at, "too many tables are joined");

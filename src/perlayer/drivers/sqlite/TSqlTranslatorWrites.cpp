@@ -13,7 +13,7 @@ void TSqlTranslator::Insert(std::size_t at) {
   TSqlScope scope(FSchema, nullptr);
   TSqlScope::TTable table = TableWithAlias(at, FEnd, "AS ");
   std::vector<TSqlType> types;
-  if (FTokens.Is(at, "(") && !FTokens.Is(at + 1, "SELECT")) {
+  if (FTokens.Is(at, "(") && !FTokens.IsSubquery(at)) {
     const std::size_t close = FTokens[at].partner;
     for (++at; at < close; ++at) {
       TSqlToken& token = FTokens[at];
@@ -30,6 +30,7 @@ void TSqlTranslator::Insert(std::size_t at) {
     for (const TSqlColumn& column : scope.ColumnsOf(table)) types.push_back(column.type);
   }
   if (!FTokens.Is(at, "VALUES")) {
+    FTargets = &types;
     Query({at, FEnd}, nullptr, TColumns::unnamed);
     at = FEnd;
   }
@@ -63,6 +64,7 @@ void TSqlTranslator::Update(std::size_t at) {
   TSqlCursor cursor{at + 1, where, scope};
   while (cursor.at < where) {
     TSqlType type = TSqlType::unknown;
+    TTargets types;  // of several columns that a query sets
     if (FTokens[cursor.at].IsName()) {
       if (cursor.at + 2 < where && FTokens.Is(cursor.at + 1, ".") &&
           FTokens[cursor.at].name == qualifier) {
@@ -74,11 +76,16 @@ void TSqlTranslator::Update(std::size_t at) {
       type = scope.ColumnType(qualifier, column.name);
     } else if (FTokens.Is(cursor.at, "(")) {
       TSqlCursor columns{cursor.at + 1, FTokens[cursor.at].partner, scope};
+      for (std::size_t i = columns.at; i < columns.end; ++i) {
+        const bool isColumn = FTokens[i].IsName() && !FTokens.Is(i + 1, ".");
+        if (isColumn) types.push_back(scope.ColumnType(qualifier, FTokens[i].name));
+      }
       FExpressions.Walk(columns);
       cursor.at = columns.end + 1;
     }
     if (!FTokens.Is(cursor.at, "=")) FTokens.Refuse(cursor.at, "\"=\" is expected here");
     ++cursor.at;
+    if (!types.empty() && FTokens.IsSubquery(cursor.at)) FTargets = &types;
     FExpressions.Assign(type, FExpressions.Parse(cursor));
     if (cursor.at < where && !FTokens.Is(cursor.at, ",")) {
       FTokens.Refuse(cursor.at, "a comma or WHERE is expected here");

@@ -235,6 +235,7 @@ void TSqliteSession::EndTransaction() noexcept {
 
 void TSqliteSession::SchemaChanged() noexcept {
   FSchemaChanged = true;
+  ++FSchemaVersion;
   FCache.Outdate();
 }
 

@@ -22,6 +22,7 @@
 // Belongs to the thread that made it; statements that were taken end with the session.
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <thread>
 
@@ -82,6 +83,8 @@ class TSqliteSession final : public TDriverSession, private TSqlSchema {
   void NumbersFailed(TTransaction before) noexcept;
   TSqliteSequences& Sequences() { return FSequences; }
   void SchemaChanged() noexcept;
+  // Raised by each change of tables that this session makes or rolls back.
+  std::uint64_t SchemaVersion() const { return FSchemaVersion; }
 
   std::vector<TSqlColumn> Columns(const std::string& table) override;
   // Calls take(name, type, size) for each column; the type is nothing when its declaration tells
@@ -109,6 +112,7 @@ class TSqliteSession final : public TDriverSession, private TSqlSchema {
   TTransaction FTransaction = TTransaction::none;
   int FOpenCursors = 0;
   bool FSchemaChanged = false;  // in the open transaction
+  std::uint64_t FSchemaVersion = 0;
   TSqliteClock FClock;
 };
 

@@ -17,15 +17,19 @@ TSqliteStatement::TSqliteStatement(TSqliteSession& session, TStatementTextPtr te
     : FSession(session),
       FText(std::move(text)),
       FShared(std::move(shared)),
+      FSchemaVersion(session.SchemaVersion()),
       FBinds(FText->Parameters().size()) {
-  if (FShared == nullptr) {
-    FShared = std::make_shared<TShared>();
-    FShared->translation = TSqlTranslator(*FText, &FSession).Translate();
-    for (const TSqlTranslation::TStep& step : FShared->translation.steps) {
-      FShared->returns.insert(FShared->returns.end(), step.returns.begin(), step.returns.end());
-    }
-  }
+  if (FShared == nullptr) FShared = Translate();
   Prepare(FShared->translation);
+}
+
+std::shared_ptr<TSqliteStatement::TShared> TSqliteStatement::Translate() {
+  auto shared = std::make_shared<TShared>();
+  shared->translation = TSqlTranslator(*FText, &FSession).Translate();
+  for (const TSqlTranslation::TStep& step : shared->translation.steps) {
+    shared->returns.insert(shared->returns.end(), step.returns.begin(), step.returns.end());
+  }
+  return shared;
 }
 
 TSqliteStatement::~TSqliteStatement() { Reset(); }
@@ -36,7 +40,9 @@ void TSqliteStatement::Prepare(const TSqlTranslation& translation) {
   bool takesNumbers = false;
   for (std::size_t i = 0; i < translation.steps.size(); ++i) {
     parts.push_back(PreparePart(translation, i));
-    readOnly &= sqlite3_stmt_readonly(parts.back().get()) != 0;
+    // The plan of a write changes nothing.
+    readOnly &= sqlite3_stmt_readonly(parts.back().get()) != 0 ||
+                sqlite3_stmt_isexplain(parts.back().get()) != 0;
     takesNumbers |= !translation.steps[i].sequences.empty();
   }
   FParts = std::move(parts);
@@ -148,9 +154,20 @@ void TSqliteStatement::PrepareForBinds() {
   for (std::size_t i = 0; i < FBinds.size(); ++i) Apply(i);
 }
 
+// The columns' types, which the translation goes by, may have changed.
+void TSqliteStatement::Renew() {
+  std::shared_ptr<TShared> shared = Translate();
+  Prepare(shared->translation);
+  FShared = std::move(shared);
+  FNumberBinds = 0;
+  FSchemaVersion = FSession.SchemaVersion();
+  for (std::size_t i = 0; i < FBinds.size(); ++i) Apply(i);
+}
+
 void TSqliteStatement::Start() {
   FSession.CheckThread();
   FSession.RunBegins();
+  if (FSchemaVersion != FSession.SchemaVersion()) Renew();
   for (std::size_t i = 0; i < FBinds.size(); ++i) {
     if (FBinds[i].run == FRunNumber || FBinds[i].kind == TBindKind::null) continue;
     FBinds[i] = {};  // the memory of an earlier run's bind may be gone

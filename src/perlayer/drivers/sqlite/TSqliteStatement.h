@@ -9,7 +9,8 @@
 //
 // Where a parameter is compared with a text, it matters whether a number or a text is bound to it
 // (numbers compare as numbers). Such a statement is prepared anew when a run's binds are of another
-// kind than the last run's; all others are prepared once.
+// kind than the last run's; all others are prepared once. A statement that is run after the session
+// has changed tables is translated anew, as the columns' types may be others.
 
 #include <cstdint>
 #include <deque>
@@ -89,6 +90,8 @@ class TSqliteStatement final : public TDriverStatement {
     std::string bytes;  // of a text or blob
   };
 
+  std::shared_ptr<TShared> Translate();
+  void Renew();
   void Prepare(const TSqlTranslation& translation);
   TRawStatement PreparePart(const TSqlTranslation& translation, std::size_t step);
   void Bind(int parameter, const TBind& bind);
@@ -106,6 +109,7 @@ class TSqliteStatement final : public TDriverStatement {
   TSqliteSession& FSession;
   const TStatementTextPtr FText;
   std::shared_ptr<TShared> FShared;
+  std::uint64_t FSchemaVersion;  // the session's that the translation goes by
   std::vector<TRawStatement> FParts;
   sqlite3_stmt* FStatement = nullptr;  // the first part: the only one that may give rows
   // How a run goes: row by row; its parts to their ends; a query that takes numbers, at once.
