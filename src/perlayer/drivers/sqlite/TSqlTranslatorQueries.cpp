@@ -73,6 +73,9 @@ std::size_t TSqlTranslator::With(TSqlRange query, TSqlScope& scope) {
         }
         if (names.size() != columns.size()) columns = names;
       }
+      // Of a query that names itself the database tells no types.
+      const bool recursive = FTokens.FindOwn(name, at + 1, token.partner) < token.partner;
+      for (TSqlColumn& column : columns) column.derived |= recursive;
       scope.AddNamedQuery({"", name, "", std::move(columns)});
       at = token.partner;
     } else if (token.Is("(")) {
@@ -123,7 +126,6 @@ TSqlTranslator::TQueryColumns TSqlTranslator::SelectPart(TSqlRange part, TSqlSco
   TSqlScope scope(FSchema, outer);
   TSqlCursor cursor{part.first, part.behind, scope};
   if (!FTokens.Is(part.first, "SELECT")) {
-    if (FTokens.IsSubquery(part.first)) FTargets = targets;
     FExpressions.Walk(cursor);
     return {};
   }

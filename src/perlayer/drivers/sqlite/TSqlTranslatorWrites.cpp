@@ -77,8 +77,12 @@ void TSqlTranslator::Update(std::size_t at) {
     } else if (FTokens.Is(cursor.at, "(")) {
       TSqlCursor columns{cursor.at + 1, FTokens[cursor.at].partner, scope};
       for (std::size_t i = columns.at; i < columns.end; ++i) {
-        const bool isColumn = FTokens[i].IsName() && !FTokens.Is(i + 1, ".");
-        if (isColumn) types.push_back(scope.ColumnType(qualifier, FTokens[i].name));
+        if (!FTokens[i].IsName()) continue;
+        if (FTokens.Is(i + 1, ".") && FTokens[i].name == qualifier) {
+          FTokens.Hide(i, i + 2);
+          i += 2;
+        }
+        types.push_back(scope.ColumnType(qualifier, FTokens[i].name));
       }
       FExpressions.Walk(columns);
       cursor.at = columns.end + 1;
