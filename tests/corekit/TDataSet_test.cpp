@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <functional>
+#include <limits>
 #include <map>
 #include <memory>
 #include <random>
@@ -286,6 +287,7 @@ class TDataSetModel {
   }
   int Count() const { return static_cast<int>(Seen().size()); }
   int KeyAt(int place) const { return Seen()[static_cast<std::size_t>(place)].key; }
+  int NumberAt(int place) const { return static_cast<int>(PlaceOf(FRows, KeyAt(place))) + 1; }
   int NewKey() {
     FNextKey += 1 + static_cast<int>((FNextKey + 1) % 3 == 0);  // one that the filter lets through
     return FNextKey;
@@ -355,7 +357,8 @@ class TDataSetModel {
       case 6: {
         FWhat = "GetBookmark";
         const TBookmark bookmark = FData.GetBookmark();
-        FDirect = false;
+        FDirect = FDirect && onRow && !FEof;
+        EXPECT_FALSE(FData.BookmarkValid(bookmark + "x"));
         EXPECT_EQ(bookmark.empty(), !onRow);
         if (!onRow) return;
         for (const auto& [key, other] : FBookmarks) {
@@ -438,7 +441,6 @@ class TDataSetModel {
           FWhat = "Filtered";
           FData.Filtered(!FData.Filtered());
           FDirect = false;
-          FBookmarks.clear();
           return Stand(0, true, false);
         }
         if (Below(4) == 0) {
@@ -447,16 +449,24 @@ class TDataSetModel {
           return Open();
         }
         FWhat = "numbers";
-        if (!FData.Filtered()) {
-          EXPECT_EQ(FData.RecordCount(), Count());
-          EXPECT_EQ(FData.RecNo(), onRow ? FPlace + 1 : 0);
-          FDirect = false;
-          const int number = 1 + Below(Count());
-          if (!onRow || number == FPlace + 1) return;
-          FData.RecNo(number);
-          return Stand(number - 1, false, false);
+        const int now = onRow ? NumberAt(FPlace) : 0;
+        EXPECT_EQ(FData.RecNo(), now);
+        FDirect = FDirect && onRow && !FEof;
+        if (Below(2) == 0) return;
+        EXPECT_EQ(FData.RecordCount(), static_cast<int>(FRows.size()));
+        FDirect = false;
+        const int wanted = Below(static_cast<int>(FRows.size()) + 2);
+        FWhat = Format("RecNo %d", wanted);
+        if (!onRow || wanted == now) return;
+        FData.RecNo(wanted);
+        const bool up = wanted > now;
+        if (up ? FEof : FBof) return;
+        int place = FPlace;
+        while (place >= 0 && place < Count() &&
+               (up ? NumberAt(place) < wanted : NumberAt(place) > wanted)) {
+          place += up ? 1 : -1;
         }
-        return;
+        return Stand(std::clamp(place, 0, Count() - 1), place < 0, place >= Count());
       }
       case 13: {
         const int current = onRow ? KeyAt(FPlace) : 0;
@@ -707,8 +717,11 @@ TEST_F(TDataSetEditing, WhatCannotBeDoneSaysWhy) {
   EXPECT_EQ(FData->State(), TDataSetState::dsInsert) << "what was entered is still there";
   FData->Cancel();
   FData->Cancel();
-  FData->OnFilterRecord(TFilterRecordEvent::From(
-      [&](TDataSet* data, bool&) { EXPECT_EQ(Said([&] { data->Next(); }), busy); }));
+  FData->OnFilterRecord(TFilterRecordEvent::From([&](TDataSet* data, bool&) {
+    EXPECT_EQ(Said([&] { data->Next(); }), busy);
+    EXPECT_EQ(Said([&] { data->Delete(); }), busy);
+    EXPECT_EQ(Said([&] { data->BookmarkValid(TBookmark(sizeof(int), '\1')); }), busy);
+  }));
   FData->Filtered(true);
   EXPECT_EQ(Said([&] {
               FData->OnFilterRecord(
@@ -745,6 +758,35 @@ TEST_F(TDataSetEditing, AValueIsCheckedBeforeAndToldAfterItIsStored) {
   FData->Edit();
   FData->CreateBlobStream(Name(), bmReadWrite)->WriteText("kn");
   EXPECT_EQ(Name()->AsString(), "knw");
+}
+
+TEST_F(TDataSetEditing, AFieldMayBeWrittenAndFreedByItsOwnEvents) {
+  const auto link = Make<TDataLink>();
+  link->DataSet(FData.Get());
+  std::string seen;
+  Name()->OnValidate(TNotifyEvent::From([&](TObject* sender) {
+    auto* field = static_cast<TField*>(sender);
+    if (field->AsString() != "outer") return;
+    field->AsString("inner");
+    EXPECT_EQ(field->AsString(), "outer") << "it is still being validated";
+  }));
+  Name()->OnChange(TNotifyEvent::From(
+      [&](TObject* sender) { seen += static_cast<TField*>(sender)->AsString() + ";"; }));
+  FData->Edit();
+  Name()->AsString("outer");
+  EXPECT_EQ(seen, "inner;outer;");
+  Id()->OnChange(TNotifyEvent::From([](TObject* sender) { sender->Free(); }));
+  Id()->AsFloat(7);
+  EXPECT_EQ(FData->FindField("ID"), nullptr);
+  EXPECT_EQ(Name()->AsString(), "outer") << "it still tells its own column";
+  FData->Post();
+  EXPECT_EQ(FData->Rows[0].key, 7);
+  FData->Rows[1].name = "";
+  EXPECT_TRUE(FData->Locate("NAME", "", {})) << "an empty text is null";
+  EXPECT_EQ(FData->RecNo(), 2);
+  FData->RecNo(std::numeric_limits<int>::min());
+  EXPECT_TRUE(FData->Bof());
+  EXPECT_NE(Said([&] { FData->GotoBookmark("?"); }), "");
 }
 
 TEST_F(TDataSetEditing, ARefusedPostMayBeCuredTriedAgainOrGivenUp) {

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
+#include "perlayer/corekit/TDataLink.h"
 #include "perlayer/corekit/TIUpdateSQL.h"
 #include "perlayer/drivers/sqlite/TSqliteDatabase.h"
 #include "perlayer/platform/Exception.h"
@@ -128,7 +130,9 @@ TEST_F(TIQueryTest, AClosedQueryRefusesAndFieldsLiveAsLongAsItIsOpen) {
 TEST_F(TIQueryTest, ARunGoesOnUnchangedAcrossTransactions) {
   for (const bool kept : {false, true}) {
     const auto query = Opened("select ID, NAME from T where ID <= 3 order by ID");
-    const TBookmark first = kept ? query->GetBookmark() : TBookmark();
+    const auto link = Make<TDataLink>();
+    if (kept) link->DataSet(query.Get());
+    const TBookmark first = query->GetBookmark();
     Run("update T set NAME = 'x'");
     query->Next();
     EXPECT_EQ(query->Fields(1)->AsString(), "Bor");
@@ -334,6 +338,82 @@ TEST_F(TIQueryTest, EventsMayOpenCloseRefuseAndFree) {
   EXPECT_FALSE(query);
 }
 
+// Buffers, cursor and statement are in use then: nothing can take them away.
+TEST_F(TIQueryTest, WhileARowIsFilteredOrCalculatedItsStatementStays) {
+  const auto query = Query("select ID from T order by ID");
+  const auto other = Query("select 1 from dual");
+  NewField(query.Get(), TFieldType::ftInteger, "ID", 0);
+  NewField(query.Get(), TFieldType::ftInteger, "CALC", 0)->Calculated(true);
+  query->Open();
+  int looks = 0;
+  const auto link = Make<TDataLink>();
+  const auto attempt = [&] {
+    ++looks;
+    const std::string text = query->SQLText();
+    for (const std::function<void()>& change : std::initializer_list<std::function<void()>>{
+             [&] { query->SQL()->Add("-- more"); }, [&] { query->SQLText("select 2 from dual"); },
+             [&] { query->AssignSQL(*other); }, [&] { query->DatabaseName("OTHER"); },
+             [&] { FDatabase->Get()->Destroy(); }}) {
+      EXPECT_EQ(Said(change),
+                "A statement cannot be changed while one of its rows is filtered or calculated");
+    }
+    EXPECT_NE(Said([&] { query->ExecSQL(); }), "");
+    query->ReleaseStatement();
+    EXPECT_TRUE(query->Prepared());
+    EXPECT_EQ(query->SQLText(), text);
+    if (!link->Active()) return;
+    EXPECT_NE(Said([&] { link->BufferCount(9); }), "");
+    link->BufferCount(1);
+  };
+  query->OnCalcFields(TNotifyEvent::From([&](TObject*) {
+    attempt();
+    query->FieldByName("CALC")->AsFloat(query->FieldByName("ID")->AsFloat() * 2);
+  }));
+  EXPECT_EQ(query->FieldByName("CALC")->AsInteger(), 2) << "also set while rows are read directly";
+  link->BufferCount(3);
+  link->DataSet(query.Get());
+  query->OnFilterRecord(TFilterRecordEvent::From([&](TDataSet* data, bool& accept) {
+    attempt();
+    accept = data->FieldByName("ID")->AsInteger() != 2;
+  }));
+  const TBookmark first = query->GetBookmark();
+  query->Filtered(true);
+  EXPECT_GE(looks, 6);
+  EXPECT_EQ(Rest(*query), "1 3 ");
+  link->BufferCount(2);
+  EXPECT_EQ(link->RecordCount(), 2);
+  query->GotoBookmark(first);
+  EXPECT_EQ(query->FieldByName("CALC")->AsInteger(), 2);
+  query->SQLText("select ID from T where ID = 3");
+  EXPECT_FALSE(query->Active()) << "between rows it can be changed";
+  query->Open();
+  EXPECT_EQ(Rest(*query), "3 ");
+}
+
+TEST_F(TIQueryTest, BookmarksAndNumbersOfRowsReadDirectlyTakeNoBuffer) {
+  const auto query = Opened("select ID from T order by ID");
+  query->Next();
+  const TBookmark second = query->GetBookmark();
+  EXPECT_EQ(query->RecNo(), 2);
+  EXPECT_EQ(Rest(*query), "2 3 ");
+  EXPECT_EQ(query->Fields(0)->AsString(), "") << "as behind the last of rows read directly";
+  query->GotoBookmark(second);
+  EXPECT_EQ(query->Fields(0)->AsString(), "2");
+  // A parameter asked for by an event of closing is one of the statement that still runs.
+  query->SQLText("select ID from T where ID < :A");
+  query->Params(0).AsFloat(3);
+  query->Open();
+  std::string name;
+  query->BeforeClose(TNotifyEvent::From([&](TObject*) { name = query->Params(0).Name(); }));
+  query->SQLText("select ID from T where ID < :B");
+  EXPECT_EQ(name, "A");
+  EXPECT_EQ(query->Params(0).Name(), "B");
+  query->Params(0).AsFloat(2);
+  query->Open();
+  query->BeforeClose(TNotifyEvent::From([](TObject*) { throw EAbort("not now"); }));
+  EXPECT_THROW(query->ExecSQL(), EAbort);
+}
+
 TEST_F(TIQueryTest, ExecutingTellsTheRowsThatChanged) {
   const auto query = Query("update T set NAME = :N where ID > :I");
   query->ParamByName("N").AsString("");
@@ -450,6 +530,8 @@ TEST_F(TIQueryTest, AValueThatDoesNotConvertNamesItsField) {
   Run("update T set NAME = '12'");
   EXPECT_EQ(reads(ftString, [](TField* f) { EXPECT_EQ(f->AsFloat() + f->AsInteger(), 24); }), "");
   EXPECT_EQ(reads(ftInteger, [](TField* f) { EXPECT_EQ(f->AsInteger(), 12); }), "");
+  query->SQLText("select 1.6 as F from dual");
+  EXPECT_EQ(reads(ftInteger, [](TField* f) { EXPECT_EQ(f->AsInteger(), 2); }), "");
   query->SQLText("select 3000000000 as F from dual");
   EXPECT_NE(reads(ftInteger, [](TField* f) { f->AsInteger(); }).find("Field F"), std::string::npos)
       << "a number beyond the type is no value of it";

@@ -16,22 +16,24 @@ void TDataLink::Destroy() {
 void TDataLink::DataSet(TDataSet* dataSet) {
   if (dataSet == FDataSet) return;
   const TAlive alive(this);
+  const TAlive target(dataSet);
   if (TDataSet* const old = std::exchange(FDataSet, nullptr)) {
     old->RemoveLink(this);
+    if (!alive) return;
     UpdateState();
     if (!alive || FDataSet != nullptr) return;
   }
-  if (dataSet == nullptr) return;
+  if (!target) return;
   FDataSet = dataSet;
   FFirstRecord = 0;
   try {
     dataSet->AddLink(this);
   } catch (...) {
-    FDataSet = nullptr;
-    dataSet->RemoveLink(this);
+    if (alive) FDataSet = nullptr;
+    if (target) dataSet->RemoveLink(this);
     throw;
   }
-  UpdateState();
+  if (alive) UpdateState();
 }
 
 void TDataLink::DataSetGone() {
@@ -46,22 +48,26 @@ void TDataLink::DataSetGone() {
 void TDataLink::BufferCount(int rows) {
   if (rows < 1) TDataSet::RaiseError("A data link shows at least one row");
   const int before = std::exchange(FBufferCount, rows);
-  if (!FActive) return;
+  if (!Active()) return;
+  const TAlive alive(this);
   try {
     FDataSet->UpdateBufferCount();
   } catch (...) {
-    FBufferCount = before;
+    if (alive) FBufferCount = before;
     throw;
   }
-  MoveWindow();
+  // Other links may have heard of fewer rows, and have freed or detached this one.
+  if (alive && Active()) MoveWindow();
 }
 
 int TDataLink::RecordCount() const {
-  if (!FActive) return 0;
+  if (!Active()) return 0;
   return std::clamp(FDataSet->FRing.Count() - FFirstRecord, 0, FBufferCount);
 }
 
-int TDataLink::ActiveRecord() const { return FActive ? FDataSet->FActiveRecord - FFirstRecord : 0; }
+int TDataLink::ActiveRecord() const {
+  return Active() ? FDataSet->FActiveRecord - FFirstRecord : 0;
+}
 
 void TDataLink::ActiveRecord(int index) {
   if (index < 0 || index >= RecordCount()) TDataSet::RaiseError("The link does not show that row");
@@ -69,7 +75,7 @@ void TDataLink::ActiveRecord(int index) {
 }
 
 bool TDataLink::Edit() {
-  if (FReadOnly || !FActive || !FDataSet->CanModify()) return false;
+  if (FReadOnly || !Active() || !FDataSet->CanModify()) return false;
   const TAlive alive(this);
   FDataSet->Edit();
   return alive && FEditing;

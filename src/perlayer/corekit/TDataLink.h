@@ -23,7 +23,8 @@ class TDataLink : public TObject {
   // Attaches to it, open or closed; nullptr detaches. What reading rows raises passes; the link is
   // detached then.
   void DataSet(TDataSet* dataSet);
-  bool Active() const { return FActive; }  // attached to an open data set
+  // Attached to an open data set, and has heard so.
+  bool Active() const { return FActive && FDataSet != nullptr && FDataSet->Active(); }
   bool Editing() const { return FEditing; }
   bool ReadOnly() const { return FReadOnly; }
   void ReadOnly(bool readOnly) { FReadOnly = readOnly; }

@@ -40,6 +40,7 @@ void TDataSet::Open() {
 }
 
 void TDataSet::OpenCursor() {
+  if (!FFields.empty()) NumberFields();  // those that went while it was open have left gaps
   try {
     InternalOpen();
     FState = dsBrowse;
@@ -76,7 +77,7 @@ void TDataSet::CloseCursor() {
 
 void TDataSet::CloseForGood() {
   if (!Active()) return;
-  if (FState == dsFilter || FState == dsCalcFields) {
+  if (InRow()) {
     RaiseError("A data set cannot be closed while one of its rows is filtered or calculated");
   }
   CloseCursor();
@@ -119,7 +120,9 @@ TDataSetEvents& TDataSet::NeedEvents() {
 }
 
 void TDataSet::NotifyEvent(TDataSetEvent event, TNotifyEvent handler) {
+  const bool calculates = event == TDataSetEvent::OnCalcFields && handler;
   NeedEvents().notify[static_cast<std::size_t>(event)] = std::move(handler);
+  if (calculates && FCalcFieldsSize > 0) NeedBuffers();
 }
 
 void TDataSet::OnError(TDataSetOperation operation, TDataSetErrorEvent event) {
@@ -207,7 +210,7 @@ bool TDataSet::FilterRecord(TRecordBuffer buffer) {
 }
 
 void TDataSet::GetCalcFields(TRecordBuffer buffer) {
-  if (FCalcFieldsSize == 0) return;
+  if (FCalcFieldsSize == 0 || buffer == nullptr) return;
   ClearCalcFields(buffer);
   if (!OnCalcFields()) return;
   const TRecordBuffer outer = std::exchange(FCalcBuffer, buffer);
@@ -282,6 +285,12 @@ void TDataSet::CheckActive() const {
   }
 }
 
+void TDataSet::CheckNotInRow() const {
+  if (InRow()) {
+    RaiseError("A data set cannot be moved while one of its rows is filtered or calculated");
+  }
+}
+
 void TDataSet::RaiseError(const std::string& message) {
   throw EDatabaseError(TDatabaseErrorKind::other, 0, message, "");
 }
@@ -335,8 +344,9 @@ void TDataSet::NumberFields() {
   for (std::size_t i = 0; i < FFields.size(); ++i) {
     TField& field = *FFields[i];
     field.FIndex = static_cast<int>(i);
+    // Numbers and buffers of an open data set stay as they were bound.
+    if (Active() && !FMakingFields) continue;
     field.FFieldNo = field.Calculated() ? 0 : ++number;
-    // Buffers of an open data set keep the places that they were made with.
     if (Active() || !field.Calculated()) continue;
     field.FOffset = offset;
     offset += 1 + field.DataSize();
@@ -360,13 +370,16 @@ void TDataSet::NeedFields() const {
 void TDataSet::CreateFields() {
   FDefaultFields = true;
   FMakingFields = true;
-  TryFinally(
-      [&] {
-        for (const TFieldDef& def : FFieldDefs) {
-          NewField(this, def.type, def.name, def.size)->Required(def.required);
-        }
-      },
-      [&] { FMakingFields = false; });
+  try {
+    for (const TFieldDef& def : FFieldDefs) {
+      NewField(this, def.type, def.name, def.size)->Required(def.required);
+    }
+    FMakingFields = false;
+  } catch (...) {
+    FMakingFields = false;
+    DestroyFields();
+    throw;
+  }
 }
 
 void TDataSet::DestroyFields() {

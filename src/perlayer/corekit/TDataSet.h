@@ -65,13 +65,15 @@ class TDataSet : public TComponent {
   // -1 where the subclass does not know. A row's number counts from 1; 0 without a row.
   int RecordCount();
   int RecNo();
-  void RecNo(int number);  // raises where there are no numbers; ends at the nearest row
+  // Raises where there are no numbers. Without a row of that number it ends at the next one in the
+  // direction of the move, or at the end. With Filtered it goes row by row.
+  void RecNo(int number);
   virtual bool IsSequenced() { return true; }  // row numbers mean something
 
-  // A bookmark tells a row until the data set closes, and afterwards as far as the subclass says;
-  // an empty one tells none.
+  // A bookmark tells a row of the opening it was taken in; an empty one tells none.
   TBookmark GetBookmark();
-  // Raises, on the row where it stood, when that row is not there any more.
+  // Raises, on the row where it stood, when that row is not there or not to be seen any more, and
+  // for a text that is no bookmark.
   void GotoBookmark(const TBookmark& bookmark);
   static void FreeBookmark(TBookmark& bookmark) { bookmark.clear(); }
   virtual bool BookmarkValid(const TBookmark& bookmark);
@@ -204,7 +206,7 @@ class TDataSet : public TComponent {
   virtual void SetBookmarkStr(const TBookmark& bookmark) { GotoBookmark(bookmark); }
   virtual int GetRecordCount() { return -1; }
   virtual int GetRecNo() { return -1; }
-  virtual void SetRecNo(int number);  // moves by the difference
+  virtual void SetRecNo(int number);
 
   // Editing. The cursor stands on the active row, except in dsInsert, where it is the subclass's
   // affair. InternalInsert has a fresh active buffer; its flag and bookmark tell where the row is
@@ -230,6 +232,9 @@ class TDataSet : public TComponent {
   virtual bool CanReadDirectly() { return false; }
   virtual bool InternalNext() { return false; }  // moves to the next row; false at the end
   virtual void InternalKeepRows(bool /*keep*/) {}
+  // Of the row where direct reading stands; empty and -1 where that takes buffers.
+  virtual TBookmark DirectBookmark() { return {}; }
+  virtual int DirectRecNo() { return -1; }
 
   // Every event goes through here, also while controls are disabled.
   virtual void DataEvent(TDataEvent event, TDataEventInfo info);
@@ -248,8 +253,10 @@ class TDataSet : public TComponent {
 
   int BookmarkSize() const { return FBookmarkSize; }
   void BookmarkSize(int size) { FBookmarkSize = size; }
-  // REQUIRES: there is a row
-  TRecordBuffer ActiveBuffer() const { return FRing.At(FActiveRecord); }
+  // nullptr without a row, also when an event has closed the data set within an operation.
+  TRecordBuffer ActiveBuffer() const {
+    return FRing.Count() == 0 ? nullptr : FRing.At(FActiveRecord);
+  }
   int ActiveRecord() const { return FActiveRecord; }    // its place in the ring
   int CurrentRecord() const { return FCurrentRecord; }  // where the cursor stands; -1 unknown
   int BufferCount() const { return FRing.Size(); }
@@ -292,6 +299,11 @@ class TDataSet : public TComponent {
 
   void CheckActive() const;
   void CheckCanModify();
+  // One of the rows is being filtered or calculated: buffers and cursor are in use.
+  bool InRow() const {
+    return FState == TDataSetState::dsFilter || FState == TDataSetState::dsCalcFields;
+  }
+  void CheckNotInRow() const;
   [[noreturn]] static void RaiseError(const std::string& message);
 
  private:

@@ -41,9 +41,7 @@ void TDataSet::CheckFieldWritable(const TField& field) {
 void TDataSet::CheckBrowseMode() {
   CheckActive();
   if (FDirect) return;
-  if (FState == dsFilter || FState == dsCalcFields) {
-    RaiseError("A data set cannot be moved while one of its rows is filtered or calculated");
-  }
+  CheckNotInRow();
   if (FOperating) RaiseError("The data set is in the midst of storing what was edited");
   const TAlive alive(this);
   DataEvent(deCheckBrowseMode);
@@ -62,15 +60,23 @@ void TDataSet::UpdateRecord() {
 void TDataSet::RunOperation(void (TDataSet::*run)()) {
   const TAlive alive(this);
   const bool outer = std::exchange(FOperating, true);
-  TryFinally([&] { (this->*run)(); },
-             [&] {
-               if (alive) FOperating = outer;
-             });
+  const bool asked = FRefreshAsked;
+  try {
+    (this->*run)();
+  } catch (...) {
+    if (alive) {
+      FOperating = outer;
+      FRefreshAsked = asked && Active();  // what failed has nothing to show
+    }
+    throw;
+  }
+  if (alive) FOperating = outer;
 }
 
 // The same, with a refusal told to the error event first.
 void TDataSet::Operate(TDataSetOperation operation, void (TDataSet::*run)()) {
   const TAlive alive(this);
+  const TDataSetState state = FState;
   for (;;) {
     UpdateCursorPos();
     try {
@@ -80,7 +86,8 @@ void TDataSet::Operate(TDataSetOperation operation, void (TDataSet::*run)()) {
       TDataAction action = TDataAction::daFail;
       const auto& event = FEvents->error[static_cast<std::size_t>(operation)];
       if (event) event(this, e, action);
-      if (action == TDataAction::daFail || !alive || !Active()) throw;
+      // In another state it would be another operation.
+      if (action == TDataAction::daFail || !alive || FState != state) throw;
       if (action == TDataAction::daAbort) throw EAbort(e.Message());
     }
   }
@@ -109,7 +116,7 @@ void TDataSet::Edit() {
   if (FRing.Count() == 0) return Insert();
   if (!FireBefore(TDataSetEvent::BeforeEdit)) return;
   Operate(TDataSetOperation::edit, &TDataSet::InternalEdit);
-  if (!alive || FState != dsBrowse) return;
+  if (!alive || FState != dsBrowse || FRing.Count() == 0) return;
   GetCalcFields(ActiveBuffer());
   SetState(dsEdit);
   if (alive && FState == dsEdit) DataEvent(deRecordChange);
@@ -229,6 +236,7 @@ void TDataSet::Cancel() {
 
 void TDataSet::Delete() {
   CheckActive();
+  CheckNotInRow();
   if (FState == dsInsert) return Cancel();
   CheckCanModify();
   NeedBuffers();

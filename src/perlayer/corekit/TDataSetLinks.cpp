@@ -22,10 +22,12 @@ bool IsRequest(TDataEvent event) {
 void TDataSet::DataEvent(TDataEvent event, TDataEventInfo info) {
   const TAlive alive(this);
   if (event == deFieldChange) {
+    const TAlive fieldAlive(info.field);
     if (IsEditing() && !info.field->Calculated()) FModified = true;
     if (!FDirect && FRing.Count() > 0) GetCalcFields(ActiveBuffer());
-    info.field->Change();
+    if (fieldAlive) info.field->Change();
     if (!alive) return;
+    if (!fieldAlive) info.field = nullptr;  // any may have changed
   }
   if (FDisableCount > 0 && !IsRequest(event)) {
     if (event == deLayoutChange) FEnableEvent = event;
@@ -38,6 +40,8 @@ void TDataSet::DataEvent(TDataEvent event, TDataEventInfo info) {
 // ends, those that come are told from the next time on.
 void TDataSet::TellLinks(TDataEvent event, TDataEventInfo info) {
   const TAlive alive(this);
+  const TAlive fieldAlive(info.field);
+  const bool named = info.field != nullptr;
   ++FLinkWalks;
   const auto leave = [&] {
     if (alive && --FLinkWalks == 0) std::erase(FLinks, nullptr);
@@ -50,6 +54,10 @@ void TDataSet::TellLinks(TDataEvent event, TDataEventInfo info) {
           // Rows are told only to those who know that the data set is open.
           const bool concerned = link != nullptr && (link->FActive || event == deUpdateState);
           if (!concerned) continue;
+          if (named && !fieldAlive) {
+            if (event != deFieldChange) break;
+            info.field = nullptr;
+          }
           if (IsRequest(event)) {
             link->DataEvent(event, info);
             continue;
@@ -84,7 +92,7 @@ void TDataSet::RemoveLink(TDataLink* link) {
   } else {
     FLinks.erase(found);
   }
-  UpdateBufferCount();
+  if (!InRow()) UpdateBufferCount();
 }
 
 void TDataSet::ShiftLinks(int rows) {
@@ -98,6 +106,11 @@ void TDataSet::UpdateBufferCount() {
   int rows = 1;
   for (const TDataLink* link : FLinks) {
     if (link != nullptr) rows = std::max(rows, link->FBufferCount);
+  }
+  if (InRow()) {
+    // A buffer is in use. Too many of them do no harm: the next change of a link frees them.
+    if (rows <= FRing.Size()) return;
+    RaiseError("A data set cannot show more rows while one of them is filtered or calculated");
   }
   SetBufferCount(rows);
 }

@@ -39,8 +39,8 @@ bool TextMatches(const std::string& text, const std::string& key, TLocateOptions
 bool Matches(const TField& field, const Variant& key, TLocateOptions options) {
   try {
     if (key.IsNull() || key.IsUnassigned()) return field.IsNull();
-    if (field.IsNull()) return false;
     const bool isText = field.DataType() == TFieldType::ftString || field.IsBlob();
+    if (field.IsNull()) return isText && key.AsText().empty();  // an empty text is null
     if (isText || options.has(TLocateOption::loPartialKey)) {
       return TextMatches(field.AsString(), key.AsText(), options);
     }

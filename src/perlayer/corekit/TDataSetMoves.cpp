@@ -6,6 +6,8 @@
 // ring is as it was.
 
 #include <algorithm>
+#include <cstdint>
+#include <limits>
 
 #include "perlayer/corekit/TDataLink.h"
 #include "perlayer/corekit/TDataSet.h"
@@ -254,9 +256,11 @@ void TDataSet::First() {
         [&] {
           GetNextRecord();
           GetNextRecords();
-          FBof = true;
         },
-        [&] { DataEvent(deDataSetChange); });
+        [&] {
+          FBof = true;
+          DataEvent(deDataSetChange);
+        });
   }
   if (alive && Active()) DoAfterScroll();
 }
@@ -269,12 +273,11 @@ void TDataSet::Last() {
   CursorPosChanged();
   InternalLast();
   ClearBuffers();
-  TryFinally(
-      [&] {
-        GetPriorRecords();
-        FEof = true;
-      },
-      [&] { DataEvent(deDataSetChange); });
+  TryFinally([&] { GetPriorRecords(); },
+             [&] {
+               FEof = true;
+               DataEvent(deDataSetChange);
+             });
   if (alive && Active()) DoAfterScroll();
 }
 
@@ -353,6 +356,7 @@ int TDataSet::RecordCount() {
 
 int TDataSet::RecNo() {
   CheckActive();
+  if (FDirect && DirectRecNo() >= 0) return DirectRecNo();
   NeedBuffers();
   return FRing.Count() == 0 ? 0 : GetRecNo();
 }
@@ -366,13 +370,30 @@ void TDataSet::RecNo(int number) {
 void TDataSet::SetRecNo(int number) {
   const int now = FRing.Count() == 0 ? 0 : GetRecNo();
   if (now < 0) RaiseError("The rows of this data set have no numbers");
-  MoveBy(number - now);
+  if (FRing.Count() == 0 || !FFiltered) {
+    constexpr std::int64_t kFar = std::numeric_limits<int>::max();
+    const std::int64_t distance = std::int64_t{number} - now;
+    MoveBy(static_cast<int>(std::clamp(distance, -kFar, kFar)));
+    return;
+  }
+  // Rows that are left out have numbers, too, so that the distance is not known beforehand.
+  const TAlive alive(this);
+  const int step = number < now ? -1 : 1;
+  const auto before = [&] {
+    const int at = FRing.Count() == 0 ? number : GetRecNo();
+    return step > 0 ? at < number : at > number;
+  };
+  while (before() && MoveBy(step) != 0 && alive && FState == dsBrowse) {
+  }
 }
 
 // --- bookmarks ---
 
 TBookmark TDataSet::GetBookmark() {
   CheckActive();
+  if (FDirect) {
+    if (TBookmark direct = DirectBookmark(); !direct.empty()) return direct;
+  }
   NeedBuffers();
   if (FRing.Count() == 0 || GetBookmarkFlag(ActiveBuffer()) != TBookmarkFlag::bfCurrent) return {};
   TBookmark bookmark(static_cast<std::size_t>(FBookmarkSize), '\0');
@@ -382,6 +403,9 @@ TBookmark TDataSet::GetBookmark() {
 
 void TDataSet::GotoBookmark(const TBookmark& bookmark) {
   if (bookmark.empty() || !EnterBrowse()) return;
+  if (bookmark.size() != static_cast<std::size_t>(FBookmarkSize)) {
+    RaiseError("This is no bookmark of the data set");
+  }
   NeedBuffers();
   if (!BeforeScrolling()) return;
   const TAlive alive(this);
@@ -394,7 +418,9 @@ void TDataSet::GotoBookmark(const TBookmark& bookmark) {
 
 // By going there: subclasses that know better override it.
 bool TDataSet::BookmarkValid(const TBookmark& bookmark) {
-  if (!Active() || bookmark.empty()) return false;
+  const bool fits = bookmark.size() == static_cast<std::size_t>(FBookmarkSize);
+  if (!Active() || bookmark.empty() || !fits) return false;
+  CheckNotInRow();
   NeedBuffers();
   if (FRing.Count() == 0) return false;
   CursorPosChanged();

@@ -49,6 +49,9 @@ void TField::Calculated(bool calculated) {
   if (FDataSet != nullptr && FDataSet->Active()) {
     Raise(Format("Field %s belongs to an open data set: it stays as it is", FFieldName));
   }
+  if (calculated && IsBlob()) {
+    Raise(Format("Field %s cannot be calculated: its value is not in the row", FFieldName));
+  }
   FCalculated = calculated;
   if (FDataSet != nullptr) FDataSet->NumberFields();
 }
@@ -97,13 +100,26 @@ void TField::Write(const void* pending, TStore store) {
   CheckWritable();
   if (FDataSet->State() == TDataSetState::dsCalcFields) return store();
   const TAlive alive(this);
-  FPending = pending;
-  FValidating = true;
-  TryFinally([&] { FDataSet->ValidateField(this); },
-             [&] {
-               if (alive) FValidating = false;
-             });
-  if (!alive) return;
+  // What validates may itself write this field: then the outer value is being validated again.
+  const void* const outerPending = std::exchange(FPending, pending);
+  const bool outerValidating = std::exchange(FValidating, true);
+  TryFinally(
+      [&] {
+        FDataSet->ValidateField(this);
+        if (!alive) return;
+        FValidating = false;
+        Store(store);
+      },
+      [&] {
+        if (!alive) return;
+        FPending = outerPending;
+        FValidating = outerValidating;
+      });
+}
+
+template <class TStore>
+void TField::Store(TStore store) {
+  const TAlive alive(this);
   CheckWritable();  // what validated may have ended the editing
   // Whatever was looked at meanwhile, the row that is edited is the active one.
   FDataSet->UpdateCursorPos();

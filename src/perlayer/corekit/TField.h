@@ -57,7 +57,8 @@ class TField : public TComponent {
   bool IsBlob() const;
 
   bool Calculated() const { return FCalculated; }
-  void Calculated(bool calculated);  // raises EDatabaseError while the data set is open
+  // Raises EDatabaseError while the data set is open, and for a memo or blob.
+  void Calculated(bool calculated);
   bool ReadOnly() const { return FReadOnly; }
   void ReadOnly(bool readOnly) { FReadOnly = readOnly; }
   bool CanModify() const;  // neither the field nor its data set is read-only
@@ -119,6 +120,8 @@ class TField : public TComponent {
 
  private:
   friend class TDataSet;
+  template <class TStore>
+  void Store(TStore store);
   void Change() {
     if (FOnChange) FOnChange(this);
   }

@@ -5,6 +5,7 @@
 // Main thread only.
 
 #include "perlayer/corekit/TDataSet.h"
+#include "perlayer/corekit/TField.h"
 
 namespace perlayer {
 
@@ -21,8 +22,9 @@ class TICustomDataSet : public TDataSet {
  protected:
   void ValidateField(TField* field) override {
     const TAlive alive(this);
+    const TAlive fieldAlive(field);
     TDataSet::ValidateField(field);
-    if (alive) FieldStandardCheck(field);
+    if (alive && fieldAlive) FieldStandardCheck(field);
   }
 };
 

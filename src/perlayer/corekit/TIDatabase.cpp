@@ -35,6 +35,7 @@ void TIDatabase::Create(std::string_view AName, std::unique_ptr<TDriverSession> 
 }
 
 void TIDatabase::Destroy() {
+  for (const TIQuery* query : FPreparedQueries) query->CheckFree();
   while (!FPreparedQueries.empty()) FPreparedQueries.back()->ReleaseStatement();
   if (auto* registry = TLayer::PartIfMade<TDatabaseRegistry>(TLayerPart::databases)) {
     std::erase(*registry, this);

@@ -31,6 +31,7 @@ class TIDatabase : public TComponent {
   // Registers under the name; raises EComponentError when another database has it.
   void Create(std::string_view AName, std::unique_ptr<TDriverSession> ASession);
   // Closes the queries that are open on it, rolls back what is open and leaves the registry.
+  // Raises, and has done nothing, while a row of one of them is filtered or calculated.
   void Destroy() override;
 
   const std::string& DatabaseName() const { return FDatabaseName; }

@@ -6,6 +6,7 @@
 #include "perlayer/corekit/TIUpdateSQL.h"
 #include "perlayer/platform/Exception.h"
 #include "perlayer/platform/Format.h"
+#include "perlayer/platform/TApplication.h"
 #include "perlayer/platform/Text.h"
 
 namespace perlayer {
@@ -48,37 +49,60 @@ TStringList* TIQuery::SQL() {
 }
 
 void TIQuery::SQLText(std::string_view text) {
+  CheckFree();
   // By way of the lines, so that the text has one form whichever way it was set.
   SQL()->Text(text);
 }
 
 void TIQuery::AssignStatement(const TStatementTextPtr& statement) {
+  CheckFree();
+  const TAlive alive(this);
+  const TStatementTextPtr taken = statement;  // events of closing may change the source
+  if (FLines == nullptr) ReleaseStatement();
+  if (!alive) return;
   if (FLines != nullptr) {
-    FLines->Text(statement->Text());
+    FLines->Text(taken->Text());
   } else {
-    ReleaseStatement();
-    FStatement = statement;
+    FStatement = taken;
   }
 }
 
 void TIQuery::AssignSQL(const TIQuery& source) {
+  const TAlive alive(this);
+  const std::string databaseName = source.FDatabaseName;
   AssignStatement(source.Statement());
-  DatabaseName(source.FDatabaseName);
+  if (alive) DatabaseName(databaseName);
+}
+
+void TIQuery::CheckFree() const {
+  if (InRow()) {
+    RaiseError("A statement cannot be changed while one of its rows is filtered or calculated");
+  }
 }
 
 void TIQuery::LinesChanged(TObject*) {
-  FLinesNewer = true;
-  ReleaseStatement();
+  if (FPuttingBack) return;
+  const bool newer = std::exchange(FLinesNewer, true);
+  if (!InRow()) return ReleaseStatement();
+  FPuttingBack = true;
+  TryFinally([&] { FLines->Text(FStatement->Text()); }, [&] { FPuttingBack = false; });
+  FLinesNewer = newer;
+  CheckFree();
 }
 
 void TIQuery::DatabaseName(std::string_view name) {
+  CheckFree();
   if (FDatabaseName == name) return;
+  const TAlive alive(this);
+  std::string taken(name);
   ReleaseStatement();
-  FDatabaseName = name;
+  if (alive) FDatabaseName = std::move(taken);
 }
 
 // Parameters of a new text keep the values that those of the same name had.
+// An open run is bound to those that it has.
 void TIQuery::SyncParameters() const {
+  if (FRunning && FParamsOf != nullptr) return;
   const TStatementTextPtr& statement = Statement();
   if (FParamsOf == statement) return;
   const std::vector<std::string>& names = statement->Parameters();
@@ -143,19 +167,32 @@ void TIQuery::Prepare() {
   FDatabase = database;
 }
 
-void TIQuery::ReleaseStatement() noexcept {
-  if (FPrepared == nullptr) return;
+template <class TBody>
+void TIQuery::Guarded(TBody body) noexcept {
   const TAlive alive(this);
   try {
-    Close();
+    body();
   } catch (...) {
-    InternalHandleException();
+    try {
+      alive ? InternalHandleException() : Application()->HandleException(nullptr);
+    } catch (...) {
+      // It can be told to nobody, and the statement has to go all the same.
+    }
   }
+}
+
+void TIQuery::ReleaseStatement() noexcept {
+  if (FPrepared == nullptr || InRow()) return;
+  const TAlive alive(this);
+  Guarded([&] { Close(); });
   if (!alive || FPrepared == nullptr) return;
   if (Active()) {  // an event was against it, but the statement has to go
-    CloseForGood();
-    DataEvent(TDataEvent::deUpdateState, {});
+    Guarded([&] {
+      CloseForGood();
+      DataEvent(TDataEvent::deUpdateState, {});
+    });
     if (!alive || FPrepared == nullptr) return;
+    if (Active()) Guarded([&] { CloseForGood(); });  // on hearing it a link has opened again
   }
   FDatabase->Session().GiveBack(FPrepared);
   FDatabase->QueryUnprepared(this);
@@ -224,7 +261,10 @@ void TIQuery::TakeReturned() {
 }
 
 std::int64_t TIQuery::ExecSQL() {
+  const TAlive alive(this);
   Close();
+  if (!alive) RaiseError("The query was freed by an event before its statement could run");
+  if (Active()) RaiseError("A statement cannot run while an event keeps the query open");
   Prepare();
   CheckParameters();
   for (TIParam& param : FParams) param.BeginRun();

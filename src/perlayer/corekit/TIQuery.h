@@ -3,16 +3,17 @@
 // data set.
 //
 // Rows are read forward straight from the driver, without a buffer, as long as nobody needs more:
-// going back, Last, bookmarks, Locate, row numbers, filters, calculated fields or a TDataLink. From
-// then on the rows read are kept until the query closes. Rows that were passed before are then read
-// by a run of their own when somebody goes back to them; rows that have been seen since stay as
-// they were. A run goes on unchanged across writes, Commit and Rollback of its own session.
+// going back, Last, Locate, RecordCount, filters, calculated fields or a TDataLink. From then on
+// the rows read are kept until the query closes. Rows that were passed before are then read by a
+// run of their own when somebody goes back to them; rows that have been seen since stay as they
+// were. A run goes on unchanged across writes, Commit and Rollback of its own session.
 //
 // Behind the last row, directly read fields have no values. First, of directly read rows, and
 // Refresh run the statement anew, with the values of parameters that it was opened with. A bookmark
-// is the number of the row and, as such, means something after reopening, too.
+// is the number of the row in the run, and means that number of another run after these two.
 //
-// The statement is a list of lines. A changed line closes the query; parameters found in the new
+// The statement is a list of lines. A changed line closes the query; while one of its rows is
+// filtered or calculated, statement and database cannot be changed. Parameters found in the new
 // text keep the values that parameters of the same name had. Queries with equal text share one
 // parse and, in the driver, one prepared statement, so that a copy is cheap.
 //
@@ -82,8 +83,11 @@ class TIQuery : public TDataSet {
   // Opening and executing prepare by themselves.
   void Prepare();
   bool Prepared() const { return FPrepared != nullptr; }
-  // Closes the query and hands its statement back; what the database does before it goes.
+  // Closes the query and hands its statement back; what the database does before it goes. What
+  // events raise goes to InternalHandleException. While CheckFree() raises nothing happens.
   void ReleaseStatement() noexcept;
+  // Raises EDatabaseError while one of the rows is filtered or calculated: the statement is needed.
+  void CheckFree() const;
   // Runs a statement that gives no rows. Returns the number of rows that it changed; parameters
   // that it returns into (RETURNING ... INTO) have their new values then, and needed none before.
   std::int64_t ExecSQL();
@@ -92,7 +96,7 @@ class TIQuery : public TDataSet {
   std::string GetBlobData(TField* field) override;
   const std::shared_ptr<const TColumnLayout>& RowLayout() const override { return FLayout; }
   void RowCell(int column, TCell& cell) const override;
-  // A row of that number is there; rows before it are read to find out.
+  // A row of that number is there and to be seen; rows before it are read to find out.
   bool BookmarkValid(const TBookmark& bookmark) override;
   int CompareBookmarks(const TBookmark& a, const TBookmark& b) override;
 
@@ -105,6 +109,8 @@ class TIQuery : public TDataSet {
   bool CanReadDirectly() override;
   bool InternalNext() override { return StepRow(); }
   void InternalKeepRows(bool keep) override;
+  TBookmark DirectBookmark() override;
+  int DirectRecNo() override;
   void InternalInitFieldDefs() override;
   void InternalFieldsChanged() override { FColumns.clear(); }
 
@@ -127,6 +133,8 @@ class TIQuery : public TDataSet {
  private:
   struct TKept;  // the rows that are kept; see TIQueryRows.cpp
   void LinesChanged(TObject*);
+  template <class TBody>
+  void Guarded(TBody body) noexcept;
   void TakeReturned();
   void CheckParameters();
   void BindRun(TDriverStatement& statement);
@@ -143,6 +151,7 @@ class TIQuery : public TDataSet {
   mutable TStatementTextPtr FStatement;
   TStringList* FLines = nullptr;  // owned
   mutable bool FLinesNewer = false;
+  bool FPuttingBack = false;  // lines that could not be changed
   bool FQueryAllRecords = false;
   bool FRequestLive = false;
   mutable TStatementTextPtr FParamsOf;  // the text that FParams belongs to

@@ -7,6 +7,7 @@
 // number, Base, is not 0 any more.
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <exception>
 #include <limits>
@@ -52,8 +53,12 @@ bool ReadRows(const TKeptRows& rows, std::size_t count, TRead read) {
   return true;
 }
 
+// So many rows behind its place a row is looked for: one that has changed would not be found before
+// the end of all.
+constexpr std::size_t kLookAhead = 1000;
+
 // The place in `rows`, which `read` continues, of the row that equals row `wanted` of `others`: the
-// nearest before `place`, or the first behind it. Without one, `place` or the end.
+// nearest before `place`, or the first not too far behind it. Without one, `place` or the end.
 template <class TRead>
 std::size_t FindRow(const TKeptRows& rows, std::size_t place, const TKeptRows& others,
                     std::size_t wanted, TRead read) {
@@ -61,7 +66,7 @@ std::size_t FindRow(const TKeptRows& rows, std::size_t place, const TKeptRows& o
   for (std::size_t i = std::min(place + 1, rows.Count()); i-- > 0;) {
     if (rows.Equal(i, others, wanted)) return i;
   }
-  for (std::size_t i = place + 1; ReadRows(rows, i + 1, read); ++i) {
+  for (std::size_t i = place + 1; i <= place + kLookAhead && ReadRows(rows, i + 1, read); ++i) {
     if (rows.Equal(i, others, wanted)) return i;
   }
   return std::min(place, rows.Count());
@@ -182,6 +187,14 @@ void TIQuery::InternalKeepRows(bool keep) {
   FKept = std::move(kept);
 }
 
+TBookmark TIQuery::DirectBookmark() {
+  if (!FOnRow) return {};
+  const std::int64_t row = FRowsRead - 1;
+  return TBookmark(reinterpret_cast<const char*>(&row), sizeof row);
+}
+
+int TIQuery::DirectRecNo() { return FOnRow ? static_cast<int>(FRowsRead) : -1; }
+
 bool TIQuery::ReadTo(std::int64_t row) {
   TKept& kept = *FKept;
   while (row >= kept.End()) {
@@ -197,7 +210,7 @@ void TIQuery::ReadEarlierRows() {
   TKept& kept = *FKept;
   if (kept.complete) return;
   TDriverSession& session = FDatabase->Session();
-  TDriverStatement* const statement = session.Take(Statement());
+  TDriverStatement* const statement = session.Take(FParamsOf);  // the run's, whatever came since
   TKeptRows earlier(FLayout->columns.size());
   TryFinally(
       [&] {
@@ -322,13 +335,16 @@ void TIQuery::SetBookmarkFlag(TRecordBuffer buffer, TBookmarkFlag flag) {
 }
 
 bool TIQuery::BookmarkValid(const TBookmark& bookmark) {
+  if (Filtered()) return TDataSet::BookmarkValid(bookmark);
   if (!Active() || bookmark.size() != sizeof(std::int64_t)) return false;
+  CheckNotInRow();
   NeedBuffers();
   return HasRow(RowOf(bookmark.data()));
 }
 
 int TIQuery::CompareBookmarks(const TBookmark& a, const TBookmark& b) {
-  if (a.empty() || b.empty()) return static_cast<int>(b.empty()) - static_cast<int>(a.empty());
+  const auto fits = [](const TBookmark& mark) { return mark.size() == sizeof(std::int64_t); };
+  if (!fits(a) || !fits(b)) return TDataSet::CompareBookmarks(a, b);
   const std::int64_t left = RowOf(a.data());
   const std::int64_t right = RowOf(b.data());
   return left < right ? -1 : left > right ? 1 : 0;
@@ -404,7 +420,7 @@ bool TIQuery::GetFieldData(TField* field, void* buffer) {
       return true;
     }
     case TFieldType::ftInteger: {
-      const double number = NumberOf(cell, *field);
+      const double number = std::round(NumberOf(cell, *field));
       if (!(number >= std::numeric_limits<std::int32_t>::min() &&
             number <= std::numeric_limits<std::int32_t>::max())) {
         throw EConvertError(Format("Field %s: %s is beyond the numbers of an integer field",

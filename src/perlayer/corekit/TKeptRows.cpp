@@ -44,8 +44,8 @@ std::byte* TKeptRows::Allocate(std::size_t size) {
   if (size > FFreeSize) {
     // A large row has a chunk of its own.
     const std::size_t chunkSize = size > kChunkSize / 4 ? size : kChunkSize;
-    FChunks.push_back(std::make_unique_for_overwrite<std::byte[]>(chunkSize));
-    std::byte* const chunk = FChunks.back().get();
+    FChunks.push_back({std::make_unique_for_overwrite<std::byte[]>(chunkSize), FRows.size()});
+    std::byte* const chunk = FChunks.back().bytes.get();
     if (chunkSize != kChunkSize) return chunk;
     FFree = chunk;
     FFreeSize = chunkSize;
@@ -108,6 +108,15 @@ bool TKeptRows::Equal(std::size_t row, const TKeptRows& other, std::size_t other
   const std::size_t size = RowSize(FRows[row]);
   return size == other.RowSize(other.FRows[otherRow]) &&
          std::memcmp(FRows[row], other.FRows[otherRow], size) == 0;
+}
+
+void TKeptRows::Truncate(std::size_t rows) {
+  FRows.resize(rows);
+  while (!FChunks.empty() && FChunks.back().firstRow >= rows) {
+    FChunks.pop_back();
+    FFree = nullptr;
+    FFreeSize = 0;
+  }
 }
 
 void TKeptRows::Prepend(TKeptRows& front) {

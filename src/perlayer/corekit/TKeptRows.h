@@ -24,15 +24,21 @@ class TKeptRows {
   bool Equal(std::size_t row, const TKeptRows& other, std::size_t otherRow) const;
   // Puts all rows of `front` before these; it is empty then. When it raises, both are as before.
   void Prepend(TKeptRows& front);
-  void Truncate(std::size_t rows) { FRows.resize(rows); }  // REQUIRES: rows <= Count()
+  // Forgets the rows behind. REQUIRES: rows <= Count(), and nothing has been put before them
+  void Truncate(std::size_t rows);
 
  private:
   std::size_t RowSize(const std::byte* row) const;
   std::byte* Allocate(std::size_t size);
 
+  struct TChunk {
+    std::unique_ptr<std::byte[]> bytes;
+    std::size_t firstRow;  // as it was made; no row before that one is in it
+  };
+
   std::size_t FColumns;
   std::vector<const std::byte*> FRows;
-  std::vector<std::unique_ptr<std::byte[]>> FChunks;
+  std::vector<TChunk> FChunks;
   std::byte* FFree = nullptr;  // in the last chunk of the usual size
   std::size_t FFreeSize = 0;
   std::vector<TCell> FCells;  // of the row being added
