@@ -148,7 +148,7 @@ TEST_F(TIboDataTest, DatesComeWithTheirTimeUnlessItIsZero) {
   store.InitFromDataSet(query.Get());
   EXPECT_EQ(store.GetAttrValue("BORN"), "15.03.2023");
   // A number that is no date says so, and the store is as it was.
-  SetPatient(1, "BORN", 1e9);
+  Execute("update OMRA.PATIENT set BORN = ID + 1000000000");
   EXPECT_THROW(Patient("1"), EConvertError);
 }
 

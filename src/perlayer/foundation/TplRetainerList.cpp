@@ -43,7 +43,7 @@ void TplRetainerList::Grow() {
   }
 }
 
-void TplRetainerList::Add(const TObject* retainer) {
+void TplRetainerList::AddWithGrowth(const TObject* retainer) {
   const TEntry entry = {&retainer->ClassType(), retainer};
   if (FCount == std::max(FCapacity, 1u)) Grow();
   if (FCapacity == kIndexed) {
@@ -76,12 +76,7 @@ void TplRetainerList::Delete(int index) {
   }
 }
 
-bool TplRetainerList::DeleteObject(const TObject* retainer) {
-  if (FCapacity != kIndexed) {
-    const int index = IndexOfObject(retainer);
-    if (index >= 0) Delete(index);
-    return index >= 0;
-  }
+bool TplRetainerList::DeleteIndexed(const TObject* retainer) {
   if (retainer == nullptr || !FIndex->DeleteObject(*retainer)) return false;
   if (--FCount == 0) Clear();
   return true;

@@ -13,6 +13,7 @@
 //
 // Main thread only.
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 
@@ -39,12 +40,26 @@ class TplRetainerList {
   int IndexOfObject(const TObject* retainer) const;
 
   // REQUIRES, here and in Replace: retainer != nullptr
-  void Add(const TObject* retainer);
+  void Add(const TObject* retainer) {
+    // Room in the array that nearly every list is; the slot in FFirst is Grow's.
+    if (FCount >= FCapacity || FCapacity == kIndexed) return AddWithGrowth(retainer);
+    FEntries[FCount++] = {&retainer->ClassType(), retainer};
+  }
   // Puts a living retainer in the place of the entry's own.
   void Replace(int index, const TObject* retainer);
   void Delete(int index);
   // Deletes the first entry of that retainer; false when it has none.
-  bool DeleteObject(const TObject* retainer);
+  bool DeleteObject(const TObject* retainer) {
+    if (FCapacity == kIndexed) return DeleteIndexed(retainer);
+    const TObjectHandle handle(retainer);
+    TEntry* const end = Entries() + FCount;
+    TEntry* const found =
+        std::find_if(Entries(), end, [&](const TEntry& entry) { return entry.retainer == handle; });
+    if (found == end) return false;
+    std::copy(found + 1, end, found);
+    --FCount;
+    return true;
+  }
   void Clear();
 
  private:
@@ -56,6 +71,8 @@ class TplRetainerList {
   TEntry* Entries() { return FCapacity == 0 ? &FFirst : FEntries; }
   const TEntry* Entries() const { return FCapacity == 0 ? &FFirst : FEntries; }
   void Grow();
+  void AddWithGrowth(const TObject* retainer);
+  bool DeleteIndexed(const TObject* retainer);
 
   std::uint32_t FCount = 0;
   // Which storage is in use. 0: FFirst, for one entry; kIndexed: FIndex; otherwise FEntries.
