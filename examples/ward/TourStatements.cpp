@@ -41,6 +41,23 @@ void SqlScene(TNarrator& narrator, TSqliteDatabase& database) {
   WARD_ASK(narrator, TSqlStatement statement(database, kinds, {{"DAY", "1.1.2000"}});)
   WARD_ANSWER(narrator, statement.Ran());
   WARD_ANSWER(narrator, statement.Run(TNarrator::kTableWidth));
+  narrator.Say(
+      "Class maps may be written in a dialect that the database does not speak. Here, who has been "
+      "in hospital most often; (+) keeps those who never were:");
+  const std::string stays =
+      "select * from (\n"
+      "select P.FIRST || ' ' || P.LAST PATIENT,\n"
+      "  decode(P.SEX, 'F', 'female', 'M', 'male', '?') SEX,\n"
+      "  count(E.ID) STAYS, nvl(to_char(max(E.STARTED), 'YYYY'), 'never') LATEST\n"
+      "from OMRA.PATIENT P, OMRA.ENCOUNTER E\n"
+      "where E.PATIENT_ID(+) = P.ID\n"
+      "  and E.ENCOUNTERCLASS(+) = 'inpatient'\n"
+      "group by P.ID, P.FIRST, P.LAST, P.SEX\n"
+      "order by STAYS desc, PATIENT) where rownum <= 4";
+  narrator.Answer(stays);
+  WARD_ASK(narrator, TSqlStatement often(database, stays, {});)
+  WARD_ANSWER(narrator, often.Ran());
+  WARD_ANSWER(narrator, often.Run(TNarrator::kTableWidth));
   narrator.Say("What cannot be said is refused, with its place. (AGE is computed by the class.)");
   narrator.Refused([&] {
     WARD_ASK(narrator, TSqlStatement(database, "select LAST, AGE from OMRA.PATIENT", {});)

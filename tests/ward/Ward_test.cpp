@@ -107,6 +107,9 @@ TEST_F(Ward, TourTellsWhatTheLayerAnswers) {
                  "STARTED >= to_date(?1)",
                  "inpatient            6  07.10.2020 06:18:23",
                  "6 rows",
+                 "LEFT JOIN \"OMRA.ENCOUNTER\" E ON E.PATIENT_ID = P.ID",
+                 "Caleb651 Pagac496      male",
+                 "4 rows",
                  "line 1, column 14: no such column: AGE",
                  File + ".log"});
   // A listener that is reached on two ways hears once.
