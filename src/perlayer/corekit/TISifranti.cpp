@@ -35,9 +35,15 @@ TOwned<TIQuery> Query(const std::string& sql) {
 
 std::string Column(const std::string& field) { return field.empty() ? std::string(kNone) : field; }
 
+// The column's name, or kNone. No name of a column begins with a digit; several missing ones of a
+// statement are numbered.
+std::string NameOf(const TIQuery* query, TColumn column) {
+  std::string name = query->Fields(column)->FieldName();
+  return name.starts_with(kNone) ? std::string(kNone) : name;
+}
+
 std::string Text(const TIQuery* query, TColumn column) {
-  const TField* field = query->Fields(column);
-  return field->FieldName() == kNone ? std::string() : field->AsString();
+  return NameOf(query, column) == kNone ? std::string() : query->Fields(column)->AsString();
 }
 
 }  // namespace
@@ -146,19 +152,15 @@ bool TISifranti::LoadFromDataSet(const std::string&, const std::string& ACode, T
   AQuery->Open();
   if (AQuery->IsEmpty()) return false;
   const std::string active = Text(AQuery, kActive);
-  const bool hasActive = AQuery->Fields(kActive)->FieldName() != kNone;
+  const bool hasActive = NameOf(AQuery, kActive) != kNone;
   ABuffer->Add(Text(AQuery, kCode), Text(AQuery, kShort), Text(AQuery, kDesc),
                hasActive && active != "1", Text(AQuery, kParams));
   return true;
 }
 
-std::string TISifranti::ISSifra(const TIQuery* AQuery) {
-  return AQuery->Fields(kCode)->FieldName();
-}
-std::string TISifranti::ISOkrajsava(const TIQuery* AQuery) {
-  return AQuery->Fields(kShort)->FieldName();
-}
-std::string TISifranti::ISOpis(const TIQuery* AQuery) { return AQuery->Fields(kDesc)->FieldName(); }
+std::string TISifranti::ISSifra(const TIQuery* AQuery) { return NameOf(AQuery, kCode); }
+std::string TISifranti::ISOkrajsava(const TIQuery* AQuery) { return NameOf(AQuery, kShort); }
+std::string TISifranti::ISOpis(const TIQuery* AQuery) { return NameOf(AQuery, kDesc); }
 bool TISifranti::ISHasShortDesc(const TIQuery* AQuery) { return ISOkrajsava(AQuery) != kNone; }
 
 const TISifCode* TISifranti::Code(std::string_view AName, std::string_view ACode) {
