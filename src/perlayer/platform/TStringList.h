@@ -2,9 +2,9 @@
 // TStringList: a list of texts, each with an object beside it. Objects are not owned and are kept
 // as handles: an entry whose object has been destroyed answers nullptr.
 //
-// Unsorted, the order is that of adding. Sorted, the list keeps itself in order, and finds, adds and
-// deletes in O(log n); Duplicates then decides what Add does with a text that is there already. Texts
-// compare by CompareText unless CaseSensitive is set.
+// Unsorted, the order is that of adding. Sorted, the list keeps itself in order, and finds, adds
+// and deletes in O(log n); Duplicates then decides what Add does with a text that is there already.
+// Texts compare by CompareText unless CaseSensitive is set.
 //
 // Belongs to the thread that made it. Indices outside the list raise EListError
 // "List index out of bounds (%d)".
