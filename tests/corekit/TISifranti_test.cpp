@@ -61,7 +61,8 @@ TEST_F(TISifrantiTest, CodesAreReadOnceAndDeactivatedOnesAreKnown) {
   EXPECT_EQ(lists.Desc("ODD", "1"), "Kirurgija");
   lists.DropBuffer("Odd");
   EXPECT_EQ(lists.Desc("ODD", "1"), "Urgenca");
-  EXPECT_EQ(Raised([&] { lists.Desc("XXX", "1"); }), "There is no code list XXX in OMRA.SIFRANTI");
+  EXPECT_EQ(Raised([&] { lists.Desc("UNKNOWN", "1"); }),
+            "There is no code list UNKNOWN in OMRA.SIFRANTI");
 }
 
 TEST_F(TISifrantiTest, ListsThatShareATableAreKeptApart) {
