@@ -10,6 +10,7 @@ namespace perlayer {
 
 struct TFoundationState {
   bool notificationsEnabled = true;
+  bool layerFinalizing = false;
   std::string lastBoMessageText;
   std::uint64_t memorySequence = 0;
 };
@@ -23,6 +24,10 @@ inline bool aiNotificationsEnabled() { return FoundationState().notificationsEna
 inline void aiNotificationsEnabled(bool enabled) {
   FoundationState().notificationsEnabled = enabled;
 }
+
+// True from the start of the orderly shutdown: what holds objects does not keep its books any more.
+inline bool LayerFinalizing() { return FoundationState().layerFinalizing; }
+inline void LayerFinalizing(bool finalizing) { FoundationState().layerFinalizing = finalizing; }
 
 // The text of the last message that was answered without a user interface; empty at start.
 inline const std::string& aiLastBoMessageText() { return FoundationState().lastBoMessageText; }

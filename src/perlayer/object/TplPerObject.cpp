@@ -1,13 +1,13 @@
 #include "perlayer/object/TplPerObject.h"
 
 #include "perlayer/corekit/ILog.h"
-#include "perlayer/foundation/BoMessageDlg.h"
 #include "perlayer/foundation/TAuthManager.h"
 #include "perlayer/platform/Format.h"
 #include "perlayer/platform/TFormatSettings.h"
 #include "perlayer/platform/Text.h"
 #include "perlayer/provider/TPlClassMetaData.h"
 #include "perlayer/provider/TplProvider.h"
+#include "perlayer/reclaim/TplGlobalDictionary.h"
 
 namespace perlayer {
 
@@ -43,7 +43,11 @@ bool TplPerObject::GetReadOnly() {
 void TplPerObject::SetLockedBy(TplLockedBy ALockedBy) { FLockedBy = ALockedBy; }
 TplLockedBy TplPerObject::GetLockedBy() { return FLockedBy; }
 
-void TplPerObject::Reload() { NotImplemented("TplPerObject.Reload"); }
+void TplPerObject::Release(TObject* ARetainer) {
+  TplGlobalDictionary* dictionary = GlobalDictionary();
+  if (!FDestroying && dictionary->Decide(this, ARetainer)) dictionary->RemoveFromDictionary(this);
+  TplDomainObject::Release(ARetainer);
+}
 
 void TplPerObject::SetInitializingBo(bool AInitializing) {
   if (AInitializing == FInitializingBo) return;
@@ -72,7 +76,10 @@ void TplPerObject::SetTimeStampAfterGetObject() {
 
 void TplPerObject::DiposeNewlyCreatedMe() {
   FNewObject = true;
-  data.SetAttrValue(FProvider->GetIDAttrName(), CDefNumericNoIdValue());
+  const std::string id = CDefNumericNoIdValue();
+  // The row's key is free again: the object is not that row any more.
+  GlobalDictionary()->ChangeID(FProvider, GetGID(), this, id);
+  data.SetAttrValue(FProvider->GetIDAttrName(), id);
 }
 
 void TplPerObject::InitializeFromDataSet(TDataSet* ADataSet) {

@@ -10,7 +10,7 @@
 // from dbProvider() how that ended. After any failure the object keeps the values that the user
 // entered, and can be corrected and saved again, or cancelled.
 //
-// Reload and relations come next, see docs/architecture.md. Belongs to the main thread.
+// Relations come next, see docs/architecture.md. Belongs to the main thread.
 
 #include <initializer_list>
 #include <memory>
@@ -32,6 +32,7 @@ class TIQuery;
 class TPlClassMetaData;
 class TPlDictionary;
 class TStream;
+class TStringList;
 class TplPerObject;
 class TplProvider;
 struct TObjectEdits;
@@ -70,8 +71,11 @@ class TplPerObject : public TplDomainObject {
   void SetLockedBy(TplLockedBy ALockedBy) override;
   TplLockedBy GetLockedBy() override;
 
-  // Raises "Not implemented yet: %s": nothing pretends that a row was read anew.
-  void Reload() override;
+  // Every AddRef is given back here, and the last one brings the object down.
+  void Release(TObject* ARetainer) override;
+  // Whether the reference that ARetainer is about to drop brings the object down.
+  bool ReleaseCountWillBecomeZero(TObject* ARetainer);
+  virtual void DeletingFromDictionary() {}  // it has left the dictionary
 
   // While an object initializes, writes mark nothing as changed.
   virtual void SetInitializingBo(bool AInitializing);
@@ -99,6 +103,39 @@ class TplPerObject : public TplDomainObject {
   virtual void DiposeNewlyCreatedMe();
   virtual void InitializeFromDataSet(TDataSet* ADataSet);
   virtual void InitializeAfterGetDataFromDataSet() {}
+
+  // --- fresh values ---
+
+  // Reads the row anew into the live object, by AFetchSpec (SQL) if that is not empty; the object
+  // is no longer edited then, and a cancel returns to the fresh values. A row that is gone marks
+  // the object deleted. Raises 'TplPerObject.Reload: Ne morem narediti "reload" za nov objekt!' for
+  // a new object without a condition.
+  void Reload() override;
+  virtual void Reload(const std::string& AFetchSpec);
+  virtual void DoReload() { SetNeedToRefresh(false); }
+  virtual void Refresh();  // of the data set, if there is one
+
+  // The four below copy values from another object, without marking this one as changed, and answer
+  // whether anything differed. The first attribute and the ID stay. A copy that fails changes no
+  // value. AssignFields asks ManageDiffrentProvider about an object of another provider.
+  bool AssignFields(TplPerObject* AOther);
+  virtual bool AssignFieldsForLoad(TplPerObject* AOther);  // the object is not new afterwards
+  // As a reload, in which the object cannot go into edit state. With ACheck nothing is copied into
+  // an object that is edited or that CanAssignFieldsWithReloadFlag keeps out.
+  bool AssignFieldswithReloadFlag(TplPerObject* AOther, bool ACheck);
+  // Between classes: what both have, but for this class's ID, its active field and ASkipAttr.
+  bool AssignFieldsFromDiffBO(TplPerObject* AOther, const std::string& ASkipAttr);
+  // Raises "TplPerObject.AssignFields: Different provider! ..."; an override may accept the object.
+  virtual void ManageDiffrentProvider(TplPerObject* AOther);
+  virtual bool CanAssignFieldsWithReloadFlag() { return true; }
+  virtual void InitializeFromBo(TplPerObject* AOther);  // raises "Not implemented yet: %s"
+  // The attributes that differ, but for ANames: their indices, and a line each for people, with the
+  // two titles in parentheses unless they are empty. A list that is nullptr is made and becomes the
+  // caller's.
+  void DifferenceAttributeList(TplPerObject* AOther, std::initializer_list<std::string_view> ANames,
+                               TStringList*& ADiffering, TStringList*& ADescribed,
+                               const std::string& AOwnTitle, const std::string& AOtherTitle);
+
   // --- editing ---
 
   // Each answers whether the new value is valid; the value stays written either way. Writing the
@@ -318,6 +355,7 @@ class TplPerObject : public TplDomainObject {
   std::size_t MemoryUsed() const { return ClassType().InstanceSize() + data.MemoryUsed(); }
 
  protected:
+  friend class TplGlobalDictionary;
   friend class TplProvider;
 
   TIboData data;
@@ -341,6 +379,12 @@ class TplPerObject : public TplDomainObject {
     void operator()(TObjectEdits* edits) const noexcept;
   };
   double NoFloat() const { return FbEmptyFloatReturnsZero ? 0.0 : kNoFloat; }
+
+  template <class TCopy>
+  bool Copying(TCopy&& copy);
+  // For the dictionary: the row as it has been fetched anew, nullptr when it is gone.
+  void TakeReloaded(TplPerObject* ATwin, bool AUseDictionary);
+  void CancelAndRefreshDataSet();
 
   TObjectEdits& Edits();  // made on first use
   int AttrIndexToWrite(const std::string& AName);

@@ -65,6 +65,12 @@ std::int64_t TSystemClock::Ticks() const {
   return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
+std::int64_t TSystemClock::CoarseTicks() const {
+  std::timespec time{};
+  clock_gettime(CLOCK_MONOTONIC_COARSE, &time);
+  return std::int64_t{time.tv_sec} * 1000 + time.tv_nsec / 1000000;
+}
+
 void TSystemClock::Sleep(std::int64_t milliseconds) {
   std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }

@@ -27,6 +27,8 @@ class TClock {
   virtual TDateTime CoarseNow() const { return Now(); }
   // Milliseconds from an arbitrary origin, never going back.
   virtual std::int64_t Ticks() const = 0;
+  // The same kind of number, from an origin of its own, at the resolution that costs least.
+  virtual std::int64_t CoarseTicks() const { return Ticks(); }
   // Lets at least that many milliseconds of this clock pass.
   virtual void Sleep(std::int64_t milliseconds) = 0;
   // Waits until the signal is set, which it takes, or until that many milliseconds of this clock
@@ -46,6 +48,7 @@ class TSystemClock : public TClock {
   TDateTime Now() const override;
   TDateTime CoarseNow() const override;
   std::int64_t Ticks() const override;
+  std::int64_t CoarseTicks() const override;
   void Sleep(std::int64_t milliseconds) override;
   bool WaitFor(TSignal& signal, std::int64_t milliseconds) override;
 

@@ -5,6 +5,7 @@
 #include "perlayer/platform/TLayer.h"
 #include "perlayer/platform/Text.h"
 #include "perlayer/provider/TcmpClassMap.h"
+#include "perlayer/provider/TplCachableProvider.h"
 #include "perlayer/provider/TplProvider.h"
 #include "perlayer/reclaim/TIPerLayerStatistics.h"
 
@@ -25,6 +26,12 @@ TplProvider* TplProviderList::GetProviderFor(std::string_view AClassName) const 
     if (provider != nullptr && provider->CreatesClass(name)) return provider;
   }
   return nullptr;
+}
+
+void TplProviderList::ClearCache() {
+  for (int i = 0; i < Count(); ++i) {
+    if (auto* provider = As<TplCachableProvider>(GetProvider(i))) provider->ClearCache(0);
+  }
 }
 
 void TplProviderList::FinalizeProviders() {

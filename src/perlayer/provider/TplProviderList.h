@@ -26,8 +26,8 @@ class TplProviderList : public TList {
   // The first provider that makes objects of that class, or nullptr.
   TplProvider* GetProviderFor(std::string_view AClassName) const;
 
-  // No provider has a cache yet.
-  void ClearCache() {}
+  // Empties the caches of those that have one.
+  void ClearCache();
   void FinalizeProviders();
   // Lets go of every provider in its class map's name. One that somebody else still holds is told
   // in the log and lives on.

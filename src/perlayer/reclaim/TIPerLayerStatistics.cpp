@@ -3,16 +3,8 @@
 #include "perlayer/corekit/ILog.h"
 #include "perlayer/corekit/TIString.h"
 #include "perlayer/platform/Format.h"
-#include "perlayer/platform/TClock.h"
 
 namespace perlayer {
-
-namespace {
-double MonitorWeight(TDateTime duration) {
-  const TTimeParts parts = DecodeTime(duration);
-  return parts.millisecond + parts.second * 100.0 + parts.minute * 6000.0;  // hours are lost
-}
-}  // namespace
 
 void TNotifyEventList::AddEvent(const TNotifyEvent& AEvent) {
   for (int i = 0; i < Count(); ++i) {
@@ -37,26 +29,6 @@ void TNotifyEventList::Execute(TObject* Sender) {
 void TIPerLayerStatistics::Destroy() {
   FreeAndNil(FOnFinalizeEventList);
   TObject::Destroy();
-}
-
-void TIPerLayerStatistics::StartTiming(TIPerLayerStatisticsStartTimingType AType) {
-  if (FEnableEvents && FOnStartTransfer) FOnStartTransfer(this, AType);
-  FTime = Time();
-}
-
-void TIPerLayerStatistics::StopTiming() {
-  TDateTime duration = Time() - FTime;
-  if (duration < 0) duration += 1;  // past midnight
-  if (duration >= FMaxFindTime) FMaxFindTime = duration;
-  FTimeSum += duration;
-  ++FNumTimes;
-  if (FEnableEvents && FOnStopTransfer) FOnStopTransfer(this);
-}
-
-double TIPerLayerStatistics::aiMaxFindTime() const { return MonitorWeight(FMaxFindTime); }
-
-double TIPerLayerStatistics::aiAverageFindTime() const {
-  return FNumTimes == 0 ? 0 : MonitorWeight(FTimeSum) / FNumTimes;
 }
 
 void TIPerLayerStatistics::Message(const std::string& AText) {

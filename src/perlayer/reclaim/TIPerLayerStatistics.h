@@ -6,10 +6,10 @@
 #include <string>
 
 #include "perlayer/platform/Exception.h"
-#include "perlayer/platform/TDateTime.h"
 #include "perlayer/platform/TDelegate.h"
 #include "perlayer/platform/TLayer.h"
 #include "perlayer/platform/TList.h"
+#include "perlayer/reclaim/TFindTimes.h"
 
 namespace perlayer {
 
@@ -53,8 +53,14 @@ class TIPerLayerStatistics : public TObject {
   void Destroy() override;
 
   // Around an access to the database or the dictionary. They do not nest: the inner start counts.
-  void StartTiming(TIPerLayerStatisticsStartTimingType AType);
-  void StopTiming();
+  void StartTiming(TIPerLayerStatisticsStartTimingType AType) {
+    if (FEnableEvents && FOnStartTransfer) FOnStartTransfer(this, AType);
+    FTimes.Start();
+  }
+  void StopTiming() {
+    FTimes.Stop();
+    if (FEnableEvents && FOnStopTransfer) FOnStopTransfer(this);
+  }
   // Runs `body` between the two; its answer is passed on.
   template <class TBody>
   auto Timed(TIPerLayerStatisticsStartTimingType AType, TBody&& body) {
@@ -70,10 +76,9 @@ class TIPerLayerStatistics : public TObject {
   void AddFinalizeEvent(const TNotifyEvent& AEvent);
   void ExecuteFinalizeEvents();
 
-  // The longest timing and the average, in the weights that the monitors know: milliseconds plus
-  // 100 per second plus 6000 per minute. 0 before the first timing.
-  double aiMaxFindTime() const;
-  double aiAverageFindTime() const;
+  // The longest timing and the average, in the weights of TFindTimes.
+  double aiMaxFindTime() const { return FTimes.Max(); }
+  double aiAverageFindTime() const { return FTimes.Average(); }
 
   bool aiEnableEvents() const { return FEnableEvents; }
   void aiEnableEvents(bool enable) { FEnableEvents = enable; }
@@ -97,10 +102,7 @@ class TIPerLayerStatistics : public TObject {
   }
 
  private:
-  TDateTime FMaxFindTime = 0;
-  TDateTime FTime = 0;
-  int FNumTimes = 0;
-  TDateTime FTimeSum = 0;
+  TFindTimes FTimes;
   TIPerLayerRefereceCountChangedNotifyEvent FOnRefChangedEvent;
   TIPerLayerStatisticsStartEvent FOnStartTransfer;
   TNotifyEvent FOnStopTransfer;

@@ -1,12 +1,28 @@
 #pragma once
-// TplGlobalDictionary: the place of the identity map, in its off state: every question has the
-// answer that the map gives while its switch is off, and turning it on is refused. See
-// docs/architecture.md. Main thread only.
+// TplGlobalDictionary: the identity map. One entry for each live persistent object, from its key
+// (its provider's key and its ID, nothing between, compared in any case) to the object. Every fetch
+// passes through it, so that two holders of a row hold the same object.
+//
+// It holds nobody: an object lives by its retainers alone, and leaves the map when it goes. Keys of
+// one provider key are neighbours, in the order of a sorted string list. An entry whose object has
+// gone without leaving is deleted by whoever reads it.
+//
+// Invariant, while the switch is on: no two live objects with an entry have the same key, and the
+// entry of an object stands under the ID that it has.
+//
+// The switch, aiUSEDICTIONARY, is off at start. The layer also turns it off and on as a mode of the
+// code that is running: while a fetched twin is copied into the entry and ends, and in a reload.
+//
+// It also decides how objects are reclaimed: aiReleaseType, and Decide. Main thread only.
 
 #include <string>
 
 #include "perlayer/foundation/TPlDictionary.h"
+#include "perlayer/platform/Exception.h"
+#include "perlayer/platform/TDelegate.h"
 #include "perlayer/platform/TLayer.h"
+#include "perlayer/reclaim/TFindTimes.h"
+#include "perlayer/reclaim/TIReleaseType.h"
 
 namespace perlayer {
 
@@ -16,28 +32,143 @@ class TplProvider;
 class TplGlobalDictionary : public TPlDictionary {
   TCLASS(TplGlobalDictionary, TPlDictionary)
  public:
-  void Create() { Sorted(true); }
+  void Create();
+  void Destroy() override;
 
-  bool aiUSEDICTIONARY() const { return false; }
-  // Raises "Not implemented yet: %s" for true.
-  void aiUSEDICTIONARY(bool use);
+  // --- looking up ---
 
-  // nullptr: the caller goes to the database.
-  TplPerObject* GetObject(TObject*, TplProvider*, const std::string&, bool) { return nullptr; }
-  TplPerObject* FetchObject(TObject*, TplProvider*, const std::string&) { return nullptr; }
-  // nullptr: nothing is in memory.
-  TplPerObject* TakeObject(TplProvider*, const std::string&) { return nullptr; }
-  // True, with nothing added.
-  bool AddPerObject(TplProvider*, TplPerObject*, TObject*) { return true; }
-  // There is no key to change.
-  void ChangeID(TplProvider*, const std::string&, TplPerObject*, const std::string&) {}
-  // Leaves the object as it is.
-  void ConsultDictionary(TObject*, TplPerObject*&) {}
+  // The key under which the object of that ID stands.
+  static std::string Key(TplProvider* AProvider, const std::string& AID);
+  int ObjectIndex(TplProvider* AProvider, const std::string& AID);  // -1 when it is not there
+  // The live object of the row, with one more reference, ARetainer's. nullptr, and the caller goes
+  // to the database: it is not in memory, the switch is off, or AProvider is nullptr.
+  TplPerObject* GetObject(TObject* ARetainer, TplProvider* AProvider, const std::string& AID,
+                          bool AIncludeSubclasses);
+  // The same by the whole key.
+  TplPerObject* GetObjectByObjectIndex(TObject* ARetainer, const std::string& AKey);
+  // The live object or nullptr, whatever the switch says. Adds no reference.
+  TplPerObject* TakeObject(TplProvider* AProvider, const std::string& AID);
+  // The object that the condition NAME = VALUE tells by an exact value, among those of AProvider,
+  // with one more reference. nullptr, and the caller goes to the database: there is none in memory,
+  // or the condition is another one. Walks the objects of the provider.
+  TplPerObject* FetchObject(TObject* ARetainer, TplProvider* AProvider,
+                            const std::string& AFetchSpec);
+  TplPerObject* GetPerObjectWithIndex(int AIndex);
+  // The lowest index whose key begins with the provider's, or -1. A provider key that begins like
+  // this one matches too.
+  int GetFirstObjectIndexForProvider(TplProvider* AProvider);
+  // The entry's object. One that has gone, or is no persistent object, is told in the log, its
+  // entry is deleted, and the answer is nullptr.
+  using TPlDictionary::Objects;
+  TObject* Objects(int AIndex) const override;
+
+  // --- entries ---
+
+  // Enters an object, under its own provider's key; true, also with the switch off. Raises when
+  // there is no object ("Object=nil!"), it has no provider, or its key is taken.
+  bool AddPerObject(TplProvider* AProvider, TplPerObject* AObject, TObject* ARetainer);
+  // Makes one of a freshly fetched object, which ARetainer holds, and the entry of its key: the
+  // entry takes the fetched values and comes in the place of the fetched object. Without an entry
+  // the object gets one. What copying raises leaves the switch off.
+  void ConsultDictionary(TObject* ARetainer, TplPerObject*& AObject);
+  // Moves the object to another key and returns its index; -1 with the switch off. An object that
+  // stood nowhere is entered; one that gets a temporary ID in green mode leaves (-1). A key that is
+  // taken stays with who has it.
+  int ChangeID(TplProvider* AProvider, const std::string& AOldID, TplPerObject* AObject,
+               const std::string& ANewID);
+  // The object goes: takes its entry out, if the entry is that object's.
+  void RemoveFromDictionary(TplPerObject* AObject);
+  // Copies a fetched twin into the entry of its key, edited or not.
+  void AssignFieldValuesToObjectInDictionary(TplPerObject* ATwin);
+
+  // The watch over destruction, on with the system parameter "CHECKRELEASING" = "True": an object
+  // that is entered again while it is being destroyed is told in the log. AKey is empty while the
+  // watch is off.
+  void AddToReleasingList(TplPerObject* AObject, std::string& AKey);
+  void RemoveFromReleasingList(const std::string& AKey);
+  void CheckExistanceInReleasingList(const std::string& AKey, TObject* ARetainer);
+
+  // --- reading anew ---
+
+  // Fetches the row of an object again, by ASpec (SQL) if that is not empty, and copies it into the
+  // live object. A row that is gone marks the object deleted. Notifies with paReload. Raises
+  // "TplGlobalDictionary.Reload: Class not valid!" for what is neither an object nor a list.
+  void Reload(TObject* AObject, const std::string& ASpec);
+
+  // --- reclamation ---
+
+  // Whether the object goes when ARetainer lets go of it.
+  bool Decide(TplPerObject* AObject, TObject* ARetainer);
+  TIReleaseType aiReleaseType() const { return FReleaseType; }
+  void aiReleaseType(TIReleaseType type) { SetReleaseType(type); }
+  // Raises "TplGlobalDictionary.SetReleaseType: Cannot swith release type!" for a change that
+  // MayFollow refuses, and "Not implemented yet: %s" for types that need a collector or a thread.
+  void SetReleaseType(TIReleaseType AType);
+  // There is neither yet.
+  bool GetUseGarbageCollector() const { return false; }
+  bool GetUseReleaserThread() const { return false; }
+  bool GetUseThreadGarbageCollector() const {
+    return FReleaseType == TIReleaseType::rtThreadSimple;
+  }
+
+  // --- the switch and what monitors read ---
+
+  bool aiUSEDICTIONARY() const { return FUSEDICTIONARY; }
+  void aiUSEDICTIONARY(bool use) { SetUSEDICTIONARY(use); }
+  void SetUSEDICTIONARY(bool AUse) { FUSEDICTIONARY = AUse; }
+
+  // How many times GetObject has been answered from memory.
+  int aiFetchSaveNumber() const { return FFetchSaveNumber; }
+  // The longest search and the average, in the weights of TFindTimes; the average is 0 with the
+  // switch off.
+  double aiMaxFindTime() const { return FTimes.Max(); }
+  double aiAverageFindTime() const { return FUSEDICTIONARY ? FTimes.Average() : 0; }
+  // The bytes of all objects here, without their values.
+  std::size_t MemoryUsed();
+  void GetDictCount(int& ACount) const { ACount = Count(); }
+  // Shows the map in the application's diagnostic view, if it has one.
+  void ShowDictionary();
+  const TNotifyEvent& aiOnShowDictionary() const { return FOnShowDictionaryToGUI; }
+  void aiOnShowDictionary(TNotifyEvent event) { FOnShowDictionaryToGUI = std::move(event); }
+
+ private:
+  // Runs `search`, timed.
+  template <class TSearch>
+  auto Timed(TSearch&& search) {
+    FTimes.Start();
+    return TryFinally(search, [&] { FTimes.Stop(); });
+  }
+  TplPerObject* Live(std::string_view ABeginning, std::string_view ARest);
+  TplPerObject* Heal(const std::string& AKey);
+  TplPerObject* Merge(TplPerObject* AEntry, TplPerObject* ATwin, TObject* AHolder);
+  void ReloadPerObject(TplPerObject* AObject, const std::string& ASpec);
+
+  bool FUSEDICTIONARY = false;
+  int FFetchSaveNumber = 0;
+  TFindTimes FTimes;
+  TNotifyEvent FOnShowDictionaryToGUI;
+  TIReleaseType FReleaseType = TIReleaseType::rtUndefined;
+  bool FCheckReleaseWhenAddingToDictionary = false;
+  TStringList* FslReleasingList = nullptr;  // owned; sorted
 };
 
 // The one instance, made on first call.
 inline TplGlobalDictionary* GlobalDictionary() {
   return TLayer::ObjectPart<TplGlobalDictionary>(TLayerPart::dictionary);
 }
+
+// For the length of a scope the map is off, or on; then it is as it was.
+class TUseDictionary {
+ public:
+  explicit TUseDictionary(bool AUse) : FOld(GlobalDictionary()->aiUSEDICTIONARY()) {
+    GlobalDictionary()->SetUSEDICTIONARY(AUse);
+  }
+  ~TUseDictionary() { GlobalDictionary()->SetUSEDICTIONARY(FOld); }
+  TUseDictionary(const TUseDictionary&) = delete;
+  TUseDictionary& operator=(const TUseDictionary&) = delete;
+
+ private:
+  const bool FOld;
+};
 
 }  // namespace perlayer

@@ -1,0 +1,25 @@
+#include "perlayer/provider/TplCachableProvider.h"
+
+#include "perlayer/corekit/TISifranti.h"
+#include "perlayer/foundation/BoMessageDlg.h"
+
+namespace perlayer {
+
+TplPerObject* TplCachableProvider::NewObject(TObject* ARetainer) {
+  TplPerObject* object = TplProvider::NewObject(ARetainer);
+  PerLayerSettings()->AddNewlyCreatedCachableObject(object);
+  return object;
+}
+
+TplPerObject* TplCachableProvider::GetByCode(TObject* ARetainer, const std::string& ACode,
+                                             bool AIncludeSubclasses) {
+  const std::string table = GetTableName();
+  if (!Sifranti().ExistsShortDesc(table, ACode, false)) return nullptr;
+  return GetObject(ARetainer, Sifranti().ShortDescToCode(table, ACode), AIncludeSubclasses);
+}
+
+void TplCachableProvider::SetFetchBufferList(TPlBoList* AList) {
+  if (AList != nullptr) NotImplemented("TplCachableProvider.SetFetchBufferList");
+}
+
+}  // namespace perlayer

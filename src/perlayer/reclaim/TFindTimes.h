@@ -1,0 +1,39 @@
+#pragma once
+// TFindTimes: how often something was timed, how long that took in all, and at the longest. Times
+// come from the coarse clock: nearly all of them are 0, and that is what measuring may cost on a
+// hot path. Timings do not nest: the inner start counts. Main thread only.
+
+#include <algorithm>
+#include <cstdint>
+
+#include "perlayer/platform/TClock.h"
+
+namespace perlayer {
+
+class TFindTimes {
+ public:
+  void Start() { FStart = TClock::Current().CoarseTicks(); }
+  void Stop() {
+    const std::int64_t duration = TClock::Current().CoarseTicks() - FStart;
+    FMax = std::max(FMax, duration);
+    FSum += duration;
+    ++FCount;
+  }
+  // In the weights that monitors know: milliseconds plus 100 per second plus 6000 per minute; hours
+  // are lost. 0 before the first timing.
+  double Max() const { return Weight(FMax); }
+  double Average() const { return FCount == 0 ? 0 : Weight(FSum) / FCount; }
+
+ private:
+  static double Weight(std::int64_t milliseconds) {
+    return static_cast<double>(milliseconds % 1000 + milliseconds / 1000 % 60 * 100 +
+                               milliseconds / 60000 % 60 * 6000);
+  }
+
+  std::int64_t FStart = 0;  // milliseconds, like the other two
+  std::int64_t FMax = 0;
+  std::int64_t FSum = 0;
+  int FCount = 0;
+};
+
+}  // namespace perlayer
