@@ -59,6 +59,7 @@ bool TPlBaseObject::GetDoNotify() const { return FDoNotify && aiNotificationsEna
 
 void TPlBaseObject::CallNotifyAction(TplDomainObject* Sender, TIBaseObjectAction ActionType,
                                      TObject* Data) {
+  if (FNotifying || !GetDoNotify()) return;
   const TOwned<TINotifiedObjectList> visited = Make<TINotifiedObjectList>();
   NotifyAction(Sender, ActionType, Data, visited.Get());
 }

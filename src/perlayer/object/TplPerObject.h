@@ -249,7 +249,8 @@ class TplPerObject : public TplDomainObject {
   virtual void DoOnCommit() {}
   virtual void DoOnRollback() {}
 
-  // The five below take objects, nil among them; anything else raises "Wrong type in %s".
+  // The five below take objects and TPlBoLists, nil among them; anything else raises "Wrong type in
+  // %s". What is done to a list is done to its members.
   static void PostObjectList(std::initializer_list<TPlBaseObject*> AItems);
   static void SaveObjectList(std::initializer_list<TPlBaseObject*> AItems);
   static void DeleteObjectList(std::initializer_list<TPlBaseObject*> AItems);
@@ -357,6 +358,7 @@ class TplPerObject : public TplDomainObject {
  protected:
   friend class TplGlobalDictionary;
   friend class TplProvider;
+  friend class TPlBoList;  // marks a member whose deletion it hears of
 
   TIboData data;
   std::string FGID;  // set by a fetch by ID; the layer does not read it

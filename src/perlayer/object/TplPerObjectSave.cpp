@@ -10,6 +10,7 @@
 #include "perlayer/database/TplDatabaseProvider.h"
 #include "perlayer/foundation/BoMessageDlg.h"
 #include "perlayer/foundation/TAuthManager.h"
+#include "perlayer/list/TPlBoList.h"
 #include "perlayer/object/TObjectEdits.h"
 #include "perlayer/object/TplPerObject.h"
 #include "perlayer/platform/Format.h"
@@ -311,19 +312,54 @@ bool TplPerObject::IsObjectInDbNewer() {
 // --- several objects ---
 
 namespace {
+
 template <class TAction>
-void ForEachObject(std::initializer_list<TPlBaseObject*> items, const char* operation,
-                   TAction&& action) {
+void ForEachMember(TPlBoList* list, TAction&& action) {
+  const TAlive alive(list);
+  for (int i = 0; alive && i < list->Count(); ++i) {
+    if (TplPerObject* const object = list->Get(i)) action(object);
+  }
+}
+
+template <class TAction, class TListAction>
+void ForEachItem(std::initializer_list<TPlBaseObject*> items, const char* operation,
+                 TAction&& action, TListAction&& listAction) {
   // What is done to one may end another.
   const std::vector<TObjectHandle> handles(items.begin(), items.end());
   for (const TObjectHandle& handle : handles) {
     TObject* item = handle.Get();
     if (item == nullptr) continue;
-    auto* object = As<TplPerObject>(item);
-    if (object == nullptr) throw Exception(std::string("Wrong type in ") + operation);
-    action(object);
+    if (auto* object = As<TplPerObject>(item)) {
+      action(object);
+    } else if (auto* list = As<TPlBoList>(item)) {
+      listAction(list);
+    } else {
+      throw Exception(std::string("Wrong type in ") + operation);
+    }
   }
 }
+
+// The same for objects and members of lists alike.
+template <class TAction>
+void ForEachObject(std::initializer_list<TPlBaseObject*> items, const char* operation,
+                   TAction&& action) {
+  ForEachItem(items, operation, action, [&](TPlBoList* list) { ForEachMember(list, action); });
+}
+
+// Marks all members and saves the list; after a failure nobody stays marked.
+void DeleteMembers(TPlBoList* list) {
+  const TAlive alive(list);
+  try {
+    ForEachMember(list, [](TplPerObject* object) { object->SetObjectMarkedDeleted(true); });
+    if (alive) list->SaveObjects(false);
+  } catch (...) {
+    if (alive) {
+      ForEachMember(list, [](TplPerObject* object) { object->SetObjectMarkedDeleted(false); });
+    }
+    throw;
+  }
+}
+
 }  // namespace
 
 void TplPerObject::PostObjectList(std::initializer_list<TPlBaseObject*> AItems) {
@@ -331,15 +367,20 @@ void TplPerObject::PostObjectList(std::initializer_list<TPlBaseObject*> AItems) 
 }
 
 void TplPerObject::SaveObjectList(std::initializer_list<TPlBaseObject*> AItems) {
-  ForEachObject(AItems, "SaveObjectList", [](TplPerObject* object) { object->SaveData(); });
+  ForEachItem(
+      AItems, "SaveObjectList", [](TplPerObject* object) { object->SaveData(); },
+      [](TPlBoList* list) { list->SaveObjects(false); });
 }
 
 void TplPerObject::DeleteObjectList(std::initializer_list<TPlBaseObject*> AItems) {
-  ForEachObject(AItems, "DeleteObjectList", [](TplPerObject* object) {
-    const TAlive alive(object);
-    object->DeleteObject();
-    if (alive) object->SaveData();
-  });
+  ForEachItem(
+      AItems, "DeleteObjectList",
+      [](TplPerObject* object) {
+        const TAlive alive(object);
+        object->DeleteObject();
+        if (alive) object->SaveData();
+      },
+      DeleteMembers);
 }
 
 bool TplPerObject::CheckForSaved(std::initializer_list<TPlBaseObject*> AItems) {

@@ -8,10 +8,12 @@
 #include "perlayer/corekit/TIUpdateSQL.h"
 #include "perlayer/database/SQLText.h"
 #include "perlayer/foundation/BoMessageDlg.h"
+#include "perlayer/list/TPlBoList.h"
 #include "perlayer/object/TplPerObject.h"
 #include "perlayer/platform/Format.h"
 #include "perlayer/platform/TLayer.h"
 #include "perlayer/platform/Text.h"
+#include "perlayer/provider/FetchSteps.h"
 #include "perlayer/provider/TPlClassMetaData.h"
 #include "perlayer/provider/TcmpClassMap.h"
 #include "perlayer/provider/TplProviderList.h"
@@ -32,47 +34,6 @@ TProviderState& ProviderState() { return TLayer::Part<TProviderState>(TLayerPart
 void ShowInformation(const std::string& text) {
   BoMessageDlg(text, TMsgDlgType::mtInformation, {TMsgDlgBtn::mbOK}, TMsgDlgBtn::mbOK,
                TMsgDlgBtn::mbOK);
-}
-
-// Puts a switch back at the end of a scope.
-template <class T>
-class TRestore {
- public:
-  TRestore(T& variable, T value)
-      : FVariable(variable), FOld(std::exchange(variable, std::move(value))) {}
-  ~TRestore() { FVariable = std::move(FOld); }
-  TRestore(const TRestore&) = delete;
-  TRestore& operator=(const TRestore&) = delete;
-
- private:
-  T& FVariable;
-  T FOld;
-};
-
-// The query that GetProviderFromDataSet is asked with. Another one that it puts there is freed at
-// the end of the scope, also when it raises.
-struct TObjectSql {
-  explicit TObjectSql(TDataSet* ds) : source(As<TIQuery>(ds)), query(source) {}
-  ~TObjectSql() {
-    if (query != source) FreeAndNil(query);
-  }
-  TObjectSql(const TObjectSql&) = delete;
-  TObjectSql& operator=(const TObjectSql&) = delete;
-
-  TIQuery* const source;
-  TIQuery* query;
-};
-
-// Runs a step of a fetch. When it raises, the object, which nobody has been given yet, is let go.
-template <class TStep>
-void LetGoOnFailure(TplPerObject* object, TObject* retainer, TStep&& step) {
-  const TAlive alive(object);
-  try {
-    step();
-  } catch (...) {
-    if (alive) object->Release(retainer);
-    throw;
-  }
 }
 
 }  // namespace
@@ -354,15 +315,28 @@ TplPerObject* TplProvider::NewObject(TObject* ARetainer) {
     throw Exception(Format("%s nima pravice kreirati objekta!", ClassName()));
   }
   TplPerObject* object = InternalCreateObject(ARetainer);
+  auto* const list = As<TPlCustomBoList>(ARetainer);
   LetGoOnFailure(object, ARetainer, [&] {
     object->data.InitData();
     SetDefaultValues(object);
     PerLayerStatistics()->ReferenceEvent(object, TIReferenceEventType::reCreate, ARetainer);
     object->FNewObject = true;
     SetDefaultNewObjectValues(object);
-    if (!GetGreenMode()) GlobalDictionary()->AddPerObject(this, object, ARetainer);
+    if (list != nullptr) list->SimpleAdd(object);  // the first reference is the entry's
   });
-  return object;
+  const TAlive alive(object);
+  const TAlive listAlive(list);
+  try {
+    if (list != nullptr) {
+      list->CallNotifyAction(list, TIBaseObjectAction::paAddToList, object);
+    }
+    if (alive && !GetGreenMode()) GlobalDictionary()->AddPerObject(this, object, ARetainer);
+  } catch (...) {
+    if (alive && list == nullptr) object->Release(ARetainer);
+    if (alive && listAlive) list->Remove(object);
+    throw;
+  }
+  return alive ? object : nullptr;
 }
 
 void TplProvider::SetDefaultValues(TplPerObject* AplObject) {
@@ -431,12 +405,24 @@ TplPerObject* TplProvider::FetchObjectFromDataSet(TObject* ARetainer, TDataSet* 
   return alive ? object : nullptr;
 }
 
-void TplProvider::CheckOneRow(TIQuery* query, TplPerObject* object, const std::string& FetchSpec) {
+void TplProvider::CheckOneRow(TIQuery* query, TplPerObject* object, const TFetch& fetch) {
   query->Next();
   if (query->Eof()) return;
+  if (FOnOne2OneViolation) {
+    TPlBoList* const list = GetObjectList(fetch.retainer);
+    const TAlive alive(list);
+    return TryFinally(
+        [&] {
+          list->LoadFromDataSet(query, fetch.includeSubclasses);
+          FOnOne2OneViolation(fetch.retainer, list);
+        },
+        [&] {
+          if (alive) list->Release(fetch.retainer);
+        });
+  }
   throw Exception(
       Format("TplProvider.FetchObject: Dobil več kot en objekt tipa %s!\r\rPogoj:\r%s\r\rSQL:\r%s",
-             object->ClassName(), FetchSpec, query->SQLText()));
+             object->ClassName(), fetch.condition, query->SQLText()));
 }
 
 TplPerObject* TplProvider::FetchObject(TObject* ARetainer, const std::string& FetchSpec,
@@ -455,7 +441,9 @@ TplPerObject* TplProvider::FetchObject(TObject* ARetainer, const std::string& Fe
       object = GetObjectFromDataSet(ARetainer, query.Get(), bIncludeSubclasses);
     }
     if (object != nullptr) {
-      LetGoOnFailure(object, ARetainer, [&] { CheckOneRow(query.Get(), object, FetchSpec); });
+      LetGoOnFailure(object, ARetainer, [&] {
+        CheckOneRow(query.Get(), object, {ARetainer, FetchSpec, bIncludeSubclasses});
+      });
     }
   }
   LetGoOnFailure(object, ARetainer, [&] {

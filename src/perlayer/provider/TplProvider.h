@@ -28,6 +28,7 @@ namespace perlayer {
 class TDataSet;
 class TIProviderCallBacks;
 class TIQuery;
+class TPlBoList;
 class TPlClassMetaData;
 class TcmpClassMap;
 class TplPerObject;
@@ -40,6 +41,7 @@ using TIOnSetAttrErrorEvent =
     TDelegate<void(std::string& AsAttr, std::string& AsMessage, bool& AIgnoreStandard)>;
 using TIOnParseParamText =
     TDelegate<std::string(TplPerObject* APerObject, const std::string& AValue)>;
+using TIOnOne2OneViolationType = TDelegate<void(TObject* ASender, TPlBoList* AboList)>;
 using TIOnReloadObjectsInDictionary = TDelegate<void(TplPerObject* APerObject)>;
 
 // Where the attributes of a class stand in the rows of one statement.
@@ -105,9 +107,20 @@ class TplProvider : public TplAuthorizedObject {
   // told to the user and gives nullptr.
   virtual TplPerObject* FetchObjectFromDataSet(TObject* ARetainer, TDataSet* ds,
                                                TplProvider* ACorrectProvider);
-  // The object that the condition (SQL) finds. Raises when it finds several.
+  // The object that the condition (SQL) finds. When it finds several: the first, after the event
+  // aiOnOne2OneViolation has been given a list of all; without that event it raises.
   virtual TplPerObject* FetchObject(TObject* ARetainer, const std::string& FetchSpec,
                                     bool bIncludeSubclasses);
+  // A new empty list of this provider.
+  virtual TPlBoList* GetObjectList(TObject* ARetainer);
+  // A new list of the objects that the condition finds, in that order (see TPlBoList::OrderBy).
+  virtual TPlBoList* FetchObjectList(TObject* ARetainer, const std::string& FetchSpec,
+                                     const std::string& Order, bool bIncludeSubclasses);
+  // The same with another select list and FROM, for this call; an empty text replaces nothing.
+  virtual TPlBoList* FetchObjectListWithReplacementSELECTandFROM(
+      TObject* ARetainer, const std::string& FetchSpec, const std::string& Order,
+      bool bIncludeSubclasses, const std::string& AReplacementSELECT,
+      const std::string& AReplacementFROM);
   virtual std::string GetIDAttrName();
   // The shared query that describes the fields of an object's statements.
   virtual TIQuery* GetQueryForBo(TplPerObject* APerObject);
@@ -137,11 +150,25 @@ class TplProvider : public TplAuthorizedObject {
   // As FetchObject with the condition sAttrName='sAttrValue'. The value is not escaped.
   TplPerObject* GetObjectFor(TObject* ARetainer, const std::string& sAttrName,
                              const std::string& sAttrValue, bool bIncludeSubclasses);
+  // As FetchObjectList with that condition.
+  TPlBoList* GetListFor(TObject* ARetainer, const std::string& sAttrName,
+                        const std::string& sAttrValue, const std::string& sOrder,
+                        bool bIncludeSubclasses);
+  // A new list of the objects of those IDs, fetched so many at a time (0: all at once). The IDs
+  // stand in the statement as they are given.
+  TPlBoList* FetchObjectListFromIDList(TObject* ARetainer, const TStringList* AIDList,
+                                       int AMaxObjectsInOneFetch);
   // Whether the row is there, deactivated or not.
   TIObjectExistsInDatabaseResult ExistsInDatabase(const std::string& sID);
   // Reloads the object of that ID, or calls the event in its stead, if it is in memory.
   void ReloadObjectInGlobalDictionary(const std::string& AGid,
                                       const TIOnReloadObjectsInDictionary& AOnReloadEvent);
+  // Fetches anew what an open data set shows and is in memory, and returns to its row: each such
+  // object goes to the one event before, each fetched one to the other event after the fetch. A
+  // closed data set shows nothing.
+  void ReloadObjectsInGlobalDictionary(TDataSet* ADataSet,
+                                       const TIOnReloadObjectsInDictionary& AOnReloadEvent,
+                                       const TIOnReloadObjectsInDictionary& AOnFetchEvent);
   // A timing aid: FetchObject, then 20001 rounds of fetching from the open row. Answers nullptr.
   TplPerObject* FetchObjectTest(TObject* ARetainer, const std::string& FetchSpec,
                                 bool bIncludeSubclasses);
@@ -221,6 +248,10 @@ class TplProvider : public TplAuthorizedObject {
   void aiOnSetAttrErrorEvent(TIOnSetAttrErrorEvent event) {
     SetOnSetAttrErrorEvent(std::move(event));
   }
+  const TIOnOne2OneViolationType& aiOnOne2OneViolation() const { return FOnOne2OneViolation; }
+  void aiOnOne2OneViolation(TIOnOne2OneViolationType event) {
+    FOnOne2OneViolation = std::move(event);
+  }
   TcmpClassMap* aiClassMap() const;  // raises "No class map defined for provider %s"
   // The class map as a retainer: nullptr once it has gone.
   TObject* ClassMapAsRetainer() const { return cmpClassMap.Get(); }
@@ -260,6 +291,7 @@ class TplProvider : public TplAuthorizedObject {
   bool FBindVariables = true;
   bool FbRegisterNotify = true;
   TIOnSetAttrErrorEvent FOnSetAttrErrorEvent;
+  TIOnOne2OneViolationType FOnOne2OneViolation;
   TObjectHandle cmpClassMap;  // also the retainer
   std::string FQueryName;
   bool FIncludeDeactivated = false;
@@ -271,7 +303,13 @@ class TplProvider : public TplAuthorizedObject {
   std::string Narrowed(const std::string& ASQL, TplPerObject* AplPerObject,
                        TIProviderOptimization optimization, TNarrow narrow);
   std::string RowText(TDataSet* ds, const std::string& field);
-  void CheckOneRow(TIQuery* query, TplPerObject* object, const std::string& FetchSpec);
+  struct TFetch {
+    TObject* retainer;
+    const std::string& condition;
+    bool includeSubclasses;
+  };
+  void CheckOneRow(TIQuery* query, TplPerObject* object, const TFetch& fetch);
+  TPlBoList* FillList(TPlBoList* list, const TFetch& fetch, const std::string& order);
 
   TRowBinding FRowBinding;  // of the layout that came last
   // The statement that the active condition was last appended to, and what came of it.

@@ -1,0 +1,325 @@
+#include "perlayer/list/TPlBoList.h"
+
+#include <unordered_set>
+
+#include "perlayer/corekit/ILog.h"
+#include "perlayer/corekit/TDataSet.h"
+#include "perlayer/foundation/BoMessageDlg.h"
+#include "perlayer/platform/Format.h"
+#include "perlayer/provider/TplProvider.h"
+#include "perlayer/reclaim/TIPerLayerStatistics.h"
+#include "perlayer/reclaim/TplGlobalDictionary.h"
+
+namespace perlayer {
+
+void TPlBoList::Create(TPlBaseObject* AOwner, TObject* ARetainer) {
+  using enum TIAccessRight;
+  FProvider = AOwner == nullptr ? nullptr : Cast<TplProvider>(AOwner);
+  TPlCustomBoList::Create(AOwner, ARetainer);
+  FRights = {arScan, arRead, arUpdate, arDelete, arInsert};
+  PerLayerStatistics()->ReferenceEvent(this, TIReferenceEventType::reCreate, ARetainer);
+}
+
+void TPlBoList::Destroy() {
+  // What the data set asks the list for while it goes, it finds.
+  const auto dataSet = std::move(FDataSet);
+  TPlCustomBoList::Destroy();
+}
+
+int TPlBoList::_AddRef() { return AddRef(FProvider); }
+
+int TPlBoList::_Release() {
+  const int before = RefCount();
+  Release(FProvider);
+  return before - 1;  // the list may be gone
+}
+
+void TPlBoList::DoNotifyAction(TplDomainObject* Sender, TIBaseObjectAction ActionType,
+                               TObject* Data, TINotifiedObjectList* AVisitedObjectList) {
+  using enum TIBaseObjectAction;
+  const TAlive alive(this);
+  const TObjectHandle sender(Sender);
+  const TObjectHandle data(Data);
+  const auto living = [&] { return static_cast<TplDomainObject*>(sender.Get()); };
+  if (FDataSet != nullptr && (ActionType == paPostData || ActionType == paCancelData)) {
+    FDataSet->Refresh();
+    if (!alive) return;
+  }
+  const bool notifying = FNotifying;
+  TryFinally(
+      [&] {
+        TPlCustomBoList::DoNotifyAction(living(), ActionType, data.Get(), AVisitedObjectList);
+      },
+      [&] {
+        if (alive) FNotifying = notifying;
+      });
+  if (!alive) return;
+  // Told anew, and below once more: listeners are written for it. Within a step of a walk, which is
+  // where this usually runs, both are dropped.
+  if (living() != this) CallNotifyAction(living(), ActionType, data.Get());
+  if (!alive || living() == nullptr) return;
+  if (ActionType != paDelete) return CallNotifyAction(living(), ActionType, data.Get());
+  auto* const object = As<TplPerObject>(living());
+  if (object == nullptr || IndexOf(object) < 0) return;
+  object->FbObjectMarkedDeleted = true;
+  CallNotifyAction(this, paDeleteFromList, object);
+}
+
+void TPlBoList::LogNotifyDetails(std::string_view which) {
+  if (FProvider != nullptr) ILog(Format("%s provider: %s", which, FProvider->ClassName()));
+  TPlCustomBoList::LogNotifyDetails(which);
+}
+
+void TPlBoList::Reload() { NotImplemented("TPlBoList.Reload"); }
+
+// --- members ---
+
+int TPlBoList::Add(TplPerObject* AObject) {
+  const TAlive alive(this);
+  const TAlive objectAlive(AObject);
+  TPlCustomBoList::Add(AObject);
+  if (alive && objectAlive) SetCurrentTo(AObject);
+  if (!alive || !objectAlive) return -1;
+  const int index = IndexOf(AObject);
+  if (!AObject->aiAddToListReLock()) return index;
+  AObject->BeforeAddToListReLock();
+  if (objectAlive) AObject->TryEdit(true);
+  if (objectAlive) AObject->Touch();
+  if (objectAlive) AObject->SaveData();
+  if (objectAlive) AObject->AfterAddToListReLock();
+  if (objectAlive) AObject->aiAddToListReLock(false);
+  return index;
+}
+
+void TPlBoList::SetCurrentTo(TplPerObject* object) {
+  if (!IsObjectFiltered(object)) FCurrIndex = IndexOf(object);
+}
+
+bool TPlBoList::AddToSet(TplPerObject* AObject) {
+  if (IndexOf(AObject) >= 0) return false;
+  Add(AObject);
+  return true;
+}
+
+void TPlBoList::Merge(TPlBoList* AList) {
+  if (AList == nullptr) return;
+  const TAlive alive(this);
+  const TAlive otherAlive(AList);
+  // A list that is merged into itself has its members twice then, and not for ever.
+  const int end = AList->Count();
+  for (int i = 0; alive && otherAlive && i < end && i < AList->Count(); ++i) {
+    if (TplPerObject* const object = AList->Get(i)) Add(object);
+  }
+}
+
+void TPlBoList::UnionWithList(TPlBoList* AList, const std::string& AAttr) {
+  if (AList == nullptr) return;
+  std::unordered_set<std::string> values;
+  if (!AAttr.empty()) {
+    for (TplPerObject* object : *this) {
+      if (object != nullptr) values.insert(object->GetAttrValue(AAttr));
+    }
+  }
+  const int end = AList->Count();
+  for (int i = 0; i < end && i < AList->Count(); ++i) {
+    TplPerObject* const object = AList->Get(i);
+    if (object == nullptr) continue;
+    if (!AAttr.empty() && !values.insert(object->GetAttrValue(AAttr)).second) continue;
+    Retain(object, SimpleAdd(object));
+  }
+}
+
+int TPlBoList::AddAndRefresh(TplPerObject* AObject) {
+  const TAlive alive(this);
+  const int index = Add(AObject);
+  if (alive) Refresh();
+  return index;
+}
+
+bool TPlBoList::AddToSetAndRefresh(TplPerObject* AObject) {
+  const TAlive alive(this);
+  if (!AddToSet(AObject)) return false;
+  if (alive) Refresh();
+  return true;
+}
+
+int TPlBoList::RemoveAndRefresh(TplPerObject* AObject) {
+  const TAlive alive(this);
+  const int index = Remove(AObject);
+  if (alive) Refresh();
+  return index;
+}
+
+TplPerObject* TPlBoList::NewObject(TObject* AOwner) {
+  Assert(FProvider != nullptr, "TPlBoList.NewObject: the list has no provider");
+  TplPerObject* const object = FProvider->NewObject(AOwner);
+  const TAlive objectAlive(object);
+  try {
+    Add(object);
+  } catch (...) {
+    if (objectAlive) object->Release(AOwner);
+    throw;
+  }
+  return objectAlive ? object : nullptr;
+}
+
+void TPlBoList::DeleteObject() {
+  TplPerObject* const object = CurrObject();
+  if (object == nullptr) CheckIndex(Count());  // raises
+  const TAlive alive(this);
+  object->DeleteObject();
+  if (!alive || FCurrIndex == -1) return;
+  Delete(FCurrIndex);
+  if (!alive) return;
+  if (FCurrIndex > 0) --FCurrIndex;
+  Refresh();
+}
+
+void TPlBoList::DeleteFromMemory(int AIndex) {
+  CheckIndex(AIndex);
+  TPlCustomBoList::Delete(AIndex);
+}
+
+// --- rows ---
+
+void TPlBoList::LoadFromDataSet(TDataSet* ADataSet, bool AbIncludeSubClasses) {
+  Assert(FProvider != nullptr, "Wrong class in provider");
+  const TAlive alive(this);
+  FDoNotify = false;
+  TryFinally(
+      [&] {
+        PerLayerStatistics()->Timed(TIPerLayerStatisticsStartTimingType::ttOpen, [&] {
+          ADataSet->Open();
+          ADataSet->DisableControls();
+          TryFinally(
+              [&] {
+                for (ADataSet->First(); alive && !ADataSet->Eof(); ADataSet->Next()) {
+                  LoadRow(ADataSet, AbIncludeSubClasses);
+                }
+              },
+              [&] { ADataSet->EnableControls(); });
+        });
+      },
+      [&] {
+        if (alive) FDoNotify = true;
+      });
+}
+
+// The reference that the fetch has taken for the list is the entry's.
+void TPlBoList::LoadRow(TDataSet* dataSet, bool includeSubClasses) {
+  TplPerObject* const object = FProvider->GetObjectFromDataSet(this, dataSet, includeSubClasses);
+  if (object == nullptr) return;
+  if (object->aiProvider() == FProvider ||
+      object->aiProvider()->InheritsFrom(FProvider->ClassType())) {
+    try {
+      SimpleAdd(object);
+    } catch (...) {
+      object->Release(this);
+      throw;
+    }
+    return;
+  }
+  TplGlobalDictionary* const dictionary = GlobalDictionary();
+  const bool use = dictionary->aiUSEDICTIONARY();
+  dictionary->aiUSEDICTIONARY(false);
+  TryFinally([&] { object->Release(this); }, [&] { dictionary->aiUSEDICTIONARY(use); });
+}
+
+// --- searches ---
+
+bool TPlBoList::AttrValueExists(const std::string& AAttr, const std::string& AValue) {
+  return IndexOfObjectWithAttrValue(AAttr, AValue, 0, false) >= 0;
+}
+
+TplPerObject* TPlBoList::ObjectWithAttrValue(const std::string& AAttr, const std::string& AValue) {
+  const int index = IndexOfObjectWithAttrValue(AAttr, AValue, 0, true);
+  return index < 0 ? nullptr : Get(index);
+}
+
+int TPlBoList::IndexOfObjectWithAttrValue(const std::string& AAttr, const std::string& AValue,
+                                          int AStart, bool AbSkipDeleted) {
+  for (int i = AStart; i < Count(); ++i) {
+    TplPerObject* const object = Get(i);
+    if (object == nullptr || object->GetAttrValue(AAttr) != AValue) continue;
+    if (!AbSkipDeleted || !object->aiObjectMarkedDeleted()) return i;
+  }
+  return -1;
+}
+
+int TPlBoList::IndexOfObjectWithAttrValueAndMinDateAndEmptyValue(const std::string& AAttr,
+                                                                 const std::string& AValue,
+                                                                 int AStart,
+                                                                 const std::string& ADateAttr,
+                                                                 const std::string& AEmptyAttr) {
+  TDateTime smallest = 50000.0;
+  int result = -1;
+  for (int i = AStart; i < Count(); ++i) {
+    TplPerObject* const object = Get(i);
+    if (object == nullptr || object->GetAttrValue(AAttr) != AValue) continue;
+    if (!AEmptyAttr.empty() && !object->GetAttrValue(AEmptyAttr).empty()) continue;
+    if (ADateAttr.empty()) return i;
+    const TDateTime date = object->GetAttrValueAsDate(ADateAttr);
+    if (date >= smallest) continue;
+    smallest = date;
+    result = i;
+  }
+  return result;
+}
+
+int TPlBoList::DeleteObjectsObjectWithAttrValue(const std::string& AAttr,
+                                                const std::string& AValue) {
+  const TAlive alive(this);
+  for (int i = Count() - 1; alive && i >= 0; --i) {
+    TplPerObject* const object = i < Count() ? Get(i) : nullptr;
+    if (object != nullptr && object->GetAttrValue(AAttr) == AValue) Delete(i);
+  }
+  return 0;
+}
+
+// --- the data set ---
+
+IboListDataSet* TPlBoList::aiDataSet() {
+  if (FDataSet == nullptr) FDataSet = MakeboListDataSet(this);
+  return FDataSet.get();
+}
+
+void TPlBoList::Refresh() {
+  if (FDataSet != nullptr) FDataSet->Refresh();
+}
+
+int TPlBoList::GetCurrIndex() {
+  if (FDataSet != nullptr) GoToBookmark(FDataSet->Bookmark());
+  return TPlCustomBoList::GetCurrIndex();
+}
+
+// --- reclamation ---
+
+void TPlBoList::ForgetSubobjects(int& AErrors) {
+  AErrors = 0;
+  const TAlive alive(this);
+  while (alive && Count() > 0) {
+    const TObjectHandle entry = List()[0];
+    try {
+      if (!entry.IsNil() && !entry.IsAlive()) {
+        ++AErrors;
+        ILog("[3] ForgetSubobjects: Podobjekt ne obstaja več!");
+      }
+      Delete(0);
+    } catch (const std::exception& e) {
+      ++AErrors;
+      ILog(Format("[4] ForgetSubobjects: %s", e.what()));
+      return;
+    }
+  }
+}
+
+const TNotifyEvent& TPlBoList::aiOnReload() const {
+  static const TNotifyEvent kNone;
+  return FOnReload == nullptr ? kNone : *FOnReload;
+}
+
+void TPlBoList::aiOnReload(TNotifyEvent event) {
+  FOnReload = event ? std::make_unique<TNotifyEvent>(std::move(event)) : nullptr;
+}
+
+}  // namespace perlayer
