@@ -52,17 +52,48 @@ void ReadNothing(TLine line, TArguments&) {
   if (line.size() > 1) Refuse(Format("`%s` takes no argument \"%s\"", line[0], line[1]));
 }
 
-void ReadShow(TLine line, TArguments& arguments) {
-  if (line.size() < 2) Refuse("expected `show KIND ID`, found no kind");
+// "KIND", and with `hasId` "KIND ID", behind the command; answers what stands behind that.
+TLine ReadObject(TLine line, bool hasId, TObjectChange& change) {
+  const std::string expected = Format(hasId ? "`%s KIND ID`" : "`%s KIND`", line[0]);
+  if (line.size() < 2) Refuse(Format("expected %s, found no kind", expected));
   for (const TWardTable& table : WardTables()) {
-    if (KindName(table) == line[1]) arguments.table = &table;
+    if (KindName(table) == line[1]) change.table = &table;
   }
-  if (arguments.table == nullptr) {
-    Refuse(Format("expected %s behind `show`, found \"%s\"", KindNames(), line[1]));
+  if (change.table == nullptr) {
+    Refuse(Format("expected %s behind `%s`, found \"%s\"", KindNames(), line[0], line[1]));
   }
-  if (line.size() != 3) Refuse(Format("expected one ID, as in `show %s 17`", line[1]));
+  if (!hasId) return line.subspan(2);
+  if (line.size() < 3) Refuse(Format("expected one ID, as in `%s %s 17`", line[0], line[1]));
   if (line[2].empty()) Refuse("the ID is empty");
-  arguments.id = line[2];
+  change.id = line[2];
+  return line.subspan(3);
+}
+
+using TPairs = std::vector<std::pair<std::string, std::string>>;
+TPairs ReadPairs(TLine line, const std::string& where) {
+  TPairs pairs;
+  for (const std::string& word : line) {
+    const std::size_t equals = word.find('=');
+    if (equals == std::string::npos || equals == 0) {
+      Refuse(Format("expected NAME=VALUE behind the %s, found \"%s\"", where, word));
+    }
+    pairs.emplace_back(word.substr(0, equals), word.substr(equals + 1));
+  }
+  return pairs;
+}
+
+void ReadShow(TLine line, TArguments& arguments) {
+  const TLine rest = ReadObject(line, true, arguments.change);
+  if (!rest.empty()) Refuse(Format("expected one ID, as in `%s %s 17`", line[0], line[1]));
+}
+
+void ReadEdit(TLine line, TArguments& arguments) {
+  arguments.change.values = ReadPairs(ReadObject(line, true, arguments.change), "ID");
+  if (arguments.change.values.empty()) Refuse("expected NAME=VALUE behind the ID, found nothing");
+}
+
+void ReadNew(TLine line, TArguments& arguments) {
+  arguments.change.values = ReadPairs(ReadObject(line, false, arguments.change), "kind");
 }
 
 void ReadCheck(TLine line, TArguments& arguments) {
@@ -72,28 +103,31 @@ void ReadCheck(TLine line, TArguments& arguments) {
 void ReadSql(TLine line, TArguments& arguments) {
   if (line.size() < 2 || Empty(line[1])) Refuse("expected a statement behind `sql`");
   arguments.sql.statement = line[1];
-  for (const std::string& word : line.subspan(2)) {
-    const std::size_t equals = word.find('=');
-    if (equals == std::string::npos || equals == 0) {
-      Refuse(Format("expected NAME=VALUE behind the statement, found \"%s\"", word));
-    }
-    arguments.sql.parameters.emplace_back(word.substr(0, equals), word.substr(equals + 1));
-  }
+  arguments.sql.parameters = ReadPairs(line.subspan(2), "statement");
 }
+
+// Which commands take which options.
+enum TOption : unsigned { kData = 1, kCommit = 2, kWide = 4, kUser = 8, kAsk = 16 };
 
 struct TCommandWord {
   std::string_view word;
   TCommand command;
   void (*read)(TLine line, TArguments& arguments);
+  unsigned options = 0;
 };
-constexpr TCommandWord kCommands[] = {{"tour", TCommand::tour, ReadNothing},
-                                      {"load", TCommand::load, ReadNothing},
+constexpr TCommandWord kCommands[] = {{"tour", TCommand::tour, ReadNothing, kData},
+                                      {"load", TCommand::load, ReadNothing, kData},
                                       {"show", TCommand::show, ReadShow},
+                                      {"edit", TCommand::edit, ReadEdit, kUser | kAsk},
+                                      {"new", TCommand::create, ReadNew, kUser | kAsk},
+                                      {"delete", TCommand::erase, ReadShow, kUser | kAsk},
                                       {"check", TCommand::check, ReadCheck},
-                                      {"sql", TCommand::sql, ReadSql}};
+                                      {"sql", TCommand::sql, ReadSql, kCommit | kWide}};
 
 const TCommandWord& CommandOf(const TWords& words) {
-  if (words.empty()) Refuse("expected a command: tour, load, show, check or sql");
+  if (words.empty()) {
+    Refuse("expected a command: tour, load, show, edit, new, delete, check or sql");
+  }
   for (const TCommandWord& command : kCommands) {
     if (command.word == words[0]) return command;
   }
@@ -113,6 +147,9 @@ TArguments ReadArguments(const std::vector<std::string>& allWords) {
   arguments.data = data.empty() ? PERLAYER_WARD_DIR "/data" : data;
   arguments.sql.commit = TakeFlag(words, "--commit");
   arguments.sql.wide = TakeFlag(words, "--wide");
+  const std::string user = TakeOption(words, "--user");
+  if (!user.empty()) arguments.change.user = user;
+  arguments.change.asks = TakeFlag(words, "--ask");
   for (const std::string& word : words) {
     if (word.starts_with("--")) Refuse(Format("unknown option \"%s\"", word));
   }
@@ -120,13 +157,16 @@ TArguments ReadArguments(const std::vector<std::string>& allWords) {
   arguments.command = command.command;
   command.read(words, arguments);
 
-  const bool isSql = command.command == TCommand::sql;
-  const bool readsData = command.command == TCommand::tour || command.command == TCommand::load;
-  if (!data.empty() && !readsData) {
-    Refuse(Format("`%s` reads no CSV files and takes no --data", command.word));
-  }
-  if (arguments.sql.commit && !isSql) Refuse(Format("`%s` takes no --commit", command.word));
-  if (arguments.sql.wide && !isSql) Refuse(Format("`%s` takes no --wide", command.word));
+  const auto check = [&](bool given, const char* option, unsigned bit) {
+    if (given && (command.options & bit) == 0) {
+      Refuse(Format("`%s` takes no %s", command.word, option));
+    }
+  };
+  check(!data.empty(), "--data", kData);
+  check(arguments.sql.commit, "--commit", kCommit);
+  check(arguments.sql.wide, "--wide", kWide);
+  check(!user.empty(), "--user", kUser);
+  check(arguments.change.asks, "--ask", kAsk);
   return arguments;
 }
 
@@ -137,6 +177,12 @@ std::string Usage() {
   ward load                 loads the sample hospital into a new database
   ward show KIND ID         one object, attribute by attribute. KIND is
                             %s
+  ward edit KIND ID NAME=VALUE...
+                            writes attributes of one object, and tells what has changed
+  ward new KIND NAME=VALUE...
+                            makes an object and saves it
+  ward delete KIND ID       deletes one. A patient's row is deactivated and stays; that of an
+                            encounter or a discharge letter goes
   ward check [MAP...]       checks class maps, the ward's own unless others are named, by the
                             layer's rules and against the database, and counts the rows of
                             its tables. Status 1 when a map has a fault
@@ -150,6 +196,9 @@ std::string Usage() {
                at the end. The log stands beside it, in FILE.log.
   --data DIR   tour and load: where the six CSV files of the hospital are. Default:
                %s
+  --user NAME  edit, new and delete: who does it, WARD unless told otherwise. DESK may not
+               delete, and GUEST may do nothing but read
+  --ask        edit, new and delete: questions are put to you; otherwise the answer is no
   --commit     sql: keeps what the statement changes; otherwise it is rolled back
   --wide       sql: long texts are not cut
 
@@ -157,6 +206,9 @@ For example:
 
   ward load
   ward show patient 8
+  ward edit patient 8 CITY=Bled PHONE=041-123-456
+  ward new patient LAST=Novak FIRST=Ana BIRTHDATE=12.3.1951 SEX=F
+  ward delete patient 8 --user GUEST
   ward sql "select ID, LAST, CITY from OMRA.PATIENT where BIRTHDATE < :DAY" DAY=1.1.1960
   ward sql "update OMRA.PATIENT set CITY = 'Bled' where ID = :ID" ID=8 --commit
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "Schema.h"
+#include "Edit.h"
 #include "Sql.h"
 #include "perlayer/platform/Exception.h"
 
@@ -14,15 +14,14 @@ using namespace perlayer;
 
 PERLAYER_EXCEPTION(EUsage, Exception);
 
-enum class TCommand { help, tour, load, show, check, sql };
+enum class TCommand { help, tour, load, show, edit, create, erase, check, sql };
 
 struct TArguments {
   TCommand command = TCommand::help;
   std::string database;  // empty: the command's own default
   std::string data;      // directory of the CSV files
-  // show
-  const TWardTable* table = nullptr;
-  std::string id;
+  // show, edit, new, delete
+  TObjectChange change;
   // check: paths of class maps, the ward's own when none are given
   std::vector<std::string> maps;
   TSqlRequest sql;

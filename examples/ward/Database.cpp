@@ -5,6 +5,7 @@
 #include "Schema.h"
 #include "TextTable.h"
 #include "perlayer/corekit/TIQuery.h"
+#include "perlayer/drivers/sqlite/TSqliteSession.h"
 #include "perlayer/platform/Format.h"
 #include "perlayer/platform/Text.h"
 
@@ -26,7 +27,10 @@ bool HoldsWard(TSqliteDatabase& database) {
 TSqliteDatabase OpenWard(const std::string& file) {
   const std::string remedy = "; load the hospital first: ward load --db " + file;
   if (!std::filesystem::exists(file)) throw Exception(file + ": there is no such file" + remedy);
-  TSqliteDatabase database(kDatabase, file);
+  // Somebody sits before the terminal: a file that another program writes to is soon told.
+  TSqliteOptions options;
+  options.busyTimeoutMilliseconds = 1000;
+  TSqliteDatabase database(kDatabase, file, options);
   if (!HoldsWard(database))
     throw Exception(file + ": the tables of the ward are not there" + remedy);
   return database;

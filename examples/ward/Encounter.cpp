@@ -35,7 +35,7 @@ std::string TpoEncounter::GetTextDescription() {
 }
 
 std::string TpoEncounter::GetCalcAttrValue(const std::string& AName) {
-  if (!SameText(AName, "HOURS")) return TplPerObject::GetCalcAttrValue(AName);
+  if (!SameText(AName, "HOURS")) return TpoWardObject::GetCalcAttrValue(AName);
   const TDateTime started = GetAttrValueAsDate("STARTED");
   const TDateTime stopped = GetAttrValueAsDate("STOPPED");
   if (started == kNoDate || stopped == kNoDate) return "";

@@ -4,15 +4,14 @@
 
 #include <string>
 
-#include "perlayer/object/TplPerObject.h"
-#include "perlayer/provider/TPROVIDER.h"
+#include "WardObject.h"
 
 namespace ward {
 
 using namespace perlayer;
 
-class TpoEncounter : public TplPerObject {
-  TCLASS(TpoEncounter, TplPerObject)
+class TpoEncounter : public TpoWardObject {
+  TCLASS(TpoEncounter, TpoWardObject)
  public:
   std::string GetTextDescription()
       override;  // "27.01.2023 16:17, ambulatory: Encounter for symptom"
@@ -26,8 +25,8 @@ class TpoStay : public TpoEncounter {
   std::string GetTextDescription() override;  // the same, with the hospital
 };
 
-class TplEncounter : public TplProvider {
-  TCLASS(TplEncounter, TplProvider)
+class TplEncounter : public TplWardProvider {
+  TCLASS(TplEncounter, TplWardProvider)
  public:
   // For a stay: its own provider, with that one's query in AObjectSQL.
   TplProvider* GetProviderFromDataSet(TDataSet* ASourceDataSet, TIQuery*& AObjectSQL) override;

@@ -14,7 +14,7 @@ std::string TpoFinding::GetTextDescription() {
 }
 
 std::string TpoFinding::GetCalcAttrValue(const std::string& AName) {
-  if (!SameText(AName, "DAYS")) return TplPerObject::GetCalcAttrValue(AName);
+  if (!SameText(AName, "DAYS")) return TpoWardObject::GetCalcAttrValue(AName);
   const TDateTime started = GetAttrValueAsDate("STARTED");
   const TDateTime stopped = GetAttrValueAsDate("STOPPED");
   if (started == kNoDate || stopped == kNoDate) return "";

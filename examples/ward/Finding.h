@@ -4,16 +4,15 @@
 
 #include <string>
 
-#include "perlayer/object/TplPerObject.h"
-#include "perlayer/provider/TPROVIDER.h"
+#include "WardObject.h"
 
 namespace ward {
 
 using namespace perlayer;
 
 // What both have in common; there is no row of this class.
-class TpoFinding : public TplPerObject {
-  TCLASS(TpoFinding, TplPerObject)
+class TpoFinding : public TpoWardObject {
+  TCLASS(TpoFinding, TpoWardObject)
  public:
   // "27.01.2023 to 09.02.2023: Acute viral pharyngitis", "since 09.08.2011: ..." while it lasts.
   std::string GetTextDescription() override;
@@ -31,7 +30,7 @@ class TpoMedication : public TpoFinding {
   std::string GetTextDescription() override;  // the same, with the reason where there is one
 };
 
-TPROVIDER(TplCondition, TpoCondition)
-TPROVIDER(TplMedication, TpoMedication)
+WARD_PROVIDER(TplCondition, TpoCondition)
+WARD_PROVIDER(TplMedication, TpoMedication)
 
 }  // namespace ward

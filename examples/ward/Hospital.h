@@ -12,7 +12,8 @@ namespace ward {
 // Path of a file in the ward's maps/.
 std::string MapFile(const std::string& name);
 
-// Loads the class map and makes the providers of its classes. The layer keeps all of them.
+// Loads the class map and makes the providers of its classes; the layer keeps all of them. To be
+// called once: rights are asked of the ward's own manager from then on.
 perlayer::TcmpClassMap* LoadHospitalClasses();
 
 }  // namespace ward

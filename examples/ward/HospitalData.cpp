@@ -79,6 +79,8 @@ class TTableReader {
         }
         break;
       case TColumnKind::text:
+      case TColumnKind::clob:
+      case TColumnKind::blob:
         break;
     }
     if (Utf8Length(text) > static_cast<std::size_t>(column.size)) {
@@ -109,7 +111,8 @@ std::vector<TTableData> ReadHospital(const std::string& directory) {
   TKeysOfTables keys;
   std::vector<TTableData> hospital;
   for (const TWardTable& table : WardTables()) {
-    hospital.push_back(TTableReader(table, directory, keys).Read());
+    hospital.push_back(table.file == nullptr ? TTableData{&table, {}}
+                                             : TTableReader(table, directory, keys).Read());
   }
   return hospital;
 }

@@ -18,8 +18,8 @@ struct TTableData {
   std::vector<std::vector<Variant>> rows;
 };
 
-// Reads all six files. Raises ECsvError, naming file and line, for the first thing that is wrong,
-// and EStreamError for a file that cannot be read.
+// Reads all six files; a table without one has no rows. Raises ECsvError, naming file and line, for
+// the first thing that is wrong, and EStreamError for a file that cannot be read.
 std::vector<TTableData> ReadHospital(const std::string& directory);
 
 }  // namespace ward

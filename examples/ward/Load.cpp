@@ -4,6 +4,7 @@
 #include <iostream>
 #include <system_error>
 
+#include "Administration.h"
 #include "Database.h"
 #include "HospitalData.h"
 #include "Lines.h"
@@ -68,6 +69,8 @@ void WriteTable(TSqliteDatabase& database, const TTableData& data) {
     }
     insert->ExecSQL();
   }
+  database.Execute(Format("create sequence %s start with %d", SequenceName(data.table->name),
+                          data.rows.size() + 1));
 }
 
 }  // namespace
@@ -81,6 +84,7 @@ void LoadHospital(const std::string& file, const std::string& dataDirectory) {
   database->StartTransaction("ward: load");
   try {
     for (const TTableData& table : hospital) WriteTable(database, table);
+    WriteAdministration(database);
   } catch (...) {
     database->Rollback("ward: load");
     throw;

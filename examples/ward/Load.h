@@ -5,8 +5,8 @@
 
 namespace ward {
 
-// Makes the six tables in the database of that file, which is made when absent, and fills them from
-// the CSV files: all in one transaction, so that after a failure nothing of it is there. Raises
+// Makes the tables in the database of that file, which is made when absent, and fills them from the
+// CSV files: all in one transaction, so that after a failure nothing of it is there. Raises
 // when the tables are there already.
 void LoadHospital(const std::string& file, const std::string& dataDirectory);
 

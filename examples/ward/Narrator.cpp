@@ -2,6 +2,7 @@
 
 #include <iostream>
 
+#include "Gloss.h"
 #include "Lines.h"
 
 namespace ward {
@@ -26,23 +27,15 @@ void Print(std::string_view text, const std::string& begin) {
   }
 }
 
-// What the layer's Slovene messages mean, by words that tell them.
-struct TGloss {
-  std::string_view slovene;
-  std::string_view english;
-};
-constexpr TGloss kGlosses[] = {
-    {"je neaktiven!", "The object that was used is inactive!"},
-    {"Dobil več kot en objekt",
-     "More than one object of that class was found! (Pogoj: the condition.)"},
-    {"Ne najdem zapisa o objektu v dodatni tabeli",
-     "The additional table has no row of the object: saving went wrong, or the row was deleted."},
-};
-
 }  // namespace
 
 void TNarrator::Title(std::string_view title) {
   std::cout << title << '\n' << std::string(Utf8Length(title), '=') << '\n';
+}
+
+void TNarrator::Act(std::string_view title) {
+  const std::string rule(Utf8Length(title), '=');
+  std::cout << '\n' << rule << '\n' << title << '\n' << rule << '\n';
 }
 
 void TNarrator::Scene(std::string_view title) {
@@ -71,6 +64,12 @@ void TNarrator::Answer(TIObjectExistsInDatabaseResult result) {
   }
 }
 
+void TNarrator::Answer(TIPersistentObjectState state) {
+  static constexpr const char* kNames[] = {"posBrowse", "posEdit", "posCreating", "posCreated",
+                                           "posInsert"};
+  Answer(kNames[static_cast<std::size_t>(state)]);
+}
+
 // Its lines are laid out already; only what is too long is laid out again.
 void TNarrator::Answer(const std::vector<std::string>& table) {
   static constexpr std::string_view kIndent = "      ";
@@ -84,9 +83,11 @@ void TNarrator::Answer(const std::vector<std::string>& table) {
 }
 
 void TNarrator::Message(std::string_view text) {
-  Answer(text);
-  for (const TGloss& gloss : kGlosses) {
-    if (StringInSet(gloss.slovene, text)) Print(gloss.english, "    = ");
+  for (const std::string& line : Lines(text)) {
+    if (Empty(line)) continue;
+    Answer(line);
+    const std::string english = EnglishOf(line);
+    if (!english.empty()) Print(english, "    = ");
   }
 }
 

@@ -8,6 +8,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "perlayer/object/TplPerObject.h"
 #include "perlayer/platform/Exception.h"
 #include "perlayer/platform/Text.h"
 #include "perlayer/provider/TplProvider.h"
@@ -21,18 +22,20 @@ class TNarrator {
   static constexpr std::size_t kTableWidth = 104;
 
   void Title(std::string_view title);
+  void Act(std::string_view title);
   void Scene(std::string_view title);
   void Say(std::string_view text);     // explains
   void Ask(std::string_view line);     // "  > line"
   void Answer(std::string_view text);  // below it, line by line
   void Answer(const char* text) { Answer(std::string_view(text)); }
   void Answer(TIObjectExistsInDatabaseResult result);
+  void Answer(TIPersistentObjectState state);
   void Answer(const std::vector<std::string>& table);
   template <std::integral T>
   void Answer(T value) {
     Answer(std::is_same_v<T, bool> ? (value ? "true" : "false") : IntToStr(value));
   }
-  // A message of the layer, with its English where it is Slovene.
+  // A message of the layer, with its English below each line that is Slovene.
   void Message(std::string_view text);
   // Runs what is to be refused and tells the refusal.
   template <class F>

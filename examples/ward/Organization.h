@@ -3,26 +3,25 @@
 
 #include <string>
 
-#include "perlayer/object/TplPerObject.h"
-#include "perlayer/provider/TPROVIDER.h"
+#include "WardObject.h"
 
 namespace ward {
 
 using namespace perlayer;
 
-class TpoOrganization : public TplPerObject {
-  TCLASS(TpoOrganization, TplPerObject)
+class TpoOrganization : public TpoWardObject {
+  TCLASS(TpoOrganization, TpoWardObject)
  public:
   std::string GetTextDescription() override;  // "STURDY MEMORIAL HOSPITAL, ATTLEBORO"
 };
 
-class TpoClinician : public TplPerObject {
-  TCLASS(TpoClinician, TplPerObject)
+class TpoClinician : public TpoWardObject {
+  TCLASS(TpoClinician, TpoWardObject)
  public:
   std::string GetTextDescription() override;  // "Ludivina884 Steuber698, GENERAL PRACTICE"
 };
 
-TPROVIDER(TplOrganization, TpoOrganization)
-TPROVIDER(TplClinician, TpoClinician)
+WARD_PROVIDER(TplOrganization, TpoOrganization)
+WARD_PROVIDER(TplClinician, TpoClinician)
 
 }  // namespace ward

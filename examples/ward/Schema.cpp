@@ -53,6 +53,10 @@ std::string Declaration(const TWardColumn& column) {
     case TColumnKind::reference:
       return Format("%s NUMBER%s references %s (ID)", column.name, notNull,
                     OwnedName(column.table));
+    case TColumnKind::clob:
+      return Format("%s CLOB", column.name);
+    case TColumnKind::blob:
+      return Format("%s BLOB", column.name);
     case TColumnKind::text:
       break;
   }
@@ -119,7 +123,13 @@ const std::vector<TWardTable>& WardTables() {
                  kCode,
                  {Number("BASE_COST"), Number("PAYER_COVERAGE", "COVERAGE"), Number("DISPENSES"),
                   Number("TOTALCOST", "TOTAL_COST")},
-                 kReason})}};
+                 kReason})},
+      {nullptr, "DISCHARGE",
+       Together({kPatient,
+                 {Required(Date("", "WRITTEN")),
+                  Required(Text("SUBJECT", 100)),
+                  {"", "LETTER", TColumnKind::clob},
+                  {"", "PICTURE", TColumnKind::blob}}})}};
   return kTables;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
-// The tables of the hospital and where their columns stand in the CSV files.
+// The tables of the hospital's classes, and where their columns stand in the CSV files. What stands
+// beside them (code lists, rights, a second table of patients) is told in Administration.h.
 //
 // Every table has, besides what is told here, a numeric key ID, ACTIVE ('1', or '0' for a row that
 // counts as deleted), DATUMIPL and USER_IPL (when and by whom it was last written).
@@ -9,7 +10,7 @@
 
 namespace ward {
 
-enum class TColumnKind { text, number, date, uuid, reference };
+enum class TColumnKind { text, number, date, uuid, reference, clob, blob };
 
 struct TWardColumn {
   const char* csv;   // its name in the CSV file
@@ -21,7 +22,7 @@ struct TWardColumn {
 };
 
 struct TWardTable {
-  const char* file;
+  const char* file;  // nullptr: the table starts without rows
   const char* name;  // without its owner
   std::vector<TWardColumn> columns;
 };

@@ -53,6 +53,7 @@ void Tour(const std::string& databaseFile, const std::string& dataDirectory, boo
       "This is a small hospital on a database, and between the two the layer: it turns rows into "
       "objects.\nBehind \">\" stands what the program asks, below it what the layer answered. The "
       "layer speaks Slovene to its users; \"=\" says it in English.");
+  narrator.Act("First act: rows become objects");
   LoadScene(narrator, databaseFile, dataDirectory);
   TSqliteDatabase database = OpenWard(databaseFile);
   ContentsOf(narrator, database);
@@ -65,6 +66,7 @@ void Tour(const std::string& databaseFile, const std::string& dataDirectory, boo
   BrokenMapScene(narrator);
   CheckScene(narrator, database);
   SqlScene(narrator, database);
+  WritingAct(narrator, database, databaseFile);
   LogScene(narrator);
   narrator.Say(isScratch
                    ? "\nThat was the tour. Its database and log go now; `ward tour --db FILE` "

@@ -13,7 +13,7 @@ namespace ward {
 // the tour, and it says so.
 void Tour(const std::string& databaseFile, const std::string& dataDirectory, bool isScratch);
 
-// The scenes, in their order. Those that change rows roll the change back.
+// The scenes of the first act, in their order. Those that change rows roll the change back.
 void ObjectScenes(TNarrator& narrator);  // TourObjects.cpp: from class map to typed values
 void StatementScene(TNarrator& narrator, TSqliteDatabase& database);
 void RetainerScenes(TNarrator& narrator);  // TourRetainers.cpp: who holds, who hears
@@ -23,5 +23,8 @@ void DeactivatedScene(TNarrator& narrator, TSqliteDatabase& database);
 void BrokenMapScene(TNarrator& narrator);  // TourStatements.cpp: class maps and SQL
 void CheckScene(TNarrator& narrator, TSqliteDatabase& database);
 void SqlScene(TNarrator& narrator, TSqliteDatabase& database);
+
+// TourWriting.cpp: the second act; it takes away what it has written.
+void WritingAct(TNarrator& narrator, TSqliteDatabase& database, const std::string& databaseFile);
 
 }  // namespace ward

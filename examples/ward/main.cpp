@@ -6,7 +6,8 @@
 
 #include "Arguments.h"
 #include "Check.h"
-#include "Lines.h"
+#include "Edit.h"
+#include "Gloss.h"
 #include "Load.h"
 #include "ScratchDirectory.h"
 #include "Show.h"
@@ -40,12 +41,21 @@ int Run(TArguments arguments) {
       Load(arguments.database, arguments.data);
       break;
     case TCommand::show:
-      Show(arguments.database, *arguments.table, arguments.id);
+      Show(arguments.database, *arguments.change.table, arguments.change.id);
       break;
     case TCommand::check:
       return Check(arguments.database, arguments.maps) ? 0 : 1;
     case TCommand::sql:
       Sql(arguments.database, arguments.sql);
+      break;
+    case TCommand::edit:
+      Edit(arguments.database, arguments.change);
+      break;
+    case TCommand::create:
+      New(arguments.database, arguments.change);
+      break;
+    case TCommand::erase:
+      Delete(arguments.database, arguments.change);
       break;
     case TCommand::tour:
       Tour(arguments.database, arguments.data, scratch.has_value());
@@ -72,7 +82,7 @@ int main(int argc, char** argv) {
   } catch (const std::exception& e) {
     std::cout.flush();
     std::cerr << "ward: ";
-    for (const std::string& line : ward::Lines(e.what())) std::cerr << line << '\n';
+    for (const std::string& line : ward::WithEnglish(e.what())) std::cerr << line << '\n';
     return 1;
   }
 }

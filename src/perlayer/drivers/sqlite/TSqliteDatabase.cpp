@@ -6,7 +6,11 @@
 namespace perlayer {
 
 TSqliteDatabase::TSqliteDatabase(std::string_view name, const std::string& path)
-    : FDatabase(Make<TIDatabase>(name, std::make_unique<TSqliteSession>(path))) {}
+    : TSqliteDatabase(name, path, TSqliteOptions()) {}
+
+TSqliteDatabase::TSqliteDatabase(std::string_view name, const std::string& path,
+                                 const TSqliteOptions& options)
+    : FDatabase(Make<TIDatabase>(name, std::make_unique<TSqliteSession>(path, options))) {}
 
 std::int64_t TSqliteDatabase::Execute(std::string_view sql) {
   const TOwned<TIQuery> query = Make<TIQuery>();

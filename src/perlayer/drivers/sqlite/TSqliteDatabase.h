@@ -13,10 +13,13 @@
 
 namespace perlayer {
 
+struct TSqliteOptions;
+
 class TSqliteDatabase {
  public:
   // Opens the file, which is made when absent. Raises EDatabaseError naming the file.
   TSqliteDatabase(std::string_view name, const std::string& path);
+  TSqliteDatabase(std::string_view name, const std::string& path, const TSqliteOptions& options);
 
   TIDatabase* operator->() const { return FDatabase.Get(); }
   TIDatabase* Get() const { return FDatabase.Get(); }

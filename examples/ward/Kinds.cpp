@@ -1,0 +1,25 @@
+#include "Kinds.h"
+
+#include "perlayer/platform/Format.h"
+#include "perlayer/provider/TplProviderList.h"
+
+namespace ward {
+
+TplProvider* ProviderOf(const TWardTable& table) {
+  TplProvider* provider =
+      TplProvider::GetProviderList()->GetProviderFor(Format("Tpo%s", table.name));
+  Assert(provider != nullptr, "a table of the ward has no class");
+  return provider;
+}
+
+THold<> FetchObject(const TWardTable& table, const std::string& id) {
+  TplProvider* provider = ProviderOf(table);
+  THold<> object(provider, id);
+  if (object) return object;
+  const bool deactivated =
+      provider->ExistsInDatabase(id) == TIObjectExistsInDatabaseResult::edDeleted;
+  throw Exception(
+      Format(deactivated ? "%s %s is deactivated" : "there is no %s %s", KindName(table), id));
+}
+
+}  // namespace ward

@@ -1,0 +1,19 @@
+#pragma once
+// Objects by what a user calls them: "patient 8".
+
+#include <string>
+
+#include "Schema.h"
+#include "perlayer/object/THold.h"
+
+namespace ward {
+
+using namespace perlayer;
+
+// Classes are named after their tables. REQUIRES: the classes of the hospital are loaded.
+TplProvider* ProviderOf(const TWardTable& table);
+
+// Raises when there is no such row, or a deactivated one.
+THold<> FetchObject(const TWardTable& table, const std::string& id);
+
+}  // namespace ward
