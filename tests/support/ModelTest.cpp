@@ -5,14 +5,27 @@
 namespace {
 
 thread_local int MemoryLeft = -1;  // how many times; below 0: always
+thread_local bool RefuseOnce = false;
+thread_local bool Refused = false;
+thread_local std::int64_t Live = 0;
 
 void* Allocate(std::size_t size, std::size_t alignment) {
-  if (MemoryLeft == 0) throw std::bad_alloc();
+  if (MemoryLeft == 0) {
+    Refused = true;
+    if (RefuseOnce) MemoryLeft = -1;
+    throw std::bad_alloc();
+  }
   if (MemoryLeft > 0) --MemoryLeft;
   const std::size_t whole = (size + alignment) / alignment * alignment;  // and never 0
   void* memory = alignment == 1 ? std::malloc(whole) : std::aligned_alloc(alignment, whole);
   if (memory == nullptr) throw std::bad_alloc();
+  ++Live;
   return memory;
+}
+
+void Free(void* memory) noexcept {
+  if (memory != nullptr) --Live;
+  std::free(memory);
 }
 
 }  // namespace
@@ -30,18 +43,26 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     return nullptr;
   }
 }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete(void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { Free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { Free(memory); }
+void operator delete(void* memory, const std::nothrow_t&) noexcept { Free(memory); }
+void operator delete(void* memory) noexcept { Free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { Free(memory); }
+void operator delete(void* memory, std::align_val_t) noexcept { Free(memory); }
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { Free(memory); }
 
 namespace perlayer {
 
-TOutOfMemory::TOutOfMemory(int allocations) { MemoryLeft = allocations; }
+TOutOfMemory::TOutOfMemory(int allocations, bool once) {
+  MemoryLeft = allocations;
+  RefuseOnce = once;
+  ::Refused = false;
+}
 TOutOfMemory::~TOutOfMemory() { MemoryLeft = -1; }
+int TOutOfMemory::Left() const { return MemoryLeft; }
+bool TOutOfMemory::Refused() const { return ::Refused; }
+
+std::int64_t LiveAllocations() { return Live; }
 
 int ModelSteps(int steps) {
   const char* factor = std::getenv("PERLAYER_MODEL_STEPS");

@@ -5,21 +5,28 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <new>
 #include <random>
 
 namespace perlayer {
 
-// For the length of a scope, this thread is given memory so many times and then no more.
+// For the length of a scope, this thread is given memory so many times and then no more; or, with
+// `once`, not given it one time.
 class TOutOfMemory {
  public:
-  explicit TOutOfMemory(int allocations);
+  explicit TOutOfMemory(int allocations, bool once = false);
   ~TOutOfMemory();
   TOutOfMemory(const TOutOfMemory&) = delete;
   TOutOfMemory& operator=(const TOutOfMemory&) = delete;
+  int Left() const;      // how many times still; below 0: the one time is over
+  bool Refused() const;  // it has come to that
 };
 
 int ModelSteps(int steps);
+
+// What this thread has allocated and nobody has given back on it.
+std::int64_t LiveAllocations();
 
 class TModelTest : public testing::TestWithParam<unsigned> {
  protected:

@@ -1,8 +1,9 @@
 #pragma once
-// TFaultPlan makes one call of many fail, and TFaultySession puts a plan between a database and its
-// driver. A test runs the same work once for each call that it makes, failing another one each
-// time.
+// TFaultPlan makes one call of many fail, or all from one on, and TFaultySession puts a plan
+// between a database and its driver. A test runs the same work once for each call that it makes,
+// failing another one each time.
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -15,20 +16,54 @@ PERLAYER_EXCEPTION(EPlannedFault, Exception);
 
 class TFaultPlan {
  public:
+  enum class TMode { once, fromThereOn };
+
   // The `call`th call from now on fails; 0: none does.
-  void FailAt(int call) {
+  void FailAt(int call, TMode mode = TMode::once) {
     FCalls = 0;
     FFailAt = call;
+    FMode = mode;
+    FFailOn = nullptr;
   }
-  // Every call that may fail comes by here.
-  void Pass(const char* where) {
-    if (++FCalls == FFailAt) throw EPlannedFault(where);
+  // The next call of that name fails.
+  void FailOn(const char* where) {
+    FailAt(0);
+    FFailOn = where;
+  }
+  // Every call that may fail comes by here; one of the driver tells its statement.
+  void Pass(const char* where, const std::string& statement = {}) {
+    if (FPauses > 0) return;
+    ++FCalls;
+    const bool isNamed = FFailOn != nullptr && std::string_view(FFailOn) == where;
+    if (!isNamed && FCalls != FFailAt && !(FMode == TMode::fromThereOn && Failed())) return;
+    if (isNamed) FFailOn = nullptr;
+    if (FCalls == FFailAt && OnFault) OnFault(where, statement);
+    throw EPlannedFault(where);
   }
   int Calls() const { return FCalls; }
+  bool Failed() const { return FFailAt > 0 && FCalls >= FFailAt; }
+
+  // For its length calls pass and are not counted.
+  class TPause {
+   public:
+    explicit TPause(TFaultPlan& plan) : FPlan(plan) { ++FPlan.FPauses; }
+    ~TPause() { --FPlan.FPauses; }
+    TPause(const TPause&) = delete;
+    TPause& operator=(const TPause&) = delete;
+
+   private:
+    TFaultPlan& FPlan;
+  };
+
+  // Hears of the first fault.
+  std::function<void(const char* where, const std::string& statement)> OnFault;
 
  private:
   int FCalls = 0;
   int FFailAt = 0;
+  int FPauses = 0;
+  TMode FMode = TMode::once;
+  const char* FFailOn = nullptr;
 };
 
 // The driver that it is given, with every call that may raise going by the plan. It counts the
@@ -40,10 +75,13 @@ class TFaultySession : public TDriverSession {
 
   int Taken() const { return FTaken; }
   int Runs() const { return FRuns; }
+  int FailedCommits() const { return FFailedCommits; }
+  TDriverSession& Inner() { return *FInner; }
 
   TDriverStatement* Take(const TStatementTextPtr& text) override {
-    FPlan.Pass("Take");
-    auto statement = std::make_unique<TStatement>(*this, FInner->Take(text));
+    FPlan.Pass("Take", text->Text());
+    auto statement = std::make_unique<TStatement>(*this, text);
+    statement->FInner = FInner->Take(text);
     ++FTaken;
     return statement.release();
   }
@@ -60,12 +98,16 @@ class TFaultySession : public TDriverSession {
     try {
       FPlan.Pass("Commit");
     } catch (...) {
+      ++FFailedCommits;
       FInner->Rollback();  // as a failed commit leaves a session
       throw;
     }
     FInner->Commit();
   }
-  void Rollback() override { FInner->Rollback(); }
+  void Rollback() override {
+    FInner->Rollback();  // one that fails has ended the transaction too
+    FPlan.Pass("Rollback");
+  }
   bool InTransaction() const override { return FInner->InTransaction(); }
   std::string Translated(const TStatementTextPtr& text) override {
     return FInner->Translated(text);
@@ -77,8 +119,8 @@ class TFaultySession : public TDriverSession {
  private:
   class TStatement : public TDriverStatement {
    public:
-    TStatement(TFaultySession& session, TDriverStatement* inner)
-        : FInner(inner), FSession(session) {}
+    TStatement(TFaultySession& session, const TStatementTextPtr& text)
+        : FSession(session), FText(text) {}
     void BindNull(int parameter) override { Inner("BindNull").BindNull(parameter); }
     void BindText(int parameter, std::string_view text) override {
       Inner("BindText").BindText(parameter, text);
@@ -91,7 +133,7 @@ class TFaultySession : public TDriverSession {
     }
     bool Step() override {
       try {
-        FSession.FPlan.Pass("Step");
+        FSession.FPlan.Pass("Step", FText->Text());
       } catch (...) {
         Reset();  // as a failed step leaves a statement
         throw;
@@ -111,16 +153,17 @@ class TFaultySession : public TDriverSession {
     std::shared_ptr<const TColumnLayout> Layout() override { return Inner("Layout").Layout(); }
     void Cell(int column, TCell& cell) override { Inner("Cell").Cell(column, cell); }
 
-    TDriverStatement* const FInner;
+    TDriverStatement* FInner = nullptr;
 
    private:
     // The statement itself, for a call that the plan lets pass.
     TDriverStatement& Inner(const char* call) const {
-      FSession.FPlan.Pass(call);
+      FSession.FPlan.Pass(call, FText->Text());
       return *FInner;
     }
 
     TFaultySession& FSession;
+    const TStatementTextPtr FText;
     bool FRunning = false;
   };
 
@@ -128,6 +171,7 @@ class TFaultySession : public TDriverSession {
   TFaultPlan& FPlan;
   int FTaken = 0;
   int FRuns = 0;
+  int FFailedCommits = 0;
 };
 
 }  // namespace perlayer

@@ -92,9 +92,12 @@ void TIDatabase::ForceCommit(std::string_view phrase) {
 
 bool TIDatabase::InTransaction() const { return FSession->InTransaction(); }
 
-void TIDatabase::AddTrace(std::string_view line) {
-  FTrace->Add(line);
-  if (FTrace->Count() > kTraceLines) FTrace->Delete(0);
+void TIDatabase::AddTrace(std::string_view line) noexcept {
+  try {
+    FTrace->Add(line);
+    if (FTrace->Count() > kTraceLines) FTrace->Delete(0);
+  } catch (const std::bad_alloc&) {
+  }
 }
 
 void TIDatabase::RemoveEvent(const TNotifyEvent& event) {
@@ -118,13 +121,18 @@ void TIDatabase::RunEvents(const TEvents& events, TRun run) {
 // The transaction has ended already: an event that fails is told in the log and the others run.
 void TIDatabase::RunGuarded(const TEvents& events, const char* where) {
   const std::string name = FDatabaseName;
-  RunEvents(events, [&](const TNotifyEvent& event) {
+  const auto run = [&](const TNotifyEvent& event) {
     try {
       event(this);
     } catch (const std::exception& e) {
       ILog(Format("TIDatabase %s: event %s failed: %s", name, where, e.what()));
     }
-  });
+  };
+  try {
+    RunEvents(events, run);
+  } catch (const std::bad_alloc& e) {
+    ILog(e.what());
+  }
 }
 
 void TIDatabase::QueryUnprepared(TIQuery* query) noexcept {

@@ -51,7 +51,8 @@ class TIDatabase : public TComponent {
   bool InTransaction() const;
 
   const TStringList& TransactionTrace() const { return *FTrace; }
-  void AddTrace(std::string_view line);
+  // A line that there is no memory for is left out: no transaction fails for its label.
+  void AddTrace(std::string_view line) noexcept;
 
   // Work that the application has begun on this session and not ended; zero means that a forced
   // commit takes nothing of its own with it.

@@ -67,7 +67,12 @@ class TStatementTexts {
       return FUsed.front();
     }
     FUsed.push_front(std::make_shared<const TStatementText>(text));
-    FByText.emplace(FUsed.front()->Text(), FUsed.begin());
+    try {
+      FByText.emplace(FUsed.front()->Text(), FUsed.begin());
+    } catch (...) {
+      FUsed.pop_front();
+      throw;
+    }
     if (FUsed.size() > kKeptTexts) {
       FByText.erase(FUsed.back()->Text());
       FUsed.pop_back();

@@ -70,9 +70,14 @@ TIDatabase& TplDatabaseProvider::Database() {
   throw Exception(Format("There is no database named '%s'", TcmpClassMap::kDatabaseName));
 }
 
+// Empty without memory: a rollback must not fail for its label.
 std::string TplDatabaseProvider::Label(std::string_view text, const char* operation,
-                                       int count) const {
-  return Format("%s->%s%d", text, operation, count);
+                                       int count) noexcept {
+  try {
+    return Format("%s->%s%d", text, operation, count);
+  } catch (const std::bad_alloc&) {
+    return {};
+  }
 }
 
 void TplDatabaseProvider::Trace(const std::string& label) {
@@ -163,8 +168,9 @@ void TplDatabaseProvider::RollbackOutermost(std::string_view text) {
   TryFinally(
       [&] {
         OnBeforeTransactionCountZeroRollback(FTransactionObjects);
-        Database().Rollback(Label(text, kRollback, FTransCount));
-        TellObjects(TTold::rolledBack);
+        // A session that fails at it has lost the transaction all the same.
+        TryFinally([&] { Database().Rollback(Label(text, kRollback, FTransCount)); },
+                   [&] { TellObjects(TTold::rolledBack); });
       },
       [&] {
         EndTransactionTimer();
@@ -220,7 +226,11 @@ void TplDatabaseProvider::OnBeforeTransactionCountZeroRollback(TList* list) {
     if (event) event(this);
     PerLayerSettings()->OnRollback(list);
   } catch (const std::exception& e) {
-    ILog(Format("TplDatabaseProvider.OnBeforeTransactionCountZeroRollback: %s", e.what()));
+    try {
+      ILog(Format("TplDatabaseProvider.OnBeforeTransactionCountZeroRollback: %s", e.what()));
+    } catch (const std::bad_alloc&) {
+      ILog(e.what());
+    }
   }
 }
 

@@ -104,7 +104,7 @@ class TplDatabaseProvider : public TPlBaseObject {
   enum class TTold : std::uint8_t { committed, rolledBack };
   TIDatabase* FindSession();  // nullptr without one
   TIDatabase& Database();     // raises
-  std::string Label(std::string_view text, const char* operation, int count) const;
+  static std::string Label(std::string_view text, const char* operation, int count) noexcept;
   void Trace(const std::string& label);
   void CommitOutermost(std::string_view text);
   void RollbackOutermost(std::string_view text);

@@ -2,9 +2,22 @@
 
 #include <utility>
 
+#include "perlayer/foundation/BoMessageDlg.h"
 #include "perlayer/platform/TLayer.h"
 
 namespace perlayer {
+
+void TplDatabaseSession::CheckLockingMessages() {
+  if (GetLockingMode() == TILockingMode::lmNew) {
+    NotImplemented("TplDatabaseSession.CheckLockingMessages");
+  }
+}
+
+void TplDatabaseSession::FlushLockingMessages() {
+  if (GetLockingMode() == TILockingMode::lmNew) {
+    NotImplemented("TplDatabaseSession.FlushLockingMessages");
+  }
+}
 
 void TplDatabaseSessionList::Destroy() {
   if (TplDatabaseSession* session = std::exchange(FCurrSession, nullptr)) session->Release(this);

@@ -1,6 +1,7 @@
 #pragma once
 // TplDatabaseSession: this client's side of locks and notifications between clients; abstract, and
-// so far only what objects ask of it. TplDatabaseSessionList: the one session of the process.
+// so far only what objects ask of it. All of it belongs to mode lmNew: in every other mode nothing
+// happens. TplDatabaseSessionList: the one session of the process.
 //
 // Main thread only.
 
@@ -17,6 +18,10 @@ class TplDatabaseSession : public TPlBaseObject {
  public:
   virtual TILockingMode GetLockingMode() = 0;
   TILockingMode aiLockingMode() { return GetLockingMode(); }
+  // Takes in what other clients have sent. Raises "Not implemented yet: %s" in mode lmNew.
+  void CheckLockingMessages();
+  // Sends what other clients are to be told. Raises "Not implemented yet: %s" in mode lmNew.
+  void FlushLockingMessages();
 };
 
 class TplDatabaseSessionList : public TObject {

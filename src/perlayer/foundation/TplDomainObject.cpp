@@ -10,6 +10,10 @@
 
 namespace perlayer {
 
+namespace {
+constexpr const char* RSObjectReadOnly = "Objekt pripravljen samo za branje!";
+}  // namespace
+
 void TplDomainObject::Create(TPlBaseObject* AOwner, TObject* ARetainer) {
   Assert(ARetainer != nullptr, "TplDomainObject.Create: a retainer is required");
   TplAuthorizedObject::Create(AOwner, ARetainer);
@@ -37,7 +41,7 @@ void TplDomainObject::Destroy() {
   TplAuthorizedObject::Destroy();
 }
 
-std::string TplDomainObject::GetReadOnlyReason() { return "Objekt pripravljen samo za branje!"; }
+std::string TplDomainObject::GetReadOnlyReason() { return RSObjectReadOnly; }
 void TplDomainObject::SetLockedBy(TplLockedBy) {}
 TplLockedBy TplDomainObject::GetLockedBy() { return TplLockedBy::lbNone; }
 void TplDomainObject::CancelReleaserThread(TplDomainObject*) {}

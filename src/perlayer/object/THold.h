@@ -71,4 +71,13 @@ class THold {
   T* FObject = nullptr;
 };
 
+// Deletes the row of an object that ARetainer holds, lets go of it and forgets it; nothing for
+// nullptr. When the deletion raises, the object stays held.
+template <class T>
+void DeleteReleaseAndSetToNil(T*& AObject, TObject* ARetainer) {
+  if (AObject == nullptr) return;
+  AObject->DeleteObject();
+  std::exchange(AObject, nullptr)->Release(ARetainer);
+}
+
 }  // namespace perlayer

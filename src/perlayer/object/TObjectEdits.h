@@ -9,9 +9,12 @@
 #include "perlayer/foundation/FoundationTypes.h"
 #include "perlayer/foundation/TPlDictionary.h"
 #include "perlayer/object/IboDataSet.h"
+#include "perlayer/platform/TDelegate.h"
 #include "perlayer/platform/TTextList.h"
 
 namespace perlayer {
+
+class TPlTransaction;
 
 struct TObjectEdits {
   struct TError {
@@ -26,6 +29,8 @@ struct TObjectEdits {
   std::string FOldActiveValue;
   std::string FLockGroup;
   std::string FBOMasterDBNotifyGlobalID;
+  TNotifyEvent FOnBeforeFree;
+  TPlTransaction* FTransaction = nullptr;  // not owned
 };
 
 }  // namespace perlayer

@@ -2,6 +2,7 @@
 
 #include "perlayer/corekit/ILog.h"
 #include "perlayer/foundation/TAuthManager.h"
+#include "perlayer/object/TObjectEdits.h"
 #include "perlayer/platform/Format.h"
 #include "perlayer/platform/TFormatSettings.h"
 #include "perlayer/platform/Text.h"
@@ -203,6 +204,21 @@ const TCalcAttrValueProc& TplPerObject::OnCalcAttribute() const {
 
 void TplPerObject::OnCalcAttribute(TCalcAttrValueProc event) {
   FCalcAttrValueProc = event ? std::make_unique<TCalcAttrValueProc>(std::move(event)) : nullptr;
+}
+
+const TNotifyEvent& TplPerObject::aiOnBeforeFree() const {
+  static const TNotifyEvent kNone;
+  return FEdits == nullptr ? kNone : FEdits->FOnBeforeFree;
+}
+
+void TplPerObject::aiOnBeforeFree(TNotifyEvent event) { Edits().FOnBeforeFree = std::move(event); }
+
+TPlTransaction* TplPerObject::aiTransaction() const {
+  return FEdits == nullptr ? nullptr : FEdits->FTransaction;
+}
+
+void TplPerObject::aiTransaction(TPlTransaction* transaction) {
+  if (transaction != aiTransaction()) Edits().FTransaction = transaction;
 }
 
 std::string DumpPerObject(TplPerObject* AObject) {

@@ -31,6 +31,7 @@ class TDataSet;
 class TIQuery;
 class TPlClassMetaData;
 class TPlDictionary;
+class TPlTransaction;
 class TStream;
 class TStringList;
 class TplPerObject;
@@ -59,6 +60,9 @@ class TplPerObject : public TplDomainObject {
   // provider!"
   void Create(TPlBaseObject* AOwner, TObject* ARetainer) override;
   void Destroy() override;
+  // For a class that is still needed by what is no retainer: true keeps the memory's reclamation
+  // away.
+  virtual bool CheckForReleaseNotNecessary() { return false; }
 
   void DoNotifyAction(TplDomainObject* Sender, TIBaseObjectAction ActionType, TObject* Data,
                       TINotifiedObjectList* AVisitedObjectList) override;
@@ -199,7 +203,7 @@ class TplPerObject : public TplDomainObject {
   int GetWarningCount();
   std::string GetWarningMessage();
   virtual std::string FormatErrorMessage(const std::string& AMessage) { return AMessage; }
-  virtual std::string GetPostExceptionPrefixString() { return "Napake v zapisu : %s"; }
+  virtual std::string GetPostExceptionPrefixString();
 
   // --- saving and deleting ---
 
@@ -345,6 +349,12 @@ class TplPerObject : public TplDomainObject {
   std::string aiAllTextDescription() { return GetAllTextDescription(); }
   TIPersistentObjectState aiEditState() const { return GetEditState(); }
   bool aiDestroying() const { return FDestroying; }
+  // The group save that the object belongs to; not owned.
+  TPlTransaction* aiTransaction() const;
+  void aiTransaction(TPlTransaction* transaction);
+  // Called first of all when the object ends.
+  const TNotifyEvent& aiOnBeforeFree() const;
+  void aiOnBeforeFree(TNotifyEvent event);
   int aiTag() const { return FTag; }
   void aiTag(int tag) { FTag = tag; }
   bool aiEmptyFloatReturnsZero() const { return FbEmptyFloatReturnsZero; }

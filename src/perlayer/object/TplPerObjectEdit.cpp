@@ -23,13 +23,13 @@ namespace perlayer {
 
 namespace {
 
-constexpr const char* kReadOnlyObject =
+constexpr const char* RSReadOnlyObject =
     "Objektu %s (%s: %s) ni dovoljeno spreminjati vrednosti - atribut '%s' na '%s'!\r\r\"%s\"";
-constexpr const char* kReadOnlyField =
+constexpr const char* RSReadOnlyField =
     "Objektu %s ni dovoljeno spreminjati vrednosti %s! Preveri stanje in pravice!";
 constexpr const char* kChangedInDatabase = "Pred popravljanjem osveži podatke!";
 constexpr const char* kReloaded = "Podatki so bili spremenjeni! Ponovite akcijo!";
-constexpr const char* kBadDateTime = "Datum ni veljaven!";
+constexpr const char* RSBadDateTime = "Datum ni veljaven!";
 
 }  // namespace
 
@@ -68,12 +68,12 @@ bool TplPerObject::SetAttrValueCommon(const std::string& AName, const std::strin
   const int index = AttrIndexToWrite(AName);
   // The old value may be written back whatever the rights: an edit can be undone.
   if (!FInitializingBo && ACheckReadOnly && AValue != data.OldValueView(index) && GetReadOnly()) {
-    throw Exception(Format(kReadOnlyObject, GetTextDescription(), ClassName(), GetGID(), AName,
+    throw Exception(Format(RSReadOnlyObject, GetTextDescription(), ClassName(), GetGID(), AName,
                            AValue, GetReadOnlyReason()));
   }
   if (GetMetaData()->IsCalcAttr(AName) ||
       (IsAttributeReadOnly(index) && AValue != GetAttrOldValue(AName))) {
-    throw Exception(Format(kReadOnlyField, GetTextDescription(),
+    throw Exception(Format(RSReadOnlyField, GetTextDescription(),
                            GetMetaData()->GetAttrProperties(AName).sDispLabel));
   }
   if (data.ValueView(index) != AValue) {
@@ -102,12 +102,18 @@ bool TplPerObject::PrivateSetAttrValue(int AIndex, const std::string& AValue) {
   const std::string name = GetMetaData()->GetAttrNames()->Strings(AIndex);
   const std::string value = AValue;  // listeners may change what it refers to
   const bool isId = SameText(name, FProvider->GetIDAttrName());
-  if (isId) GlobalDictionary()->ChangeID(FProvider, GetGID(), this, value);
   const bool changed = data.ValueView(AIndex) != value;
-  data.SetAttrValueByIndex(AIndex, value);
-  // Behind the write, which may be the first and then keeps the values as they were: a new ID is
-  // never a difference.
-  if (isId) data.SetAttrOldValueByIndex(AIndex, value);
+  if (isId) {
+    // Written aside: once the dictionary has the new key nothing may fail any more. A new ID is
+    // never a difference, so the old value becomes the same.
+    TIboData written = data;
+    written.SetAttrValueByIndex(AIndex, value);
+    written.SetAttrOldValueByIndex(AIndex, value);
+    GlobalDictionary()->ChangeID(FProvider, GetGID(), this, value);
+    data = std::move(written);
+  } else {
+    data.SetAttrValueByIndex(AIndex, value);
+  }
   if (!changed) return true;
   const TAlive alive(this);
   TryFinally(
@@ -133,7 +139,7 @@ bool TplPerObject::SetAttrValueAsFloat(const std::string& AName, double AValue) 
 bool TplPerObject::SetAttrValueAsDate(const std::string& AName, TDateTime AValue) {
   const TFormatSettings& settings = FrozenFormatSettings();
   if (!(AValue >= MinDateTime && AValue <= MaxDateTime)) {
-    BoMessageDlg(kBadDateTime, TMsgDlgType::mtError, {TMsgDlgBtn::mbOK}, TMsgDlgBtn::mbOK,
+    BoMessageDlg(RSBadDateTime, TMsgDlgType::mtError, {TMsgDlgBtn::mbOK}, TMsgDlgBtn::mbOK,
                  TMsgDlgBtn::mbOK);
     AValue = kNoDate;
   }
@@ -162,8 +168,15 @@ void TplPerObject::TryEdit(bool ALock) {
   }
   const TAlive alive(this);
   try {
-    const bool isNewer = IDatabaseSessionList()->LockingMode() == TILockingMode::lmNew &&
-                         GetManualNotification() && !GetLockGroup().empty() && IsObjectInDbNewer();
+    const bool isManual = GetManualNotification();
+    const bool isLocking = IDatabaseSessionList()->LockingMode() == TILockingMode::lmNew;
+    if (!isLocking && isManual) {
+      if (TplDatabaseSession* session = IDatabaseSessionList()->GetCurrentSession()) {
+        session->CheckLockingMessages();
+        session->FlushLockingMessages();
+      }
+    }
+    const bool isNewer = isLocking && isManual && !GetLockGroup().empty() && IsObjectInDbNewer();
     if (GetNeedToRefresh() || isNewer) {
       const bool canReload = aiCanEditObjectChangedInDatabase();
       const char* message = canReload ? kReloaded : kChangedInDatabase;
@@ -202,11 +215,12 @@ void TplPerObject::CancelData() {
   const TAlive alive(this);
   DoCancelData();
   if (!alive) return;
+  const bool isModified = GetModified();
+  if (isModified) data.CancelData();
   FbObjectMarkedDeleted = false;
   TryFinally(
       [&] {
-        if (!GetModified()) return;
-        data.CancelData();
+        if (!isModified) return;
         FModified = false;
         CallNotifyAction(this, TIBaseObjectAction::paModified, nullptr);
         if (alive) CallNotifyAction(this, TIBaseObjectAction::paCancelData, nullptr);
@@ -371,7 +385,13 @@ void TplPerObject::SetNotify(bool ANotify) {
       retainers->Objects(0) == GlobalDictionary()) {
     return;
   }
-  RegisterNotify();
+  const TAlive alive(this);
+  try {
+    RegisterNotify();
+  } catch (...) {
+    if (alive) FbNotify = !ANotify;  // it is not registered, and a later call tries again
+    throw;
+  }
 }
 
 void TplPerObject::RegisterNotify() {

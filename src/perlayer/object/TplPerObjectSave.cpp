@@ -87,14 +87,19 @@ void TplPerObject::SaveData() {
   });
   if (!alive) return;
   FModified = false;
-  if (wasNew) SetNotify(true);
-  if (alive && wasModified) CallNotifyAction(this, TIBaseObjectAction::paModified, nullptr);
-  if (!alive) return;
-  if (WasObjectInEditState(FbEditState) || (wasNew && FNewObject != wasNew)) {
-    UnLock(this, GetLockGroup());
-  } else if (!wasNew && !canSave) {
-    AfterSaveNonEditedObject();  // only a list of it was modified: it was never locked
-  }
+  TryFinally(
+      [&] {
+        if (wasNew) SetNotify(true);
+        if (alive && wasModified) CallNotifyAction(this, TIBaseObjectAction::paModified, nullptr);
+      },
+      [&] {  // it is saved: what its lock was for is over
+        if (!alive) return;
+        if (WasObjectInEditState(FbEditState) || (wasNew && FNewObject != wasNew)) {
+          UnLock(this, GetLockGroup());
+        } else if (!wasNew && !canSave) {
+          AfterSaveNonEditedObject();  // only a list of it was modified: it was never locked
+        }
+      });
   if (alive) AfterSaveData();
 }
 
@@ -120,7 +125,13 @@ void TplPerObject::SaveCurrentData() {
     if (!statement.empty()) dbProvider()->PerformSQLStatement(statement, this);
     FModified = false;
     FNewObject = false;
-    DoAfterSave();
+    try {
+      DoAfterSave();
+    } catch (...) {
+      // The statement has run: a later save of this transaction has no other state to return to.
+      if (alive) FHasBeenSavedAndNotComitted = true;
+      throw;
+    }
     if (!alive) return;
     data.DisableOptimizingUpdateQueries(false);
     FHasBeenSavedAndNotComitted = true;
@@ -237,8 +248,9 @@ void TplPerObject::DoDeleteObject() {
   if (alive) TplProvider::GetCallBackObject()->DoDeleteObject(this);
 }
 
-// An object that never came into the transaction's list hears of no rollback: it takes its value
-// back itself, lest an ordinary save deactivates the row.
+// What failed takes its value back itself, lest an ordinary save deactivates the row: no rollback
+// tells an object that never came into the transaction's list, nor any while an outer level goes
+// on.
 void TplPerObject::Deactivate(const std::string& AActive) {
   const TAlive alive(this);
   const std::string before = GetAttrValue(AActive);
@@ -247,10 +259,7 @@ void TplPerObject::Deactivate(const std::string& AActive) {
     SetReadOnlyAttrValue(AActive, "0");
     if (alive) DoSaveData();
   } catch (...) {
-    const TPlList* told = dbProvider()->TransactionObjects();
-    if (alive && (told == nullptr || told->IndexOf(this) < 0)) {
-      SetReadOnlyAttrValue(AActive, before);
-    }
+    if (alive) SetReadOnlyAttrValue(AActive, before);
     throw;
   }
 }
@@ -270,10 +279,14 @@ void TplPerObject::DoInternalRollback() {
   FNewObject = FOldNewObject;
   const std::string active = FProvider->aiActiveFieldName();
   const TAlive alive(this);
-  if (!active.empty() && FEdits != nullptr && !FEdits->FOldActiveValue.empty()) {
-    SetReadOnlyAttrValue(active, std::string(FEdits->FOldActiveValue));
-  }
-  if (alive) FHasBeenSavedAndNotComitted = false;
+  TryFinally(
+      [&] {
+        if (active.empty() || FEdits == nullptr || FEdits->FOldActiveValue.empty()) return;
+        SetReadOnlyAttrValue(active, std::string(FEdits->FOldActiveValue));
+      },
+      [&] {
+        if (alive) FHasBeenSavedAndNotComitted = false;
+      });
 }
 
 // --- the time stamp of the row ---

@@ -13,6 +13,10 @@
 
 namespace perlayer {
 
+namespace {
+constexpr const char* RSErrorsInRecord = "Napake v zapisu : %s";
+}  // namespace
+
 bool TplPerObject::ValidateObject() {
   const TAlive alive(this);
   bool valid = true;
@@ -144,6 +148,8 @@ std::string TplPerObject::PostErrors(bool& AErrors) const {
   }
   return text;
 }
+
+std::string TplPerObject::GetPostExceptionPrefixString() { return RSErrorsInRecord; }
 
 void TplPerObject::PostData() {
   const std::string active = FProvider->aiActiveFieldName();

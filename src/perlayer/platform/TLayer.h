@@ -25,6 +25,7 @@ enum class TLayerPart : std::size_t {
   providerList,      // TplProviderList
   persistantLayer,   // TIPersistantLayer
   callBacks,         // TIProviderCallBacks
+  auditEvents,       // the application's audit events
   authManager,       // TAuthManager
   providerState,     // green mode and the temporary-ID counter
   foundationState,   // notification switch, last message, memory sequence

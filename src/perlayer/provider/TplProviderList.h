@@ -12,6 +12,7 @@
 
 namespace perlayer {
 
+class TIIheMessageObList;
 class TplPerObject;
 class TplProvider;
 
@@ -47,6 +48,10 @@ T* Provider() {
 using TIOnPerObjectValidateAttribute = TDelegate<void(
     TplPerObject* APerObject, bool& AResult, const std::string& AAttribute, const Variant& AValue)>;
 using TIOnPerObjectEvent = TDelegate<void(TplPerObject* APerObject)>;
+// The messages that the handler gives back go into the list.
+using TIOnProcessIheMessage =
+    TDelegate<void(const std::string& Amessage, const std::string& ARemoteHost,
+                   TIIheMessageObList* AIIheMessageObList)>;
 
 class TIProviderCallBacks {
  public:
@@ -64,18 +69,29 @@ class TIProviderCallBacks {
     if (FOnPerObjectDoDeleteObject) FOnPerObjectDoDeleteObject(APerObject);
   }
 
+  const TIOnPerObjectValidateAttribute& aiOnValidateAttribute() const {
+    return FOnPerObjectValidateAttribute;
+  }
   void aiOnValidateAttribute(TIOnPerObjectValidateAttribute event) {
     FOnPerObjectValidateAttribute = std::move(event);
   }
+  const TIOnPerObjectEvent& aiOnDoSaveData() const { return FOnPerObjectDoSaveData; }
   void aiOnDoSaveData(TIOnPerObjectEvent event) { FOnPerObjectDoSaveData = std::move(event); }
+  const TIOnPerObjectEvent& aiOnDoDeleteObject() const { return FOnPerObjectDoDeleteObject; }
   void aiOnDoDeleteObject(TIOnPerObjectEvent event) {
     FOnPerObjectDoDeleteObject = std::move(event);
+  }
+  // For the application: whoever receives such messages calls it.
+  const TIOnProcessIheMessage& aiOnProcessIheMessage() const { return FOnProcessIheMessage; }
+  void aiOnProcessIheMessage(TIOnProcessIheMessage event) {
+    FOnProcessIheMessage = std::move(event);
   }
 
  private:
   TIOnPerObjectValidateAttribute FOnPerObjectValidateAttribute;
   TIOnPerObjectEvent FOnPerObjectDoSaveData;
   TIOnPerObjectEvent FOnPerObjectDoDeleteObject;
+  TIOnProcessIheMessage FOnProcessIheMessage;
 };
 
 }  // namespace perlayer
