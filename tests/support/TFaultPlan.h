@@ -80,16 +80,26 @@ class TFaultySession : public TDriverSession {
 
   TDriverStatement* Take(const TStatementTextPtr& text) override {
     FPlan.Pass("Take", text->Text());
-    auto statement = std::make_unique<TStatement>(*this, text);
-    statement->FInner = FInner->Take(text);
-    ++FTaken;
-    return statement.release();
+    return Wrapped(text, &TDriverSession::Take);
+  }
+  TDriverStatement* TakeForLargeObjects(const TStatementTextPtr& text) override {
+    FPlan.Pass("TakeForLargeObjects", text->Text());
+    return Wrapped(text, &TDriverSession::TakeForLargeObjects);
   }
   void GiveBack(TDriverStatement* statement) noexcept override {
     FInner->GiveBack(static_cast<TStatement*>(statement)->FInner);
     delete statement;
     --FTaken;
   }
+  bool Mark() override {
+    FPlan.Pass("Mark");
+    return FInner->Mark();
+  }
+  void Keep(bool opened) override {
+    FPlan.Pass("Keep");
+    FInner->Keep(opened);
+  }
+  void Undo(bool opened) noexcept override { FInner->Undo(opened); }
   void Begin() override {
     FPlan.Pass("Begin");
     FInner->Begin();
@@ -117,6 +127,37 @@ class TFaultySession : public TDriverSession {
   }
 
  private:
+  class TLargeObject : public TDriverLargeObject {
+   public:
+    TLargeObject(TFaultySession& session, std::unique_ptr<TDriverLargeObject> inner)
+        : FInner(std::move(inner)), FSession(session) {}
+    std::int64_t Size() const override { return FInner->Size(); }
+    void Read(std::int64_t at, void* bytes, std::size_t size) override {
+      FSession.FPlan.Pass("Read");
+      FInner->Read(at, bytes, size);
+    }
+    void Write(std::int64_t at, const void* bytes, std::size_t size) override {
+      FSession.FPlan.Pass("Write");
+      FInner->Write(at, bytes, size);
+    }
+    void Resize(std::int64_t size) override {
+      FSession.FPlan.Pass("Resize");
+      FInner->Resize(size);
+    }
+
+   private:
+    const std::unique_ptr<TDriverLargeObject> FInner;
+    TFaultySession& FSession;
+  };
+
+  using TTake = TDriverStatement* (TDriverSession::*)(const TStatementTextPtr&);
+  TDriverStatement* Wrapped(const TStatementTextPtr& text, TTake take) {
+    auto statement = std::make_unique<TStatement>(*this, text);
+    statement->FInner = ((*FInner).*take)(text);
+    ++FTaken;
+    return statement.release();
+  }
+
   class TStatement : public TDriverStatement {
    public:
     TStatement(TFaultySession& session, const TStatementTextPtr& text)
@@ -150,12 +191,22 @@ class TFaultySession : public TDriverSession {
     std::int64_t RowsAffected() const override { return FInner->RowsAffected(); }
     const std::vector<int>& Returns() const override { return FInner->Returns(); }
     void Returned(int parameter, TCell& cell) override { FInner->Returned(parameter, cell); }
+    std::unique_ptr<TDriverLargeObject> OpenReturned(int parameter) override {
+      return Opened(Inner("OpenReturned").OpenReturned(parameter));
+    }
+    std::unique_ptr<TDriverLargeObject> OpenLargeObject(int column) override {
+      return Opened(Inner("OpenLargeObject").OpenLargeObject(column));
+    }
     std::shared_ptr<const TColumnLayout> Layout() override { return Inner("Layout").Layout(); }
     void Cell(int column, TCell& cell) override { Inner("Cell").Cell(column, cell); }
 
     TDriverStatement* FInner = nullptr;
 
    private:
+    std::unique_ptr<TDriverLargeObject> Opened(std::unique_ptr<TDriverLargeObject> inner) const {
+      if (inner == nullptr) return nullptr;
+      return std::make_unique<TLargeObject>(FSession, std::move(inner));
+    }
     // The statement itself, for a call that the plan lets pass.
     TDriverStatement& Inner(const char* call) const {
       FSession.FPlan.Pass(call, FText->Text());

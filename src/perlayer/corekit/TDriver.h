@@ -53,6 +53,24 @@ struct TColumnLayout {
   int IndexOf(std::string_view name) const;
 };
 
+// A large object, read and written in pieces where it stands: in one column of one row. Nothing of
+// it is held in memory but what a call is given. One that is opened for writing belongs to the
+// transaction that it was opened in; nothing writes it once that has ended. What the session or
+// another client does to the row meanwhile is seen by the next call; it raises EDatabaseError when
+// the row has gone or the object has another size.
+class TDriverLargeObject {
+ public:
+  virtual ~TDriverLargeObject() = default;
+
+  virtual std::int64_t Size() const = 0;  // in bytes, of a text too
+  // REQUIRES: the bytes lie within Size().
+  virtual void Read(std::int64_t at, void* bytes, std::size_t size) = 0;
+  virtual void Write(std::int64_t at, const void* bytes, std::size_t size) = 0;
+  // Cuts the end off, or adds zero bytes. An object that is not empty may be held whole meanwhile:
+  // whoever knows the size tells it first.
+  virtual void Resize(std::int64_t size) = 0;
+};
+
 // A prepared statement. Positions count from 0; parameter i is TStatementText::Parameters()[i].
 class TDriverStatement {
  public:
@@ -81,6 +99,15 @@ class TDriverStatement {
   // Reset. REQUIRES: `parameter` is one of Returns(), and the last Step answered false.
   virtual void Returned(int parameter, TCell& cell) = 0;
 
+  // The large object that the finished run returned into the parameter, for writing; nullptr where
+  // no row was changed. Raises EDatabaseError where that is NULL, or no column of large objects.
+  // REQUIRES: the statement was taken by TakeForLargeObjects, and the last Step answered false.
+  virtual std::unique_ptr<TDriverLargeObject> OpenReturned(int parameter) = 0;
+  // The large object in a column of the current row, nullptr for NULL; for writing, when the
+  // statement has locked its rows (FOR UPDATE). Raises EDatabaseError for a column of another kind.
+  // REQUIRES: the statement was taken by TakeForLargeObjects, and the last Step answered true.
+  virtual std::unique_ptr<TDriverLargeObject> OpenLargeObject(int column) = 0;
+
   // REQUIRES: Step has been called once since the statement was prepared. Empty for a statement
   // that gives no rows.
   virtual std::shared_ptr<const TColumnLayout> Layout() = 0;
@@ -96,6 +123,16 @@ class TDriverSession {
   // GiveBack. Raises EDatabaseError, with the statement, when it cannot be said or prepared.
   virtual TDriverStatement* Take(const TStatementTextPtr& text) = 0;
   virtual void GiveBack(TDriverStatement* statement) noexcept = 0;
+  // As Take, of a statement whose large objects are opened and not read: plain columns of large
+  // objects have no values, in rows and where they are returned, but can be opened.
+  virtual TDriverStatement* TakeForLargeObjects(const TStatementTextPtr& text) = 0;
+
+  // Around several writes that belong together: Undo leaves nothing of what has been written since
+  // Mark. Mark opens the session's transaction where none is open and answers whether it did; Undo
+  // then rolls it back. One of the two, with that answer, ends each Mark, the last one first.
+  virtual bool Mark() = 0;
+  virtual void Keep(bool opened) = 0;
+  virtual void Undo(bool opened) noexcept = 0;
 
   // The session's transaction. Commit raising leaves the session rolled back.
   virtual void Begin() = 0;

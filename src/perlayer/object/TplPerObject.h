@@ -242,6 +242,20 @@ class TplPerObject : public TplDomainObject {
   // Commits what reading over a database link has left open.
   void DoForceCommitAfterLoad();
 
+  // Large objects of this object's row in `table`, in which `idField` has the ID: the save empties
+  // the object and copies the whole stream into it, the load appends to the stream at its position;
+  // both within the session's transaction, and neither ends it. `sql` stands for the statement,
+  // with the same parameters; empty: the usual one. A save answers true, a load whether the stream
+  // has any bytes then. Both raise what the stream and the database raise; see TISQLHelper.
+  virtual bool _DoSaveBlob(const std::string& table, const std::string& idField,
+                           const std::string& blobField, TStream* stream, const std::string& sql);
+  virtual bool _DoLoadBlob(const std::string& table, const std::string& idField,
+                           const std::string& blobField, TStream* stream, const std::string& sql);
+  // The value of that attribute to and from the CLOB of its name in the class's table. The load
+  // makes nothing modified.
+  void SaveClob(const std::string& AName);
+  void LoadClob(const std::string& AName);
+
   virtual void DoBeforeSave() {}
   virtual void DoAfterSave() {}
   virtual void AfterSaveData() {}

@@ -7,6 +7,8 @@
 #include "perlayer/corekit/ILog.h"
 #include "perlayer/corekit/TField.h"
 #include "perlayer/corekit/TIQuery.h"
+#include "perlayer/corekit/TOracleQuery.h"
+#include "perlayer/database/TISQLHelper.h"
 #include "perlayer/database/TplDatabaseProvider.h"
 #include "perlayer/foundation/BoMessageDlg.h"
 #include "perlayer/foundation/TAuthManager.h"
@@ -287,6 +289,36 @@ void TplPerObject::DoInternalRollback() {
       [&] {
         if (alive) FHasBeenSavedAndNotComitted = false;
       });
+}
+
+// --- large objects ---
+
+bool TplPerObject::_DoSaveBlob(const std::string& table, const std::string& idField,
+                               const std::string& blobField, TStream* stream,
+                               const std::string& sql) {
+  TISQLHelper::SaveLob(table, blobField, idField, GetGID(), TOracleQuery::otBLOB, stream, sql);
+  return true;
+}
+
+bool TplPerObject::_DoLoadBlob(const std::string& table, const std::string& idField,
+                               const std::string& blobField, TStream* stream,
+                               const std::string& sql) {
+  TISQLHelper::LoadLob(table, blobField, idField, GetGID(), TOracleQuery::otBLOB, stream, sql);
+  return stream->Size() > 0;
+}
+
+void TplPerObject::SaveClob(const std::string& AName) {
+  FProvider->SaveClob(GetGID(), AName, GetAttrValue(AName));
+}
+
+void TplPerObject::LoadClob(const std::string& AName) {
+  const TAlive alive(this);
+  const bool initializing = FInitializingBo;
+  SetInitializingBo(true);
+  TryFinally([&] { SetAttrValue(AName, FProvider->LoadClob(GetGID(), AName)); },
+             [&] {
+               if (alive) SetInitializingBo(initializing);
+             });
 }
 
 // --- the time stamp of the row ---

@@ -37,6 +37,16 @@ void TMemoryStream::Size(std::int64_t size) {
   FBytes.resize(static_cast<std::size_t>(size));
 }
 
+void TMemoryStream::Reserve(std::int64_t count) {
+  if (count > 0)
+    FBytes.reserve(static_cast<std::size_t>(FPosition) + static_cast<std::size_t>(count));
+}
+
+std::string TMemoryStream::TakeBytes() {
+  FPosition = 0;
+  return std::exchange(FBytes, {});
+}
+
 void TMemoryStream::Clear() {
   FBytes.clear();
   FPosition = 0;

@@ -17,11 +17,14 @@ class TMemoryStream : public TStream {
   void Position(std::int64_t position) override;
   std::int64_t Size() const override { return static_cast<std::int64_t>(FBytes.size()); }
   void Size(std::int64_t size) override;
+  void Reserve(std::int64_t count) override;
   std::string Name() const override { return "the memory stream"; }
 
   // All bytes; valid until the next change.
   const std::string& Bytes() const { return FBytes; }
   void Clear();
+  // The bytes themselves; the stream is empty then.
+  std::string TakeBytes();
 
   // Replace what the stream holds, with the position at the beginning, or leave it as it was when
   // they raise. A source is read from its beginning.

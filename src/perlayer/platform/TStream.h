@@ -31,6 +31,8 @@ class TStream {
   virtual std::int64_t Size() const = 0;
   // Cuts the end off, or adds zero bytes. The position stays.
   virtual void Size(std::int64_t size) = 0;
+  // `count` more bytes are going to be written: a stream in memory makes room for them at once.
+  virtual void Reserve(std::int64_t /*count*/) {}
   // The stream as messages name it: its path, or what it is.
   virtual std::string Name() const = 0;
 

@@ -30,6 +30,7 @@ class TIProviderCallBacks;
 class TIQuery;
 class TPlBoList;
 class TPlClassMetaData;
+class TStream;
 class TcmpClassMap;
 class TplPerObject;
 class TplProviderList;
@@ -186,6 +187,13 @@ class TplProvider : public TplAuthorizedObject {
   // One statement narrowed; empty when the object has changed nothing in it.
   std::string OptimizeInsertStatement(TplPerObject* AplPerObject, const std::string& ASQL);
   std::string OptimizeModifyStatement(TplPerObject* AplPerObject, const std::string& ASQL);
+  // Large objects of the class's table, by the ID of the row: see TISQLHelper. The caller's
+  // transaction covers a save. LoadBlob appends to the stream at its position and answers whether
+  // the stream has any bytes then.
+  void SaveBlob(const std::string& AGID, const std::string& ABlobFieldName, TStream* AData);
+  void SaveClob(const std::string& AGID, const std::string& AClobFieldName, std::string AData);
+  bool LoadBlob(const std::string& AGID, const std::string& ABlobFieldName, TStream* AData);
+  std::string LoadClob(const std::string& AGID, const std::string& AClobFieldName);
   // False for a statement that returns values: it keeps its columns.
   bool AllowedToOptimizeQuery(const std::string& ASQL);
   // The list becomes the statements of a block.
@@ -299,6 +307,7 @@ class TplProvider : public TplAuthorizedObject {
  private:
   void AppendActiveCondition(TIQuery* query);
   TOwned<TList> UpdateSQLList();  // not empty
+  std::string QualifiedTableName();
   template <class TNarrow>
   std::string Narrowed(const std::string& ASQL, TplPerObject* AplPerObject,
                        TIProviderOptimization optimization, TNarrow narrow);

@@ -1,14 +1,17 @@
-// The statements of TplProvider that write rows. Their texts are cut by the places of key words, as
-// class maps promise to write them; nothing parses SQL.
+// The statements of TplProvider that write rows, and large objects. Their texts are cut by the
+// places of key words, as class maps promise to write them; nothing parses SQL.
 
 #include <array>
+#include <utility>
 #include <vector>
 
 #include "perlayer/corekit/StringLists.h"
 #include "perlayer/corekit/TIQuery.h"
 #include "perlayer/corekit/TIUpdateSQL.h"
+#include "perlayer/database/TISQLHelper.h"
 #include "perlayer/object/TplPerObject.h"
 #include "perlayer/platform/Format.h"
+#include "perlayer/platform/TStream.h"
 #include "perlayer/platform/Text.h"
 #include "perlayer/provider/TcmpClassMap.h"
 #include "perlayer/provider/TplProvider.h"
@@ -230,6 +233,31 @@ std::string TplProvider::OptimizeModifyStatement(TplPerObject* AplPerObject,
   }
   if (changed.empty()) return "";
   return ASQL.substr(0, begin) + " " + JoinText(changed, ", ") + " " + ASQL.substr(where);
+}
+
+// --- large objects ---
+
+std::string TplProvider::QualifiedTableName() { return FsTableOwner + "." + GetTableName(); }
+
+void TplProvider::SaveBlob(const std::string& AGID, const std::string& ABlobFieldName,
+                           TStream* AData) {
+  TISQLHelper::SaveBlob(QualifiedTableName(), ABlobFieldName, GetIDAttrName(), AGID, AData);
+}
+
+void TplProvider::SaveClob(const std::string& AGID, const std::string& AClobFieldName,
+                           std::string AData) {
+  TISQLHelper::SaveClob(QualifiedTableName(), AClobFieldName, GetIDAttrName(), AGID,
+                        std::move(AData));
+}
+
+bool TplProvider::LoadBlob(const std::string& AGID, const std::string& ABlobFieldName,
+                           TStream* AData) {
+  TISQLHelper::LoadBlob(QualifiedTableName(), ABlobFieldName, GetIDAttrName(), AGID, AData);
+  return AData->Size() > 0;
+}
+
+std::string TplProvider::LoadClob(const std::string& AGID, const std::string& AClobFieldName) {
+  return TISQLHelper::LoadClob(QualifiedTableName(), AClobFieldName, GetIDAttrName(), AGID);
 }
 
 }  // namespace perlayer

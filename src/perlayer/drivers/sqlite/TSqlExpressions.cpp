@@ -272,6 +272,7 @@ TSqlOperand TSqlExpressions::Name(TSqlCursor& cursor) {
   if (known != nullptr) {
     result.type = known->type;
     result.derived = known->derived;
+    result.memo = known->memo;
   }
   return result;
 }
@@ -327,6 +328,7 @@ TSqlOperand TSqlExpressions::Parentheses(TSqlCursor& cursor) {
     result.type = operands[0].type;
     result.column = operands[0].column;
     result.derived = operands[0].derived;
+    result.memo = operands[0].memo;
     result.parameter = operands[0].parameter;
   }
   return result;
@@ -494,6 +496,7 @@ TSqlOperand TSqlExpressions::Predicate(TSqlCursor& cursor, const TSqlOperand& le
     const TSqlOperand pattern = Parse(cursor, level);
     WriteDate(left);
     for (const TSqlOperand& operand : {left, pattern}) {
+      WriteMemo(operand);
       if (operand.type == TSqlType::number) Wrap(operand, "to_char");
     }
     if (cursor.at < cursor.end && FTokens.Is(cursor.at, "ESCAPE")) {
@@ -549,10 +552,15 @@ void TSqlExpressions::WriteDate(const TSqlOperand& value) {
   if (value.type == TSqlType::date) Wrap(value, "date_to_char");
 }
 
+void TSqlExpressions::WriteMemo(const TSqlOperand& value) {
+  if (value.memo) FTokens.Wrap(value.first, value.behind - 1, "CAST(", " AS TEXT)");
+}
+
 void TSqlExpressions::Convert(TSqlType type, const TSqlOperand& value) {
   if (type == TSqlType::date && IsText(value)) Wrap(value, "to_date");
   if (type == TSqlType::text) {
     WriteDate(value);
+    WriteMemo(value);
     if (value.type == TSqlType::number || value.parameter >= 0) Wrap(value, "to_char");
   }
   if (type == TSqlType::number && IsText(value)) {
@@ -579,6 +587,7 @@ void TSqlExpressions::NoteBind(const TSqlOperand& operand) {
 }
 
 void TSqlExpressions::Coerce(const std::vector<TSqlOperand>& operands) {
+  for (const TSqlOperand& operand : operands) WriteMemo(operand);
   const auto any = [&](auto condition) {
     return std::any_of(operands.begin(), operands.end(), condition);
   };

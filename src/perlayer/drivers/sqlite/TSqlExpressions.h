@@ -28,6 +28,7 @@ struct TSqlOperand {
   bool column = false;  // a plain column, whose declared affinity converts what it is compared with
   int parameter = -1;   // a parameter by itself
   bool derived = false;  // a column of a query, which converts nothing
+  bool memo = false;     // a column of CLOBs, some of which may be bytes in the file
 
   bool IsEmpty() const { return first == behind; }
 };
@@ -65,6 +66,8 @@ class TSqlExpressions {
   void Convert(TSqlType type, const TSqlOperand& value);
   // Makes a date a text and leaves everything else.
   void WriteDate(const TSqlOperand& value);
+  // Makes a long CLOB, which is bytes in the file, the text that it is.
+  void WriteMemo(const TSqlOperand& value);
 
   // Parameters whose being text or number changes the translation.
   TSqlNumberBinds BindsThatMatter() const { return FBindsThatMatter; }

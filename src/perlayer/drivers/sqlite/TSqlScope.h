@@ -20,6 +20,9 @@ struct TSqlColumn {
   std::string name;
   TSqlType type = TSqlType::unknown;
   bool derived = false;  // an expression's, of a query: it converts nothing it is compared with
+  bool memo = false;     // a CLOB: its long values are bytes in the file
+
+  bool IsLarge() const { return memo || type == TSqlType::blob; }
 };
 
 // The tables of a database, as the translator asks for them.

@@ -36,11 +36,12 @@ std::size_t TSqlTranslation::SourceOffset(std::size_t offset) const {
 }
 
 TSqlTranslator::TSqlTranslator(const TStatementText& text, TSqlSchema* schema,
-                               TSqlNumberBinds numberBinds)
+                               TSqlNumberBinds numberBinds, TLargeObjects largeObjects)
     : FSchema(schema),
       FTokens(text),
       FSequences(FTokens),
-      FExpressions(FTokens, *this, FSequences, numberBinds) {}
+      FExpressions(FTokens, *this, FSequences, numberBinds),
+      FLargeObjects(largeObjects) {}
 
 TSqlTranslation TSqlTranslator::Translate() {
   while (FTokens.Count() > 0 && FTokens.Is(FTokens.Count() - 1, ";")) FTokens.Pop();
@@ -146,6 +147,7 @@ void TSqlTranslator::Statement(std::size_t at) {
     Statement(3);
     // The plan is told and nothing done.
     FStep.returns.clear();
+    FStep.largeObjects.clear();
     FStep.sequences.clear();
     FResult.locks = FResult.changesSchema = false;
     FResult.sequence.clear();

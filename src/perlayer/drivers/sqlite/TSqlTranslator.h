@@ -19,6 +19,16 @@
 
 namespace perlayer {
 
+// A column of large objects, by its name in the file.
+struct TSqlLargeColumn {
+  std::string table;
+  std::string column;
+  bool isText = false;
+};
+
+// What a statement gives of large objects: their values, or the number of the row they stand in.
+enum class TLargeObjects : std::uint8_t { values, places };
+
 struct TSqlTranslation {
   // One statement of the database.
   struct TStep {
@@ -27,6 +37,8 @@ struct TSqlTranslation {
     std::size_t source = 0;              // where it begins in the source
     std::vector<int> returns;            // the parameters that take the columns of its row
     std::vector<std::string> sequences;  // from which it takes numbers
+    // The parameters that take places of large objects, all in the row that it changes.
+    std::vector<std::pair<int, TSqlLargeColumn>> largeObjects;
   };
 
   std::string sql;
@@ -41,6 +53,8 @@ struct TSqlTranslation {
   std::vector<std::pair<std::string, TSqlType>> expressions;
   // Parameters whose being bound as text or number changes the translation.
   TSqlNumberBinds bindsThatMatter = 0;
+  // The columns that give a place instead of a value, by their names in the result.
+  std::vector<std::pair<std::string, TSqlLargeColumn>> largeColumns;
 
   // Where in the source the token stands that is at `offset` of sql.
   std::size_t SourceOffset(std::size_t offset) const;
@@ -49,7 +63,8 @@ struct TSqlTranslation {
 class TSqlTranslator : private TSqlSubqueries {
  public:
   // `schema` tells the columns' types and may be nullptr. Keeps references.
-  TSqlTranslator(const TStatementText& text, TSqlSchema* schema, TSqlNumberBinds numberBinds = 0);
+  TSqlTranslator(const TStatementText& text, TSqlSchema* schema, TSqlNumberBinds numberBinds = 0,
+                 TLargeObjects largeObjects = TLargeObjects::values);
 
   // Raises EDatabaseError, naming construct, line and column, for what cannot be said. To be called
   // once.
@@ -67,6 +82,8 @@ class TSqlTranslator : private TSqlSubqueries {
   // Takes RETURNING ... INTO off the statement's end; to be said once the table is known.
   TSqlRange TakeReturning(std::size_t at);
   void Returning(TSqlRange returning, const TSqlScope::TTable& table);
+  void TakePlaces(const std::vector<TSqlRange>& returned, TSqlScope& scope,
+                  const TSqlScope::TTable& table);
   void Where(std::size_t at, TSqlScope& scope, const TSqlScope::TTable& table);
 
   void Definition(std::size_t at);
@@ -91,6 +108,10 @@ class TSqlTranslator : private TSqlSubqueries {
   TQueryColumns SelectList(TSqlCursor& cursor, TColumns wanted, const TTargets* targets);
   std::string NameItem(const TSqlOperand& item, const TSqlCursor& cursor);
   void AppendStar(std::size_t star, TSqlScope& scope, TQueryColumns& columns) const;
+  std::string Place(const TSqlScope::TTable& table, const TSqlColumn& column,
+                    const std::string& shown);
+  void PlacesOfStar(const TSqlOperand& item, std::size_t star, TSqlScope& scope);
+  void PlaceOfColumn(const TSqlOperand& item, const TSqlCursor& cursor, const std::string& shown);
   bool ShowsDual(const TSqlClauses& clauses) const;
   void DerivedTable(std::size_t& at, std::size_t end, TSqlScope& scope);
   void From(std::size_t at, std::size_t end, TSqlScope& scope);
@@ -113,6 +134,8 @@ class TSqlTranslator : private TSqlSubqueries {
   TSqlTranslation::TStep FStep;
   int FDepth = 0;
   const TTargets* FTargets = nullptr;  // of the columns that the query read next is written to
+  const TLargeObjects FLargeObjects;
+  bool FShowsPlaces = false;  // the select list that is read does
 };
 
 // The translation by itself, without knowledge of any table; for people to read.

@@ -154,6 +154,8 @@ TSqlTranslator::TQueryColumns TSqlTranslator::SelectPart(TSqlRange part, TSqlSco
     FTokens[cursor.at].out = "DISTINCT";
   }
   cursor.end = clauses.from;
+  FShowsPlaces =
+      FLargeObjects == TLargeObjects::places && single && wanted == TColumns::shown && FDepth == 1;
   TQueryColumns columns = SelectList(cursor, wanted, targets);
   cursor.end = part.behind;
   FExpressions.Walk(cursor);
@@ -209,6 +211,7 @@ void TSqlTranslator::ForUpdate(std::size_t at) {
 TSqlTranslator::TQueryColumns TSqlTranslator::SelectList(TSqlCursor& cursor, TColumns wanted,
                                                          const TTargets* targets) {
   TQueryColumns columns;
+  const bool showsPlaces = std::exchange(FShowsPlaces, false);  // not the queries' inside
   std::size_t target = 0;
   while (cursor.at < cursor.end) {
     const TSqlOperand item = FExpressions.Parse(cursor);
@@ -217,6 +220,7 @@ TSqlTranslator::TQueryColumns TSqlTranslator::SelectList(TSqlCursor& cursor, TCo
     if (item.IsEmpty()) {
       if (wanted != TColumns::unnamed && FTokens.Is(cursor.at, "*")) {
         AppendStar(cursor.at, cursor.scope, columns);
+        if (showsPlaces) PlacesOfStar(item, cursor.at, cursor.scope);
       }
       ++cursor.at;
       continue;
@@ -228,10 +232,12 @@ TSqlTranslator::TQueryColumns TSqlTranslator::SelectList(TSqlCursor& cursor, TCo
       if (columns.empty()) columns.push_back({"", item.type, true});
     } else if (isStar) {
       AppendStar(item.behind - 1, cursor.scope, columns);
+      if (showsPlaces) PlacesOfStar(item, item.behind - 1, cursor.scope);
     } else if (wanted == TColumns::typed) {
       columns.push_back({"", item.type, true});
     } else if (const std::string name = NameItem(item, cursor); !name.empty()) {
-      columns.push_back({name, item.type, item.derived || !item.column});
+      columns.push_back({name, item.type, item.derived || !item.column, item.memo});
+      if (showsPlaces && item.column) PlaceOfColumn(item, cursor, name);
       const bool isKnown = item.type != TSqlType::unknown && item.type != TSqlType::null;
       if (wanted == TColumns::shown && isKnown && columns.back().derived) {
         FResult.expressions.emplace_back(name, item.type);
@@ -253,6 +259,65 @@ void TSqlTranslator::AppendStar(std::size_t star, TSqlScope& scope, TQueryColumn
     if (qualified && name != FTokens[star - 2].name) continue;
     const std::vector<TSqlColumn>& known = scope.ColumnsOf(table);
     columns.insert(columns.end(), known.begin(), known.end());
+  }
+}
+
+// What the number of the row is said by where a large object stands. The value is not read for it.
+std::string TSqlTranslator::Place(const TSqlScope::TTable& table, const TSqlColumn& column,
+                                  const std::string& shown) {
+  const std::string file = FileName(table.owner, table.name);
+  const std::string row = QuotedName(table.alias.empty() ? file : table.alias) + ".";
+  FResult.largeColumns.push_back({shown, {file, column.name, column.memo}});
+  return "CASE WHEN typeof(" + row + QuotedName(column.name) + ") = 'null' THEN NULL ELSE " + row +
+         "_rowid_ END";
+}
+
+// "*" or TABLE.* spelt out, when all its columns are those of tables.
+void TSqlTranslator::PlacesOfStar(const TSqlOperand& item, std::size_t star, TSqlScope& scope) {
+  const bool qualified = star > 1 && FTokens.Is(star - 1, ".");
+  std::string list;
+  for (TSqlScope::TTable& table : scope.Tables()) {
+    const std::string& name = table.alias.empty() ? table.name : table.alias;
+    if (qualified && name != FTokens[star - 2].name) continue;
+    const std::vector<TSqlColumn>& columns = scope.ColumnsOf(table);
+    const bool isTable =
+        !table.name.empty() && (!table.owner.empty() || scope.NamedQuery(table.name) == nullptr);
+    if (columns.empty() || !isTable) return;
+    const std::string row =
+        QuotedName(table.alias.empty() ? FileName(table.owner, table.name) : name) + ".";
+    for (const TSqlColumn& column : columns) {
+      list += list.empty() ? "" : ", ";
+      list += column.IsLarge() ? Place(table, column, column.name) + " AS "
+                               : row + QuotedName(column.name) + " AS ";
+      list += QuotedName(column.name);
+    }
+  }
+  if (list.empty()) return;
+  if (!item.IsEmpty()) FTokens.Hide(item.first, star);
+  FTokens[star].out = list;
+}
+
+// The item is a plain column, of whichever of the tables.
+void TSqlTranslator::PlaceOfColumn(const TSqlOperand& item, const TSqlCursor& cursor,
+                                   const std::string& shown) {
+  const std::size_t last = item.behind - 1;
+  const bool qualified = last > item.first + 1 && FTokens.Is(last - 1, ".");
+  for (TSqlScope::TTable& table : cursor.scope.Tables()) {
+    const std::string& name = table.alias.empty() ? table.name : table.alias;
+    if (qualified && FTokens[last - 2].name != name) continue;
+    if (table.owner.empty() && cursor.scope.NamedQuery(table.name) != nullptr) continue;
+    for (const TSqlColumn& column : cursor.scope.ColumnsOf(table)) {
+      if (table.name.empty() || !column.IsLarge() || !SameText(column.name, FTokens[last].name)) {
+        continue;
+      }
+      const std::string place = Place(table, column, shown);
+      FTokens.Hide(item.first, last);
+      FTokens[last].out = place;
+      if (cursor.at >= cursor.end || FTokens.Is(cursor.at, ",")) {
+        FTokens[last].after += " AS " + QuotedName(shown);
+      }
+      return;
+    }
   }
 }
 

@@ -1,5 +1,7 @@
 // INSERT, UPDATE and DELETE, and what they return.
 
+#include <utility>
+
 #include "perlayer/drivers/sqlite/TSqlRownum.h"
 #include "perlayer/drivers/sqlite/TSqlTranslator.h"
 #include "perlayer/platform/Text.h"
@@ -161,10 +163,38 @@ void TSqlTranslator::Returning(TSqlRange returning, const TSqlScope::TTable& tab
     if (!isParameter) FTokens.Refuse(target.first, "a parameter is expected here");
     FStep.returns.push_back(FTokens[target.first].parameter);
   }
-  if (SplitAtCommas(FTokens, {first, into}).size() != FStep.returns.size()) {
+  const std::vector<TSqlRange> returned = SplitAtCommas(FTokens, {first, into});
+  if (returned.size() != FStep.returns.size()) {
     FTokens.Refuse(into, "as many parameters as columns are expected");
   }
+  if (FLargeObjects == TLargeObjects::places) {
+    TakePlaces(returned, scope, table);
+    if (FStep.returns.empty()) FTokens.Hide(first - 1, into);
+  }
   FTokens.Hide(into, returning.behind);
+}
+
+// Takes the columns of large objects off those that are returned: whoever asks for places is told
+// the row. The database would read the values from before the statement to return the new ones.
+void TSqlTranslator::TakePlaces(const std::vector<TSqlRange>& returned, TSqlScope& scope,
+                                const TSqlScope::TTable& table) {
+  const std::vector<int> parameters = std::exchange(FStep.returns, {});
+  for (std::size_t i = 0; i < returned.size(); ++i) {
+    const auto [first, behind] = returned[i];
+    std::size_t at = first;
+    while (at + 1 < behind && FTokens[at].hidden) ++at;
+    const bool isName = at + 1 == behind && FTokens[at].IsName();
+    const TSqlColumn* column = isName ? scope.Column("", FTokens[at].name) : nullptr;
+    if (i > 0) FTokens.Hide(first - 1, first);  // the comma
+    if (column != nullptr && column->IsLarge()) {
+      FTokens.Hide(first, behind);
+      FStep.largeObjects.push_back(
+          {parameters[i], {FileName(table.owner, table.name), column->name, column->memo}});
+    } else {
+      if (!FStep.returns.empty()) FTokens[first].before = "," + FTokens[first].before;
+      FStep.returns.push_back(parameters[i]);
+    }
+  }
 }
 
 }  // namespace perlayer

@@ -8,6 +8,7 @@
 #include "perlayer/drivers/sqlite/SqliteErrors.h"
 #include "perlayer/drivers/sqlite/SqliteRaw.h"
 #include "perlayer/drivers/sqlite/TSqlTranslator.h"
+#include "perlayer/drivers/sqlite/TSqliteLargeObject.h"
 #include "perlayer/platform/Text.h"
 
 namespace perlayer {
@@ -21,7 +22,9 @@ TSqliteSession::TSqliteSession(const std::string& fileName, const TSqliteOptions
   Open();
 }
 
-TSqliteSession::~TSqliteSession() = default;
+TSqliteSession::~TSqliteSession() {
+  for (TSqliteLargeObject* object : FLargeObjects) object->SessionEnds();
+}
 
 void TSqliteSession::Open() {
   // One thread uses the connection: its own mutex would only cost.
@@ -73,7 +76,12 @@ void TSqliteSession::Run(const char* sql, const std::string& statement) {
 
 TDriverStatement* TSqliteSession::Take(const TStatementTextPtr& text) {
   CheckThread();
-  return FCache.Take(text);
+  return FCache.Take(text, TLargeObjects::values);
+}
+
+TDriverStatement* TSqliteSession::TakeForLargeObjects(const TStatementTextPtr& text) {
+  CheckThread();
+  return FCache.Take(text, TLargeObjects::places);
 }
 
 void TSqliteSession::GiveBack(TDriverStatement* statement) noexcept {
@@ -106,7 +114,8 @@ std::vector<TSqlColumn> TSqliteSession::Columns(const std::string& table) {
   std::vector<TSqlColumn> columns;
   // A failure means no columns: the statement that is being translated will tell it.
   ForEachColumn(table, [&](const char* name, std::optional<TColumnType> type, int) {
-    columns.push_back({name, type ? SqlTypeOf(*type) : TSqlType::unknown});
+    columns.push_back(
+        {name, type ? SqlTypeOf(*type) : TSqlType::unknown, false, type == TColumnType::memo});
   });
   return columns;
 }
@@ -147,6 +156,7 @@ bool TSqliteSession::BeginWrite(const std::string& statement, int waitMillisecon
   }
   // Later writes too: a cursor gives the rows as they were when it was opened.
   ReadCursorsAhead();
+  CloseLargeObjects();
   if (FTransaction == TTransaction::writing) return false;
   const bool opens = FTransaction == TTransaction::none;
   if (!opens)
@@ -171,6 +181,33 @@ void TSqliteSession::StatementFailed(bool openedTransaction) noexcept {
     EndTransaction();
   } else if (FTransaction != TTransaction::none && sqlite3_get_autocommit(Database()) != 0) {
     FTransaction = TTransaction::lost;
+  }
+}
+
+void TSqliteSession::CloseLargeObjects() noexcept {
+  for (TSqliteLargeObject* object : FLargeObjects) object->Close();
+}
+
+bool TSqliteSession::Mark() {
+  CheckThread();
+  if (BeginWrite("")) return true;
+  MarkStatement("");
+  return false;
+}
+
+void TSqliteSession::Keep(bool opened) {
+  CheckThread();
+  CloseLargeObjects();
+  if (!opened) KeepStatement("");
+}
+
+void TSqliteSession::Undo(bool opened) noexcept {
+  CloseLargeObjects();
+  if (opened) {
+    EndTransaction();
+  } else {
+    UndoStatement();
+    StatementFailed(false);
   }
 }
 
@@ -221,6 +258,8 @@ void TSqliteSession::NumbersFailed(TTransaction before) noexcept {
 // Rolls back what is open. Should even that fail, the session is left as one that has lost its
 // transaction.
 void TSqliteSession::EndTransaction() noexcept {
+  CloseLargeObjects();
+  ++FTransactionsEnded;
   if (sqlite3_get_autocommit(Database()) == 0) {
     sqlite3_exec(Database(), "ROLLBACK", nullptr, nullptr, nullptr);
   }
@@ -248,6 +287,7 @@ void TSqliteSession::Commit() {
                            "the transaction was given up after an earlier failure", "");
     }
     ReadCursorsAhead();
+    CloseLargeObjects();
     const int code = sqlite3_exec(Database(), "COMMIT", nullptr, nullptr, nullptr);
     if (code != SQLITE_OK) {
       // Whether the log has reached the disk, nobody knows after an I/O error.
@@ -260,6 +300,7 @@ void TSqliteSession::Commit() {
     throw;
   }
   FTransaction = TTransaction::none;
+  ++FTransactionsEnded;
   FSchemaChanged = false;
   FSequences.Committed();
 }

@@ -25,6 +25,7 @@
 #include <cstdint>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "perlayer/corekit/TDriver.h"
 #include "perlayer/drivers/sqlite/SqliteFunctions.h"
@@ -35,6 +36,8 @@
 struct sqlite3;
 
 namespace perlayer {
+
+class TSqliteLargeObject;
 
 struct TSqliteOptions {
   int busyTimeoutMilliseconds = 5000;
@@ -48,7 +51,11 @@ class TSqliteSession final : public TDriverSession, private TSqlSchema {
   ~TSqliteSession() override;  // an open transaction is rolled back
 
   TDriverStatement* Take(const TStatementTextPtr& text) override;
+  TDriverStatement* TakeForLargeObjects(const TStatementTextPtr& text) override;
   void GiveBack(TDriverStatement* statement) noexcept override;
+  bool Mark() override;
+  void Keep(bool opened) override;
+  void Undo(bool opened) noexcept override;
   void Begin() override;
   void Commit() override;
   void Rollback() override;
@@ -61,6 +68,7 @@ class TSqliteSession final : public TDriverSession, private TSqlSchema {
 
  private:
   friend class TSqliteStatement;
+  friend class TSqliteLargeObject;
   enum class TTransaction { none, reading, writing, lost };
 
   // For statements.
@@ -85,6 +93,14 @@ class TSqliteSession final : public TDriverSession, private TSqlSchema {
   void SchemaChanged() noexcept;
   // Raised by each change of tables that this session makes or rolls back.
   std::uint64_t SchemaVersion() const { return FSchemaVersion; }
+
+  // For large objects. Each is closed before every other use of the file that it would stand in the
+  // way of, and opens itself again.
+  void Add(TSqliteLargeObject* object) { FLargeObjects.push_back(object); }
+  void Remove(const TSqliteLargeObject* object) noexcept { std::erase(FLargeObjects, object); }
+  void CloseLargeObjects() noexcept;
+  // How many transactions have ended.
+  std::uint64_t TransactionsEnded() const { return FTransactionsEnded; }
 
   std::vector<TSqlColumn> Columns(const std::string& table) override;
   // Calls take(name, type, size) for each column; the type is nothing when its declaration tells
@@ -111,7 +127,9 @@ class TSqliteSession final : public TDriverSession, private TSqlSchema {
   TSqliteStatementCache FCache;  // goes before the handle
   TTransaction FTransaction = TTransaction::none;
   int FOpenCursors = 0;
-  bool FSchemaChanged = false;  // in the open transaction
+  std::uint64_t FTransactionsEnded = 0;
+  std::vector<TSqliteLargeObject*> FLargeObjects;  // those that somebody holds
+  bool FSchemaChanged = false;                     // in the open transaction
   std::uint64_t FSchemaVersion = 0;
   TSqliteClock FClock;
 };

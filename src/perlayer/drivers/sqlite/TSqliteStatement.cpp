@@ -7,15 +7,50 @@
 #include <cmath>
 
 #include "perlayer/drivers/sqlite/SqliteErrors.h"
+#include "perlayer/drivers/sqlite/TSqliteLargeObject.h"
 #include "perlayer/drivers/sqlite/TSqliteSession.h"
 #include "perlayer/platform/Exception.h"
 
 namespace perlayer {
 
+namespace {
+
+// The row that a step with large objects changes. The database tells it while the step runs; to
+// have it returned, it would read the row's old values, the large objects among them.
+class TChangedRow {
+ public:
+  TChangedRow(sqlite3* database, const TSqlTranslation::TStep& step) : FDatabase(database) {
+    if (step.largeObjects.empty()) return;
+    FTable = step.largeObjects.front().second.table.c_str();
+    sqlite3_update_hook(FDatabase, Changed, this);
+  }
+  ~TChangedRow() {
+    if (FTable != nullptr) sqlite3_update_hook(FDatabase, nullptr, nullptr);
+  }
+  TChangedRow(const TChangedRow&) = delete;
+  TChangedRow& operator=(const TChangedRow&) = delete;
+
+  int count = 0;
+  std::optional<std::int64_t> row;  // the first
+
+ private:
+  static void Changed(void* self, int, const char*, const char* table, sqlite3_int64 row) {
+    auto& changed = *static_cast<TChangedRow*>(self);
+    if (sqlite3_stricmp(table, changed.FTable) != 0) return;  // by a foreign key, say
+    if (++changed.count == 1) changed.row = row;
+  }
+
+  sqlite3* const FDatabase;
+  const char* FTable = nullptr;
+};
+
+}  // namespace
+
 TSqliteStatement::TSqliteStatement(TSqliteSession& session, TStatementTextPtr text,
-                                   std::shared_ptr<TShared> shared)
+                                   TLargeObjects largeObjects, std::shared_ptr<TShared> shared)
     : FSession(session),
       FText(std::move(text)),
+      FLargeObjects(largeObjects),
       FShared(std::move(shared)),
       FSchemaVersion(session.SchemaVersion()),
       FBinds(FText->Parameters().size()) {
@@ -23,11 +58,16 @@ TSqliteStatement::TSqliteStatement(TSqliteSession& session, TStatementTextPtr te
   Prepare(FShared->translation);
 }
 
+TSqlTranslation TSqliteStatement::TranslateFor(TSqlNumberBinds numbers) {
+  return TSqlTranslator(*FText, &FSession, numbers, FLargeObjects).Translate();
+}
+
 std::shared_ptr<TSqliteStatement::TShared> TSqliteStatement::Translate() {
   auto shared = std::make_shared<TShared>();
-  shared->translation = TSqlTranslator(*FText, &FSession).Translate();
+  shared->translation = TranslateFor(0);
   for (const TSqlTranslation::TStep& step : shared->translation.steps) {
     shared->returns.insert(shared->returns.end(), step.returns.begin(), step.returns.end());
+    for (const auto& [parameter, column] : step.largeObjects) shared->returns.push_back(parameter);
   }
   return shared;
 }
@@ -54,10 +94,11 @@ void TSqliteStatement::Prepare(const TSqlTranslation& translation) {
 }
 
 TRawStatement TSqliteStatement::PreparePart(const TSqlTranslation& translation, std::size_t step) {
-  const auto& [offset, length, source, returns, sequences] = translation.steps[step];
+  const std::size_t offset = translation.steps[step].offset;
+  const std::string_view sql =
+      std::string_view(translation.sql).substr(offset, translation.steps[step].length);
   int code = SQLITE_OK;
-  TRawStatement part = PrepareRaw(
-      FSession.Database(), std::string_view(translation.sql).substr(offset, length), code, true);
+  TRawStatement part = PrepareRaw(FSession.Database(), sql, code, true);
   if (code != SQLITE_OK) {
     const int at = sqlite3_error_offset(FSession.Database());
     std::string place;
@@ -148,7 +189,7 @@ void TSqliteStatement::PrepareForBinds() {
   if (numbers == 0) {
     Prepare(FShared->translation);
   } else {
-    Prepare(TSqlTranslator(*FText, &FSession, numbers).Translate());
+    Prepare(TranslateFor(numbers));
   }
   FNumberBinds = numbers;
   for (std::size_t i = 0; i < FBinds.size(); ++i) Apply(i);
@@ -229,6 +270,7 @@ bool TSqliteStatement::RunParts() {
   const bool marked =
       !FReadOnly && !FOpenedTransaction && (FParts.size() > 1 || !Returns().empty());
   FReturned.clear();
+  FPlaces.clear();
   if (marked) FSession.MarkStatement(FText->Text());
   try {
     for (std::size_t i = 0; i < FParts.size(); ++i) RunPart(i);
@@ -256,6 +298,7 @@ void TSqliteStatement::RunPart(std::size_t part) {
   for (const int parameter : step.returns) KeepReturned(parameter, TCell());
   int rows = 0;
   int code = SQLITE_OK;
+  TChangedRow changed(FSession.Database(), step);
   while ((code = sqlite3_step(statement)) == SQLITE_ROW) {
     if (++rows > 1) continue;
     for (std::size_t i = 0; i < step.returns.size(); ++i) {
@@ -263,6 +306,10 @@ void TSqliteStatement::RunPart(std::size_t part) {
       ReadSqliteCell(statement, static_cast<int>(i), cell);
       KeepReturned(step.returns[i], cell);
     }
+  }
+  for (const auto& [parameter, column] : step.largeObjects) {
+    rows = changed.count;
+    FPlaces.push_back({parameter, &column, changed.row});
   }
   if (code != SQLITE_DONE) throw SqliteError(FSession.Database(), code, FText->Text(), place());
   FRowsAffected += sqlite3_changes64(FSession.Database());
@@ -310,6 +357,42 @@ void TSqliteStatement::Returned(int parameter, TCell& cell) {
   }
 }
 
+std::unique_ptr<TDriverLargeObject> TSqliteStatement::OpenReturned(int parameter) {
+  for (const auto& [place, column, row] : FPlaces) {
+    if (place != parameter) continue;
+    if (row == std::nullopt) return nullptr;
+    return std::make_unique<TSqliteLargeObject>(FSession, *column, *row, true);
+  }
+  throw EDatabaseError(TDatabaseErrorKind::other, SQLITE_MISMATCH,
+                       "what is returned into " +
+                           FText->Parameters()[static_cast<std::size_t>(parameter)] +
+                           " is no large object",
+                       FText->Text());
+}
+
+std::unique_ptr<TDriverLargeObject> TSqliteStatement::OpenLargeObject(int column) {
+  const std::string name = Layout()->columns[static_cast<std::size_t>(column)].name;
+  const TSqlTranslation& translation = FShared->translation;
+  for (const auto& [shown, large] : translation.largeColumns) {
+    if (shown != name) continue;
+    TCell row;
+    ReadCell(column, row);
+    if (row.kind == TCellKind::null) return nullptr;
+    return std::make_unique<TSqliteLargeObject>(FSession, large, row.integer, translation.locks);
+  }
+  throw EDatabaseError(TDatabaseErrorKind::other, SQLITE_MISMATCH,
+                       name + " is no column of large objects", FText->Text());
+}
+
+// A column that holds no blobs holds texts: a long CLOB is bytes in the file.
+void TSqliteStatement::CellOfBytes(int column, TCell& cell) {
+  const std::vector<TColumnInfo>& columns = Layout()->columns;
+  const auto index = static_cast<std::size_t>(column);
+  if (index < columns.size() && columns[index].type != TColumnType::blob) {
+    cell.kind = TCellKind::text;
+  }
+}
+
 // A query that takes numbers of sequences writes them, and so is read to its end before it gives
 // its first row.
 bool TSqliteStatement::RunForNumbers() {
@@ -354,6 +437,7 @@ void TSqliteStatement::Reset() noexcept {
   }
   FRows.reset();
   if (!FReturned.empty()) FReturned.clear();
+  FPlaces.clear();
   FRun = TRun::idle;
   ++FRunNumber;
 }
@@ -400,7 +484,7 @@ std::shared_ptr<const TColumnLayout> TSqliteStatement::MakeLayout() {
     }
     if (type == TSqlType::unknown && FRun == TRun::row) {
       TCell cell;
-      Cell(i, cell);
+      ReadCell(i, cell);
       const bool isNumber = cell.kind == TCellKind::integer || cell.kind == TCellKind::number;
       type = isNumber                       ? TSqlType::number
              : cell.kind == TCellKind::blob ? TSqlType::blob

@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,7 +42,7 @@ class TSqliteStatement final : public TDriverStatement {
 
   // Translates, when `shared` is nullptr, and prepares. Raises EDatabaseError. The session owns the
   // statement and outlives it.
-  TSqliteStatement(TSqliteSession& session, TStatementTextPtr text,
+  TSqliteStatement(TSqliteSession& session, TStatementTextPtr text, TLargeObjects largeObjects,
                    std::shared_ptr<TShared> shared);
   ~TSqliteStatement() override;
   TSqliteStatement(const TSqliteStatement&) = delete;
@@ -57,15 +58,15 @@ class TSqliteStatement final : public TDriverStatement {
   std::int64_t RowsAffected() const override { return FRowsAffected; }
   const std::vector<int>& Returns() const override { return FShared->returns; }
   void Returned(int parameter, TCell& cell) override;
+  std::unique_ptr<TDriverLargeObject> OpenReturned(int parameter) override;
+  std::unique_ptr<TDriverLargeObject> OpenLargeObject(int column) override;
   std::shared_ptr<const TColumnLayout> Layout() override;
   void Cell(int column, TCell& cell) override {
-    if (FRows == nullptr) {
-      ReadSqliteCell(FStatement, column, cell);
-    } else {
-      FRows->Cell(column, cell);
-    }
+    ReadCell(column, cell);
+    if (cell.kind == TCellKind::blob) CellOfBytes(column, cell);
   }
 
+  TLargeObjects LargeObjects() const { return FLargeObjects; }
   const TStatementTextPtr& Text() const { return FText; }
   const std::shared_ptr<TShared>& Shared() const { return FShared; }
   // It stands on a row and keeps the session's read open.
@@ -89,7 +90,22 @@ class TSqliteStatement final : public TDriverStatement {
     TCell cell;
     std::string bytes;  // of a text or blob
   };
+  // Where the large object stands that was returned into a parameter; no row was none.
+  struct TPlace {
+    int parameter;
+    const TSqlLargeColumn* column;  // of FShared
+    std::optional<std::int64_t> row;
+  };
 
+  void ReadCell(int column, TCell& cell) {
+    if (FRows == nullptr) {
+      ReadSqliteCell(FStatement, column, cell);
+    } else {
+      FRows->Cell(column, cell);
+    }
+  }
+  void CellOfBytes(int column, TCell& cell);
+  TSqlTranslation TranslateFor(TSqlNumberBinds numbers);
   std::shared_ptr<TShared> Translate();
   void Renew();
   void Prepare(const TSqlTranslation& translation);
@@ -108,6 +124,7 @@ class TSqliteStatement final : public TDriverStatement {
 
   TSqliteSession& FSession;
   const TStatementTextPtr FText;
+  const TLargeObjects FLargeObjects;
   std::shared_ptr<TShared> FShared;
   std::uint64_t FSchemaVersion;  // the session's that the translation goes by
   std::vector<TRawStatement> FParts;
@@ -117,6 +134,7 @@ class TSqliteStatement final : public TDriverStatement {
   TShape FShape = TShape::rows;
   std::unique_ptr<TSqliteRows> FRows;  // when read ahead
   std::deque<TReturned> FReturned;     // what is bound stays where it is
+  std::vector<TPlace> FPlaces;
   std::vector<TBind> FBinds;
   TSqlNumberBinds FNumberBinds = 0;  // those among the binds that matter
   std::uint32_t FRunNumber = 1;

@@ -2,13 +2,17 @@
 
 namespace perlayer {
 
-TSqliteStatement* TSqliteStatementCache::Take(const TStatementTextPtr& text) {
+TSqliteStatement* TSqliteStatementCache::Take(const TStatementTextPtr& text,
+                                              TLargeObjects largeObjects) {
   std::shared_ptr<TSqliteStatement::TShared> shared;
   const auto [first, last] = FByHash.equal_range(text->Hash());
   for (auto found = first; found != last; ++found) {
     TEntry& entry = *found->second;
     const TStatementTextPtr& kept = entry.statement.Text();
-    if (entry.outdated || (kept != text && kept->Text() != text->Text())) continue;
+    if (entry.outdated || entry.statement.LargeObjects() != largeObjects ||
+        (kept != text && kept->Text() != text->Text())) {
+      continue;
+    }
     if (!entry.out) {
       entry.out = true;
       FEntries.splice(FEntries.begin(), FEntries, found->second);
@@ -16,7 +20,7 @@ TSqliteStatement* TSqliteStatementCache::Take(const TStatementTextPtr& text) {
     }
     shared = entry.statement.Shared();
   }
-  FEntries.emplace_front(FSession, text, std::move(shared));
+  FEntries.emplace_front(FSession, text, largeObjects, std::move(shared));
   try {
     FByHash.emplace(text->Hash(), FEntries.begin());
   } catch (...) {

@@ -19,7 +19,7 @@ class TSqliteStatementCache {
   TSqliteStatementCache(TSqliteSession& session, std::size_t capacity)
       : FSession(session), FCapacity(capacity) {}
 
-  TSqliteStatement* Take(const TStatementTextPtr& text);
+  TSqliteStatement* Take(const TStatementTextPtr& text, TLargeObjects largeObjects);
   void GiveBack(TSqliteStatement* statement) noexcept;
   // Statements prepared so far are of no use any more: each goes when it is not out.
   void Outdate() noexcept;
@@ -32,9 +32,9 @@ class TSqliteStatementCache {
 
  private:
   struct TEntry {
-    TEntry(TSqliteSession& session, const TStatementTextPtr& text,
+    TEntry(TSqliteSession& session, const TStatementTextPtr& text, TLargeObjects largeObjects,
            std::shared_ptr<TSqliteStatement::TShared> shared)
-        : statement(session, text, std::move(shared)) {}
+        : statement(session, text, largeObjects, std::move(shared)) {}
     TSqliteStatement statement;
     bool out = true;
     bool outdated = false;
