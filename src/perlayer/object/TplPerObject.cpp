@@ -114,16 +114,12 @@ std::string TplPerObject::GetCalcAttrValue(const std::string& AName) {
   return UpperCase(AName) == "DESCRIPTION" ? GetTextDescription() : std::string();
 }
 
-namespace {
-// A date as attributes tell it: a negative one with a time of day is no value.
-TDateTime DateOfText(const std::string& text) {
+// A negative date with a time of day is no value.
+TDateTime TplPerObject::DateOfText(std::string_view AText) {
   TDateTime value;
-  if (text.empty() || !TryStrToDateTime(text, value, FrozenFormatSettings())) {
-    return TplPerObject::kNoDate;
-  }
-  return value < 0 && TimePart(value) != 0 ? TplPerObject::kNoDate : value;
+  if (AText.empty() || !TryStrToDateTime(AText, value, FrozenFormatSettings())) return kNoDate;
+  return value < 0 && TimePart(value) != 0 ? kNoDate : value;
 }
-}  // namespace
 
 double TplPerObject::GetAttrValueAsFloat(const std::string& AName) {
   const std::string text = GetAttrValue(AName);

@@ -313,8 +313,15 @@ class TplPerObject : public TplDomainObject {
   std::string GetAttrValueAsFormatedDate(const std::string& AName);  // without seconds
   // Unassigned for attributes that are no text, float or date.
   Variant GetAttrValueAsVariant(const std::string& AName);
+  // The date that a stored text tells, kNoDate when it is none.
+  static TDateTime DateOfText(std::string_view AText);
   double GetAttrOldValueAsFloat(const std::string& AName);
   TDateTime GetAttrOldValueAsDate(const std::string& AName);
+  // For what reads many objects: whether this object's class leaves GetAttrValue and GetMetaData as
+  // they are here. Then GetAttrValue of a real attribute answers its stored value.
+  bool TellsStoredValues() const { return (ClassType().Facts() & kTellsStoredValues) != 0; }
+  // Lives until the object is written to. Raises EListError outside the store.
+  std::string_view StoredValue(int AIndex) const { return data.ValueView(AIndex); }
   int AttrCount();
   std::string AttrName(int AIndex);
   bool AttrExists(const std::string& AName);
@@ -376,6 +383,21 @@ class TplPerObject : public TplDomainObject {
   const TCalcAttrValueProc& OnCalcAttribute() const;
   void OnCalcAttribute(TCalcAttrValueProc event);
 
+  // For TClass: what there is to know of a class T of objects.
+  template <class T>
+  static constexpr std::uint32_t ClassFacts() {
+    using TReads = std::string (TplPerObject::*)(const std::string&);
+    using TDescribes = TPlClassMetaData* (TplPerObject::*)();
+    // A member that nobody between T and here has declared is a member of this class.
+    if constexpr (requires {
+                    requires std::is_same_v<decltype(&T::GetAttrValue), TReads>;
+                    requires std::is_same_v<decltype(&T::GetMetaData), TDescribes>;
+                  }) {
+      return kTellsStoredValues;
+    }
+    return 0;
+  }
+
   // Bytes that this object takes, its values included.
   std::size_t MemoryUsed() const { return ClassType().InstanceSize() + data.MemoryUsed(); }
 
@@ -404,6 +426,7 @@ class TplPerObject : public TplDomainObject {
   struct TEndEdits {
     void operator()(TObjectEdits* edits) const noexcept;
   };
+  static constexpr std::uint32_t kTellsStoredValues = 1;
   double NoFloat() const { return FbEmptyFloatReturnsZero ? 0.0 : kNoFloat; }
 
   template <class TCopy>

@@ -38,7 +38,8 @@ class TClass {
   static TClass Describe(const char* name);
 
   TClass(const char* name, const TClass* parent, const std::type_info& info, std::size_t size,
-         TObject* (*factory)(), std::span<const TInterfaceEntry> (*interfaces)());
+         TObject* (*factory)(), std::span<const TInterfaceEntry> (*interfaces)(),
+         std::uint32_t facts = 0);
   TClass(const TClass&) = delete;
   TClass& operator=(const TClass&) = delete;
 
@@ -47,6 +48,9 @@ class TClass {
   const std::type_info& TypeInfo() const { return *FInfo; }
   std::size_t InstanceSize() const { return FSize; }
   bool IsAbstract() const { return FFactory == nullptr; }
+  // What a base class has found out about this class when it was compiled: bits of the base's own,
+  // which it answers in a static member template ClassFacts<Self>(). 0 where no base does.
+  std::uint32_t Facts() const { return FFacts; }
 
   // True for the class itself and for each of its ancestors. Takes constant time.
   bool InheritsFrom(const TClass& other) const {
@@ -66,6 +70,7 @@ class TClass {
   std::size_t FSize;
   TObject* (*FFactory)();
   std::span<const TInterfaceEntry> (*FInterfaces)();
+  std::uint32_t FFacts;
   int FDepth;
   std::array<const TClass*, kMaxDepth + 1> FLine;  // ancestors from the root down, itself last
 };
@@ -81,7 +86,11 @@ TClass TClass::Describe(const char* name) {
   if constexpr (!std::is_abstract_v<Self>) {
     factory = []() -> TObject* { return new Self(); };
   }
-  return TClass(name, parent, typeid(Self), sizeof(Self), factory, &Self::InterfaceTable);
+  std::uint32_t facts = 0;
+  if constexpr (requires { Self::template ClassFacts<Self>(); }) {
+    facts = Self::template ClassFacts<Self>();
+  }
+  return TClass(name, parent, typeid(Self), sizeof(Self), factory, &Self::InterfaceTable, facts);
 }
 
 }  // namespace perlayer

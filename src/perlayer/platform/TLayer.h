@@ -41,6 +41,7 @@ enum class TLayerPart : std::size_t {
   log,               // ILog
   iniDirectory,      // TIniFile::UserDirectory
   formatSettings,    // TFormatSettings
+  collation,         // TCollation
   clock,             // TClock
   count
 };

@@ -9,12 +9,14 @@
 namespace perlayer {
 
 TClass::TClass(const char* name, const TClass* parent, const std::type_info& info, std::size_t size,
-               TObject* (*factory)(), std::span<const TInterfaceEntry> (*interfaces)())
+               TObject* (*factory)(), std::span<const TInterfaceEntry> (*interfaces)(),
+               std::uint32_t facts)
     : FName(name),
       FInfo(&info),
       FSize(size),
       FFactory(factory),
       FInterfaces(interfaces),
+      FFacts(facts),
       FDepth(parent == nullptr ? 0 : parent->FDepth + 1),
       FLine{} {
   if (FDepth > kMaxDepth) {

@@ -1,0 +1,266 @@
+// TFilterCode.h: taking the steps. Values on the stack are views: of the code's constants, of what
+// is stored in the object, or of texts that this evaluation has made and keeps. The operators are
+// those of Variant; what comes by most, two values of one kind or two numbers, is computed here in
+// the same way.
+
+#include <forward_list>
+#include <span>
+
+#include "perlayer/list/TFilterCode.h"
+#include "perlayer/object/TplPerObject.h"
+#include "perlayer/platform/Exception.h"
+#include "perlayer/platform/Text.h"
+
+namespace perlayer {
+
+namespace {
+
+bool IsNumber(const TValueView& v) {
+  return v.kind == TVariantKind::Float || v.kind == TVariantKind::Date ||
+         v.kind == TVariantKind::Integer;
+}
+double NumberOf(const TValueView& v) {
+  return v.kind == TVariantKind::Integer ? static_cast<double>(v.integer) : v.number;
+}
+bool IsMissing(const TValueView& v) { return v.kind <= TVariantKind::Null; }
+bool AreTexts(const TValueView& a, const TValueView& b) {
+  return a.kind == TVariantKind::String && b.kind == TVariantKind::String;
+}
+bool AreBooleans(const TValueView& a, const TValueView& b) {
+  return a.kind == TVariantKind::Boolean && b.kind == TVariantKind::Boolean;
+}
+
+Variant ToVariant(const TValueView& v) {
+  switch (v.kind) {
+    case TVariantKind::Null:
+      return Variant::Null();
+    case TVariantKind::Boolean:
+      return v.integer != 0;
+    case TVariantKind::Integer:
+      return v.integer;
+    case TVariantKind::Float:
+      return v.number;
+    case TVariantKind::Date:
+      return Variant::Date(v.number);
+    case TVariantKind::String:
+      return v.text;
+    default:
+      return Variant();
+  }
+}
+
+class TFilterRun {
+ public:
+  TFilterRun(TFilterCode& code, TplPerObject* object)
+      : FCode(code), FObject(object), FAlive(object), FHasObject(object != nullptr) {
+    if (code.depth > kInline) {
+      FSpill.resize(code.depth);
+      FTop = FSpill.data();
+    }
+  }
+
+  bool Run() {
+    bool answer = false;
+    for (const TFilterCode::TStep step : FCode.steps) {
+      switch (step.op) {
+        case TFilterOp::constant:
+          Push(step.operand);
+          break;
+        case TFilterOp::attribute:
+          Read(FCode.attributes[step.operand]);
+          break;
+        case TFilterOp::equal:
+          Answer(Equals());
+          break;
+        case TFilterOp::notEqual:
+          Answer(!Equals());
+          break;
+        case TFilterOp::less:
+          Answer(Order() < 0);
+          break;
+        case TFilterOp::lessEqual:
+          Answer(Order() <= 0);
+          break;
+        case TFilterOp::greater:
+          Answer(Order() > 0);
+          break;
+        case TFilterOp::greaterEqual:
+          Answer(Order() >= 0);
+          break;
+        case TFilterOp::like:
+          Answer(IsLike(TLikePattern(UpperCase(ToVariant(Right()).AsText()))));
+          break;
+        case TFilterOp::likeConstant:
+          FTop[-1] = Boolean(IsLike(FTop[-1], FCode.patterns[step.operand]));
+          break;
+        case TFilterOp::logicalOr:
+          AreBooleans(Left(), Right()) ? Answer((Left().integer | Right().integer) != 0)
+                                       : Replace(2, ToVariant(Left()) | ToVariant(Right()));
+          break;
+        case TFilterOp::logicalAnd:
+          AreBooleans(Left(), Right()) ? Answer((Left().integer & Right().integer) != 0)
+                                       : Replace(2, ToVariant(Left()) & ToVariant(Right()));
+          break;
+        case TFilterOp::add:
+          Replace(2, ToVariant(Left()) + ToVariant(Right()));
+          break;
+        case TFilterOp::logicalNot:
+          Replace(1, ~ToVariant(Right()));
+          break;
+        case TFilterOp::toDate:
+          ToDate(FTop[-1]);
+          break;
+        case TFilterOp::drop:
+          --FTop;
+          break;
+        case TFilterOp::toBoolean:
+          answer = Right().kind == TVariantKind::Boolean ? Right().integer != 0
+                                                         : ToVariant(Right()).AsBoolean();
+          break;
+        case TFilterOp::raise:
+          throw Exception(FCode.messages[step.operand]);
+      }
+    }
+    return answer;
+  }
+
+ private:
+  static constexpr std::size_t kInline = 12;
+
+  static TValueView Boolean(bool value) {
+    return {.kind = TVariantKind::Boolean, .integer = value ? 1 : 0};
+  }
+
+  const TValueView& Left() const { return FTop[-2]; }
+  const TValueView& Right() const { return FTop[-1]; }
+
+  void Push(std::uint32_t constant) {
+    *FTop = FCode.constants[constant].value;
+    FTop->text = FCode.constants[constant].text;
+    ++FTop;
+  }
+
+  // In the place of two operands.
+  void Answer(bool value) {
+    --FTop;
+    FTop[-1] = Boolean(value);
+  }
+
+  void Replace(int operands, const Variant& value) {
+    FTop -= operands;
+    PushVariant(value);
+  }
+
+  void PushVariant(const Variant& value) {
+    TValueView view{.kind = value.Kind()};
+    switch (value.Kind()) {
+      case TVariantKind::Boolean:
+      case TVariantKind::Integer:
+        view.integer = value.AsInteger();
+        break;
+      case TVariantKind::Float:
+      case TVariantKind::Date:
+        view.number = value.AsFloat();
+        break;
+      case TVariantKind::String:
+        view.text = Keep(value.AsText());
+        break;
+      default:
+        break;
+    }
+    *FTop++ = view;
+  }
+
+  // Lives as long as this evaluation.
+  std::string_view Keep(std::string text) { return FTexts.emplace_front(std::move(text)); }
+
+  void Read(TBoundAttribute& attribute) {
+    if (!FHasObject) {
+      *FTop++ = {.kind = TVariantKind::Null};
+    } else if (FCalledOut && !FAlive) {
+      throw Exception("predmeta, ki ga filter presoja, ni več");
+    } else if (attribute.ReadStored(FObject, *FTop)) {
+      ++FTop;
+    } else {
+      Ask(attribute);
+    }
+  }
+
+  // Whoever answers may write to the object.
+  void Ask(const TBoundAttribute& attribute) {
+    for (TValueView& value : std::span(Bottom(), FTop)) {
+      if (!std::exchange(value.inStore, false)) continue;
+      value.text = Keep(std::string(value.text));
+    }
+    FCalledOut = true;
+    PushVariant(FObject->GetAttrValueAsVariant(attribute.Name()));
+  }
+
+  bool Equals() const {
+    const TValueView& a = Left();
+    const TValueView& b = Right();
+    if (AreTexts(a, b)) return a.text == b.text;
+    if (IsMissing(a) || IsMissing(b)) return a.kind == b.kind;
+    if (a.kind == TVariantKind::Integer && b.kind == a.kind) return a.integer == b.integer;
+    if (IsNumber(a) && IsNumber(b)) return NumberOf(a) == NumberOf(b);
+    return ToVariant(a) == ToVariant(b);
+  }
+
+  std::partial_ordering Order() const {
+    const TValueView& a = Left();
+    const TValueView& b = Right();
+    if (AreTexts(a, b)) return a.text <=> b.text;
+    if (IsMissing(a) || IsMissing(b)) return a.kind <=> b.kind;
+    if (a.kind == TVariantKind::Integer && b.kind == a.kind) return a.integer <=> b.integer;
+    if (IsNumber(a) && IsNumber(b)) return NumberOf(a) <=> NumberOf(b);
+    return ToVariant(a) <=> ToVariant(b);
+  }
+
+  static bool IsLike(const TValueView& value, const TLikePattern& pattern) {
+    return value.kind == TVariantKind::String ? IsLike(value.text, pattern)
+                                              : IsLike(ToVariant(value).AsText(), pattern);
+  }
+  bool IsLike(const TLikePattern& pattern) const { return IsLike(Left(), pattern); }
+  static bool IsLike(std::string_view value, const TLikePattern& pattern) {
+    // Most values are short and ASCII: their capitals need no memory.
+    char capitals[256];
+    if (value.size() > sizeof capitals) return pattern.Matches(UpperCase(value));
+    unsigned char all = 0;
+    for (std::size_t i = 0; i < value.size(); ++i) {
+      const auto c = static_cast<unsigned char>(value[i]);
+      all |= c;
+      capitals[i] = static_cast<char>(c >= 'a' && c <= 'z' ? c - ('a' - 'A') : c);
+    }
+    if (all >= 0x80) return pattern.Matches(UpperCase(value));
+    return pattern.Matches({capitals, value.size()});
+  }
+
+  static void ToDate(TValueView& value) {
+    if (value.kind == TVariantKind::Null) {
+      value = {.kind = TVariantKind::Integer, .integer = -1};
+    } else {
+      const TDateTime date = value.kind == TVariantKind::String
+                                 ? StrToDate(value.text)
+                                 : StrToDate(ToVariant(value).AsText());
+      value = {.kind = TVariantKind::Date, .number = date};
+    }
+  }
+
+  TValueView* Bottom() { return FSpill.empty() ? FInline : FSpill.data(); }
+
+  TFilterCode& FCode;
+  TplPerObject* const FObject;
+  const TAlive FAlive;
+  const bool FHasObject;
+  bool FCalledOut = false;
+  TValueView FInline[kInline];
+  std::vector<TValueView> FSpill;
+  TValueView* FTop = FInline;  // behind the last value
+  std::forward_list<std::string> FTexts;
+};
+
+}  // namespace
+
+bool TFilterCode::Run(TplPerObject* object) { return TFilterRun(*this, object).Run(); }
+
+}  // namespace perlayer

@@ -1,0 +1,27 @@
+#include "perlayer/list/TListFilter.h"
+
+#include <new>
+
+#include "perlayer/list/TFilterCode.h"
+#include "perlayer/platform/Exception.h"
+#include "perlayer/platform/Format.h"
+#include "perlayer/platform/Text.h"
+
+namespace perlayer {
+
+bool TListFilter::Evaluate(TplPerObject* object, std::string_view filter) {
+  if (Empty(filter)) return true;
+  if (FCode == nullptr || FCode->text != filter) {
+    FCode = std::make_shared<TFilterCode>(CompileFilter(filter));
+  }
+  const std::shared_ptr<TFilterCode> code = FCode;  // may be replaced meanwhile
+  try {
+    return code->Run(object);
+  } catch (const std::bad_alloc&) {
+    throw;  // not the filter's fault
+  } catch (const std::exception& e) {
+    throw Exception(Format("Napačen filter: %s! (podrobnosti: %s)", code->text, e.what()));
+  }
+}
+
+}  // namespace perlayer
