@@ -30,8 +30,8 @@ TBoOrder::TTerm TBoOrder::Term(std::string_view text) {
           TBoundAttribute(Trim(text))};
 }
 
-TBoOrder::TBoOrder(std::string_view spec) {
-  for (const std::string& term : SplitText(spec, ",")) FTerms.push_back(Term(term));
+TBoOrder::TBoOrder(std::string_view order) {
+  for (const std::string& term : SplitText(order, ",")) FTerms.push_back(Term(term));
 }
 
 // Sorts by keys. A key is one number where that decides, and the text's key in the collation
@@ -112,7 +112,7 @@ TBoSorter::TKey TBoSorter::Read(TBoOrder::TTerm& term, TplPerObject* object) {
   TValueView view;
   Variant value;
   std::string text;
-  if (!term.attribute.ReadStored(object, view)) {
+  if (!term.attribute.ReadStored(TObjectShape(object), object, view)) {
     value = object->GetAttrValueAsVariant(term.attribute.Name());
     view.kind = value.Kind();
     if (view.kind == TVariantKind::String) view.text = text = value.AsText();

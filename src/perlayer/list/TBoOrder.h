@@ -34,7 +34,7 @@ int CompareByOrder(TplPerObject* AObject1, TplPerObject* AObject2, const std::st
 
 class TBoOrder {
  public:
-  explicit TBoOrder(std::string_view spec);
+  explicit TBoOrder(std::string_view order);
 
   // Reads the values that it needs, each term's when it comes to it. Either may be nil. Raises what
   // reading raises: also for an attribute that the class does not have.

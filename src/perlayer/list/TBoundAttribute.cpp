@@ -4,20 +4,31 @@
 #include "perlayer/platform/TFormatSettings.h"
 #include "perlayer/platform/Text.h"
 #include "perlayer/provider/TPlClassMetaData.h"
+#include "perlayer/provider/TplProvider.h"
 
 namespace perlayer {
 
-bool TBoundAttribute::ReadStored(TplPerObject* object, TValueView& value) {
-  if (!object->TellsStoredValues()) return false;
-  TPlClassMetaData* const metaData = object->GetMetaData();
-  const int count = metaData->GetAttrNames()->Count();
-  if (metaData->HandleValue() != FMetaData || count != FCount) {
-    FIndex = metaData->GetAttrIndex(FName);
-    FMetaData = metaData->HandleValue();
-    FCount = count;
-  }
-  if (FIndex < 0) return false;
-  const TFieldType type = metaData->AttrTypeOf(FIndex);
+TObjectShape::TObjectShape(TplPerObject* object) {
+  if (!object->TellsStoredValues()) return;
+  metaData = object->aiProvider()->GetMetaData();
+  handle = metaData->HandleValue();
+  attributes = metaData->GetAttrNames()->Count();
+}
+
+bool TBoundAttribute::Bind(const TObjectShape& shape) {
+  FIndex = shape.metaData->GetAttrIndex(FName);
+  FMetaData = shape.handle;
+  FAttributes = shape.attributes;
+  FField = FIndex < 0 ? nullptr : shape.metaData->GetFieldByIndex(FIndex);
+  return FField.IsAlive();
+}
+
+bool TBoundAttribute::ReadStored(const TObjectShape& shape, TplPerObject* object,
+                                 TValueView& value) {
+  if (shape.metaData == nullptr) return false;
+  const bool bound = shape.handle == FMetaData && shape.attributes == FAttributes;
+  if ((!bound || !FField.IsAlive()) && !Bind(shape)) return false;
+  const TFieldType type = static_cast<TField*>(FField.Get())->DataType();
   const std::string_view text = object->StoredValue(FIndex);
   TValueView read;
   switch (type) {

@@ -7,10 +7,13 @@
 #include <string>
 #include <string_view>
 
+#include "perlayer/platform/TObjectHandle.h"
 #include "perlayer/platform/Variant.h"
 
 namespace perlayer {
 
+class TField;
+class TPlClassMetaData;
 class TplPerObject;
 
 // A value as Variant has it, whose text belongs to somebody else. Never an array.
@@ -22,6 +25,15 @@ struct TValueView {
   std::string_view text{};   // of String
 };
 
+// What reading an object's stored values needs to know of its class. Holds until somebody is called
+// who may do anything.
+struct TObjectShape {
+  explicit TObjectShape(TplPerObject* object);
+  TPlClassMetaData* metaData = nullptr;  // nullptr: the class reads values in its own way
+  std::uint64_t handle = 0;              // of the metadata
+  int attributes = 0;
+};
+
 class TBoundAttribute {
  public:
   explicit TBoundAttribute(std::string_view name) : FName(name) {}
@@ -30,13 +42,16 @@ class TBoundAttribute {
   // Puts what GetAttrValueAsVariant(Name()) would answer into `value`, without calling anybody.
   // False, with `value` untouched, where the object itself must be asked: its class reads values in
   // its own way, has no such stored attribute, or has to say something about what is stored.
-  bool ReadStored(TplPerObject* object, TValueView& value);
+  bool ReadStored(const TObjectShape& shape, TplPerObject* object, TValueView& value);
 
  private:
+  bool Bind(const TObjectShape& shape);
+
   std::string FName;
   std::uint64_t FMetaData = 0;  // handle of the class that it is bound to
-  int FCount = 0;               // attributes that this class had then
+  int FAttributes = 0;          // that this class had then
   int FIndex = -1;
+  TObjectHandle FField;  // which knows the type
 };
 
 }  // namespace perlayer

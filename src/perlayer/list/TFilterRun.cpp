@@ -3,7 +3,9 @@
 // those of Variant; what comes by most, two values of one kind or two numbers, is computed here in
 // the same way.
 
+#include <cstddef>
 #include <forward_list>
+#include <optional>
 #include <span>
 
 #include "perlayer/list/TFilterCode.h"
@@ -51,8 +53,7 @@ Variant ToVariant(const TValueView& v) {
 
 class TFilterRun {
  public:
-  TFilterRun(TFilterCode& code, TplPerObject* object)
-      : FCode(code), FObject(object), FAlive(object), FHasObject(object != nullptr) {
+  TFilterRun(TFilterCode& code, TplPerObject* object) : FCode(code), FObject(object) {
     if (code.depth > kInline) {
       FSpill.resize(code.depth);
       FTop = FSpill.data();
@@ -175,24 +176,28 @@ class TFilterRun {
   std::string_view Keep(std::string text) { return FTexts.emplace_front(std::move(text)); }
 
   void Read(TBoundAttribute& attribute) {
-    if (!FHasObject) {
+    if (FObject == nullptr) {
       *FTop++ = {.kind = TVariantKind::Null};
-    } else if (FCalledOut && !FAlive) {
-      throw Exception("predmeta, ki ga filter presoja, ni več");
-    } else if (attribute.ReadStored(FObject, *FTop)) {
+      return;
+    }
+    if (!FShape) {
+      if (FAlive && !*FAlive) throw Exception("predmeta, ki ga filter presoja, ni več");
+      FShape.emplace(FObject);
+    }
+    if (attribute.ReadStored(*FShape, FObject, *FTop)) {
       ++FTop;
     } else {
       Ask(attribute);
     }
   }
 
-  // Whoever answers may write to the object.
+  // Whoever answers may write to the object, and let go of it.
   void Ask(const TBoundAttribute& attribute) {
     for (TValueView& value : std::span(Bottom(), FTop)) {
-      if (!std::exchange(value.inStore, false)) continue;
-      value.text = Keep(std::string(value.text));
+      if (std::exchange(value.inStore, false)) value.text = Keep(std::string(value.text));
     }
-    FCalledOut = true;
+    FShape.reset();
+    if (!FAlive) FAlive.emplace(FObject);
     PushVariant(FObject->GetAttrValueAsVariant(attribute.Name()));
   }
 
@@ -246,16 +251,17 @@ class TFilterRun {
     }
   }
 
-  TValueView* Bottom() { return FSpill.empty() ? FInline : FSpill.data(); }
+  TValueView* Bottom() { return FSpill.empty() ? Inline() : FSpill.data(); }
+  TValueView* Inline() { return reinterpret_cast<TValueView*>(FInline); }
 
   TFilterCode& FCode;
   TplPerObject* const FObject;
-  const TAlive FAlive;
-  const bool FHasObject;
-  bool FCalledOut = false;
-  TValueView FInline[kInline];
+  std::optional<TObjectShape> FShape;  // none after somebody was called
+  std::optional<TAlive> FAlive;        // once somebody was called
+  // Room for most filters' values, which need not be cleared.
+  alignas(TValueView) std::byte FInline[kInline * sizeof(TValueView)];
   std::vector<TValueView> FSpill;
-  TValueView* FTop = FInline;  // behind the last value
+  TValueView* FTop = Inline();  // behind the last value
   std::forward_list<std::string> FTexts;
 };
 

@@ -10,8 +10,8 @@
 namespace perlayer {
 
 bool TListFilter::Evaluate(TplPerObject* object, std::string_view filter) {
-  if (Empty(filter)) return true;
   if (FCode == nullptr || FCode->text != filter) {
+    if (Empty(filter)) return true;
     FCode = std::make_shared<TFilterCode>(CompileFilter(filter));
   }
   const std::shared_ptr<TFilterCode> code = FCode;  // may be replaced meanwhile

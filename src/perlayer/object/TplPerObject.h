@@ -319,7 +319,7 @@ class TplPerObject : public TplDomainObject {
   TDateTime GetAttrOldValueAsDate(const std::string& AName);
   // For what reads many objects: whether this object's class leaves GetAttrValue and GetMetaData as
   // they are here. Then GetAttrValue of a real attribute answers its stored value.
-  bool TellsStoredValues() const { return (ClassType().Facts() & kTellsStoredValues) != 0; }
+  bool TellsStoredValues() const { return FTellsStoredValues; }
   // Lives until the object is written to. Raises EListError outside the store.
   std::string_view StoredValue(int AIndex) const { return data.ValueView(AIndex); }
   int AttrCount();
@@ -459,6 +459,7 @@ class TplPerObject : public TplDomainObject {
   bool FIsValidatingFromDataSet = false;
   bool FbEditState = false;  // it was being edited when the save began
   bool FbEmptyFloatReturnsZero = false;
+  bool FTellsStoredValues = false;  // of the class; here it costs no look at the table of objects
   bool FDestroying = false;
   TplLockedBy FLockedBy = TplLockedBy::lbNone;
   int FTag = 0;

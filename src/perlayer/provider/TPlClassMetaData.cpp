@@ -95,10 +95,6 @@ const TIValInfoRec& TPlClassMetaData::ValInfoOf(int AAttributeIndex) {
   return Described(AAttributeIndex).info;
 }
 
-TFieldType TPlClassMetaData::AttrTypeOf(int AAttributeIndex) {
-  return Data()->Fields(AAttributeIndex)->DataType();
-}
-
 const TPlClassMetaData::TDescribed& TPlClassMetaData::Described(int AAttributeIndex) {
   const TField* field = Data()->Fields(AAttributeIndex);
   const auto index = static_cast<std::size_t>(AAttributeIndex);

@@ -45,7 +45,6 @@ class TPlClassMetaData : public TPlBaseObject {
   // The same without a copy, and what its validation string says; both live until the next call.
   const TplAttrProperties& AttrPropertiesOf(int AAttributeIndex);
   const TIValInfoRec& ValInfoOf(int AAttributeIndex);
-  TFieldType AttrTypeOf(int AAttributeIndex);
   TplAttrProperties GetCalcAttrProperties(std::string_view sName);
   // A name that is there already gets the new description.
   void AddCalcAttribute(std::string_view sName, std::string_view AsDispLabel, TFieldType AiType,
