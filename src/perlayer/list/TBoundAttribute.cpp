@@ -30,31 +30,33 @@ bool TBoundAttribute::ReadStored(const TObjectShape& shape, TplPerObject* object
   if ((!bound || !FField.IsAlive()) && !Bind(shape)) return false;
   const TFieldType type = static_cast<TField*>(FField.Get())->DataType();
   const std::string_view text = object->StoredValue(FIndex);
-  TValueView read;
+  value.inStore = false;
   switch (type) {
     case TFieldType::ftString:
     case TFieldType::ftMemo:
-      read.kind = TVariantKind::String;
-      read.inStore = true;
-      read.text = text;
+      value.kind = TVariantKind::String;
+      value.inStore = true;
+      value.text = text;
       break;
-    case TFieldType::ftFloat:
-      read.kind = TVariantKind::Float;
+    case TFieldType::ftFloat: {
       // The object logs a text that is no number.
-      if (!text.empty() && !TryStrToFloat(text, read.number, FrozenFormatSettings())) return false;
-      if (read.number == TplPerObject::kNoFloat) read.number = 0;
+      double number = 0;
+      if (!text.empty() && !TryStrToFloat(text, number, FrozenFormatSettings())) return false;
+      value.kind = TVariantKind::Float;
+      value.number = number == TplPerObject::kNoFloat ? 0 : number;
       break;
-    case TFieldType::ftDateTime:
-      read.number = TplPerObject::DateOfText(text);
-      read.kind = read.number == TplPerObject::kNoDate || read.number < MinDateTime ||
-                          read.number > MaxDateTime
-                      ? TVariantKind::Null
-                      : TVariantKind::Date;
+    }
+    case TFieldType::ftDateTime: {
+      const TDateTime date = TplPerObject::DateOfText(text);
+      const bool none = date == TplPerObject::kNoDate || date < MinDateTime || date > MaxDateTime;
+      value.kind = none ? TVariantKind::Null : TVariantKind::Date;
+      value.number = date;
       break;
+    }
     default:
+      value.kind = TVariantKind::Unassigned;
       break;
   }
-  value = read;
   return true;
 }
 

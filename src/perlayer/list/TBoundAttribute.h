@@ -16,7 +16,8 @@ class TField;
 class TPlClassMetaData;
 class TplPerObject;
 
-// A value as Variant has it, whose text belongs to somebody else. Never an array.
+// A value as Variant has it, whose text belongs to somebody else. Never an array. What does not
+// belong to the kind says nothing.
 struct TValueView {
   TVariantKind kind = TVariantKind::Unassigned;
   bool inStore = false;      // the text is an object's, and lives until that is written to
@@ -40,8 +41,8 @@ class TBoundAttribute {
   const std::string& Name() const { return FName; }
 
   // Puts what GetAttrValueAsVariant(Name()) would answer into `value`, without calling anybody.
-  // False, with `value` untouched, where the object itself must be asked: its class reads values in
-  // its own way, has no such stored attribute, or has to say something about what is stored.
+  // False where the object itself must be asked: its class reads values in its own way, has no such
+  // stored attribute, or has to say something about what is stored.
   bool ReadStored(const TObjectShape& shape, TplPerObject* object, TValueView& value);
 
  private:

@@ -92,7 +92,7 @@ class TFilterRun {
           Answer(IsLike(TLikePattern(UpperCase(ToVariant(Right()).AsText()))));
           break;
         case TFilterOp::likeConstant:
-          FTop[-1] = Boolean(IsLike(FTop[-1], FCode.patterns[step.operand]));
+          SetBoolean(FTop[-1], IsLike(FTop[-1], FCode.patterns[step.operand]));
           break;
         case TFilterOp::logicalOr:
           AreBooleans(Left(), Right()) ? Answer((Left().integer | Right().integer) != 0)
@@ -128,23 +128,30 @@ class TFilterRun {
  private:
   static constexpr std::size_t kInline = 12;
 
-  static TValueView Boolean(bool value) {
-    return {.kind = TVariantKind::Boolean, .integer = value ? 1 : 0};
+  // Writes no more than what Boolean needs: a copy of the whole value would wait for its parts.
+  static void SetBoolean(TValueView& place, bool value) {
+    place.kind = TVariantKind::Boolean;
+    place.inStore = false;
+    place.integer = value ? 1 : 0;
   }
 
   const TValueView& Left() const { return FTop[-2]; }
   const TValueView& Right() const { return FTop[-1]; }
 
   void Push(std::uint32_t constant) {
-    *FTop = FCode.constants[constant].value;
-    FTop->text = FCode.constants[constant].text;
+    const TFilterCode::TConstant& from = FCode.constants[constant];
+    FTop->kind = from.value.kind;
+    FTop->inStore = false;
+    FTop->integer = from.value.integer;
+    FTop->number = from.value.number;
+    FTop->text = from.text;
     ++FTop;
   }
 
   // In the place of two operands.
   void Answer(bool value) {
     --FTop;
-    FTop[-1] = Boolean(value);
+    SetBoolean(FTop[-1], value);
   }
 
   void Replace(int operands, const Variant& value) {

@@ -92,12 +92,12 @@ class TLatinCollation : public TCollation {
   // but for the capital at the beginning.
   void AppendKey(std::string& key, std::string_view text, bool ignoreCase) const override {
     static const TTable kTable = MakeTable();
+    if (AppendAsciiKey(kTable, key, text, ignoreCase)) return;
     std::size_t accents = 0, capitals = 0, count = 0;
     const auto weightOf = [](char32_t c) {
       return c < kTableSize ? kTable[c]
                             : TWeight{kOther, 0, kPlain, FoldCodePoint(c) == c ? kPlain : kCapital};
     };
-    key.reserve(key.size() + text.size() + 4);
     ForEachCharacter(text, [&](char32_t c) {
       const TWeight weight = weightOf(c);
       ++count;
@@ -117,6 +117,28 @@ class TLatinCollation : public TCollation {
     };
     appendLevel(accents, &TWeight::accent);
     if (!ignoreCase) appendLevel(capitals, &TWeight::letterCase);
+  }
+
+ private:
+  // The same key, faster; false, with the key as it was, for a text that is not all ASCII.
+  static bool AppendAsciiKey(const TTable& table, std::string& key, std::string_view text,
+                             bool ignoreCase) {
+    const std::size_t start = key.size();
+    key.resize(start + text.size() + (ignoreCase ? 1 : 2), kLevelEnd);
+    std::size_t capitals = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      const auto c = static_cast<unsigned char>(text[i]);
+      if (c >= 0x80) {
+        key.resize(start);
+        return false;
+      }
+      key[start + i] = static_cast<char>(table[c].base);
+      if (table[c].letterCase != kPlain) capitals = i + 1;
+    }
+    for (std::size_t i = 0; i < capitals && !ignoreCase; ++i) {
+      key += static_cast<char>(table[static_cast<unsigned char>(text[i])].letterCase);
+    }
+    return true;
   }
 };
 

@@ -167,11 +167,6 @@ std::string TIboData::GetAttrValue(std::string_view sAttr) const {
   return GetAttrValueByIndex(GetAttrIndex(sAttr));
 }
 
-std::string_view TIboData::ValueView(int AIndex) const {
-  CheckIndex(FValues, AIndex);
-  return FValues.At(AIndex);
-}
-
 std::string TIboData::GetAttrOldValue(std::string_view sAttr) const {
   return GetAttrOldValueByIndex(GetAttrIndex(sAttr));
 }

@@ -54,7 +54,10 @@ class TIboData {
   std::string GetAttrValue(std::string_view sAttr) const;
   std::string GetAttrValueByIndex(int AIndex) const { return std::string(ValueView(AIndex)); }
   // The same without a copy; lives until the store is written. Raises EListError outside.
-  std::string_view ValueView(int AIndex) const;
+  std::string_view ValueView(int AIndex) const {
+    if (AIndex < 0 || AIndex >= FValues.Count()) CheckIndex(FValues, AIndex);
+    return FValues.At(AIndex);
+  }
   // With no old values yet, they are the current ones.
   std::string GetAttrOldValue(std::string_view sAttr) const;
   std::string GetAttrOldValueByIndex(int AIndex) const { return std::string(OldValueView(AIndex)); }
