@@ -9,10 +9,17 @@ namespace ward {
 
 using namespace perlayer;
 
+// The letter, a CLOB, does not come with the row: LETTER is empty until it is loaded.
 class TpoDischarge : public TpoWardObject {
   TCLASS(TpoDischarge, TpoWardObject)
  public:
   std::string GetTextDescription() override;  // "03.02.2023: Odpust iz bolnišnice"
+  void LoadLetter();
+  // Writes the letter that was loaded or entered, in the transaction of the row.
+  void DoAfterSave() override;
+
+ private:
+  bool FLetterLoaded = false;
 };
 
 WARD_PROVIDER(TplDischarge, TpoDischarge)

@@ -41,6 +41,7 @@ constexpr TGloss kGlosses[] = {
      "The patient would be * years old: look at the date of birth."},
     {"Vrednost * v polju * ni število.", "The value * of field * is no number."},
     {"Vrednost * v polju * ni datum.", "The value * of field * is no date."},
+    {"Napačen filter: *! (podrobnosti: *)", "Wrong filter: * (details: *)"},
     {"Vrednost v polju * je predolga: * znakov, dovoljenih je *.",
      "The value of field * is too long: * characters where * may stand."},
 };

@@ -1,5 +1,6 @@
 #include "Kinds.h"
 
+#include "Discharge.h"
 #include "perlayer/platform/Format.h"
 #include "perlayer/provider/TplProviderList.h"
 
@@ -15,6 +16,7 @@ TplProvider* ProviderOf(const TWardTable& table) {
 THold<> FetchObject(const TWardTable& table, const std::string& id) {
   TplProvider* provider = ProviderOf(table);
   THold<> object(provider, id);
+  if (auto* const discharge = As<TpoDischarge>(object.Get())) discharge->LoadLetter();
   if (object) return object;
   const bool deactivated =
       provider->ExistsInDatabase(id) == TIObjectExistsInDatabaseResult::edDeleted;

@@ -13,7 +13,7 @@ using namespace perlayer;
 // Classes are named after their tables. REQUIRES: the classes of the hospital are loaded.
 TplProvider* ProviderOf(const TWardTable& table);
 
-// Raises when there is no such row, or a deactivated one.
+// A discharge comes with its letter. Raises when there is no such row, or a deactivated one.
 THold<> FetchObject(const TWardTable& table, const std::string& id);
 
 }  // namespace ward

@@ -20,9 +20,9 @@ void PhysicalScene(TStage& stage) {
   WARD_ANSWER(narrator, letter->aiObjectDeleted());
   stage.Rows("select count(*) LETTERS from OMRA.DISCHARGE where PATIENT_ID = :ID");
   narrator.Say(
-      "What the database refuses (conditions refer to this encounter) leaves object and row as "
-      "they "
+      "What the database refuses, as other rows refer to this one, leaves object and row as they "
       "were.");
+  stage.Rows("select count(*) MEDICATIONS from OMRA.MEDICATION where ENCOUNTER_ID = 59");
   WARD_ASK(narrator, THold<TpoEncounter> encounter(Provider<TplEncounter>(), "59");)
   if (!encounter) return narrator.Answer("nullptr");
   narrator.Refused([&] { WARD_ASK(narrator, encounter->DeleteObject();) });

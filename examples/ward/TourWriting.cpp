@@ -42,6 +42,7 @@ void WritingAct(TNarrator& narrator, TSqliteDatabase& database, const std::strin
         EditScenes(stage);
         RightsScene(stage);
         TransactionScenes(stage);
+        LetterScene(stage);
         DeleteScenes(stage);
       },
       [&] { SweepStage(stage); });

@@ -22,6 +22,7 @@ void NewPatientScenes(TStage& stage);  // TourNewPatient.cpp
 void EditScenes(TStage& stage);        // TourEdits.cpp
 void RightsScene(TStage& stage);
 void TransactionScenes(TStage& stage);  // TourTransactions.cpp
+void LetterScene(TStage& stage);        // TourLetter.cpp
 void DeleteScenes(TStage& stage);       // TourDeletes.cpp
 
 }  // namespace ward

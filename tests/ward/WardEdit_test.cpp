@@ -14,16 +14,6 @@ class WardEdit : public Ward {
     words.insert(words.end(), {"--db", File});
     return Run(words);
   }
-  // The answer of a select of one column, a line for each row.
-  std::string Select(const std::string& select) {
-    TSqliteDatabase database("other", File);
-    const TOwned<TIQuery> query = Make<TIQuery>();
-    query->DatabaseName("other");
-    query->SQLText(select);
-    std::string text;
-    for (query->Open(); !query->Eof(); query->Next()) text += query->Fields(0)->AsString() + "\n";
-    return text;
-  }
   // All that the commands may write.
   std::string Rows() {
     return Select(
@@ -68,6 +58,18 @@ TEST_F(WardEdit, WritesAndTellsWhatStandsInTheDatabaseNow) {
   ExpectInOrder(gone.output, {"patient 28: Ana Novak (12.03.1951)\nIt is deactivated"});
   EXPECT_EQ(Select("select ACTIVE from OMRA.PATIENT where ID = 28"), "0\n");
   ExpectRefused(Do({"delete", "patient", "28"}), "patient 28 is deactivated");
+
+  // A letter is a CLOB, which stands apart from the row's other values.
+  ExpectInOrder(Do({"new", "discharge", "PATIENT_ID=8", "WRITTEN=3.2.2023", "SUBJECT=Odpust",
+                    "LETTER=Spoštovani,\nzdravi ste."})
+                    .output,
+                {"discharge 1: 03.02.2023: Odpust\n", "Spoštovani,\u21B5zdravi ste.\n"});
+  ExpectInOrder(Do({"edit", "discharge", "1", "SUBJECT=Ponovni odpust"}).output,
+                {"SUBJECT    Zadeva  Odpust  Ponovni odpust\n"});
+  EXPECT_EQ(Select("select LETTER from OMRA.DISCHARGE"), "Spoštovani,\nzdravi ste.\n");
+  ExpectInOrder(Do({"edit", "discharge", "1", "LETTER="}).output,
+                {"LETTER     Pismo", "\u21B5zdravi"});
+  ExpectInOrder(Show("discharge", "1").output, {"\nLETTER       Pismo        memo\n"});
 
   Change("update OMRA.MEDICATION set ENCOUNTER_ID = 60 where ENCOUNTER_ID = 59", 2);
   ExpectInOrder(Do({"delete", "encounter", "59"}).output, {"encounter 59: ", "Its row is gone.\n"});

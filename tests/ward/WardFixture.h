@@ -31,6 +31,17 @@ class Ward : public testing::Test {
     return Run({"show", what, id, "--db", File});
   }
 
+  // The answer of a select of one column, a line for each row.
+  std::string Select(const std::string& select) {
+    TSqliteDatabase database("other", File);
+    const TOwned<TIQuery> query = Make<TIQuery>();
+    query->DatabaseName("other");
+    query->SQLText(select);
+    std::string text;
+    for (query->Open(); !query->Eof(); query->Next()) text += query->Fields(0)->AsString() + "\n";
+    return text;
+  }
+
   // As another program would.
   void Change(const std::string& statement, int rows) {
     TSqliteDatabase database("other", File);
