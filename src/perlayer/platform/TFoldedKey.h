@@ -1,10 +1,14 @@
 #pragma once
 // TFoldedKey: a key as it is looked up in any case: its folded bytes and their hash, made once for
 // a look-up. A key of usual length takes no memory beside the object itself.
+//
+// A short key is three words: up to 23 folded bytes, zeros behind them, and in the last byte the
+// length plus one. So it is compared and hashed without a loop.
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -12,30 +16,76 @@ namespace perlayer {
 
 class TFoldedKey {
  public:
+  using TWords = std::array<std::uint64_t, 3>;
+  static constexpr std::size_t kShort = sizeof(TWords) - 1;  // bytes
+
   TFoldedKey(std::string_view text) : TFoldedKey(text, {}) {}
   TFoldedKey(const std::string& text) : TFoldedKey(std::string_view(text)) {}
   TFoldedKey(const char* text) : TFoldedKey(std::string_view(text)) {}
   // The key of `beginning` followed by `rest`, which nobody has to put together.
-  TFoldedKey(std::string_view beginning, std::string_view rest);
+  TFoldedKey(std::string_view beginning, std::string_view rest) {
+    const std::size_t size = beginning.size() + rest.size();
+    if (size <= kShort && FoldShort(beginning, rest)) {
+      Finish(size);
+    } else {
+      Fold(beginning, rest);
+    }
+  }
   TFoldedKey(const TFoldedKey&) = delete;
   TFoldedKey& operator=(const TFoldedKey&) = delete;
 
   // As FoldedKey gives them: texts that differ in case only have the same.
-  std::string_view Bytes() const { return {FBytes, FSize}; }
+  std::string_view Bytes() const {
+    return {IsShort() ? reinterpret_cast<const char*>(FWords.data()) : FBytes, FSize};
+  }
+  bool IsShort() const { return FBytes == nullptr; }
+  const TWords& Words() const { return FWords; }  // REQUIRES: IsShort()
   std::uint32_t Hash() const { return FHash; }
+  // The hash of a short key.
+  static std::uint32_t HashOf(const TWords& words) {
+    const std::uint64_t hash = Mix(words[0] ^ 0xA0761D6478BD642Fu, words[1] ^ 0xE7037ED1A0B428DBu) ^
+                               Mix(words[2] ^ 0x8EBC6AF09C88C6E3u, 0x589965CC75374CC3u);
+    return static_cast<std::uint32_t>(hash ^ hash >> 32);
+  }
 
  private:
   static constexpr std::size_t kUsual = 64;  // bytes of a text that needs no memory
-  static constexpr std::size_t kGrowth =
-      2;                                   // folding makes a text so many times longer at the most
-  static constexpr std::size_t kWord = 8;  // the bytes are read in words
-  void Append(std::string_view text);
-  void MakeHash();
+  // Folding makes a text so many times longer at the most.
+  static constexpr std::size_t kGrowth = 2;
 
-  char* FBytes = nullptr;
+  // Both halves of the product; after Wang Yi, "wyhash" (public domain).
+  static std::uint64_t Mix(std::uint64_t a, std::uint64_t b) {
+    __extension__ typedef unsigned __int128 TProduct;
+    const TProduct product = static_cast<TProduct>(a) * b;
+    return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+  }
+  // Puts an ASCII key into the words, folded; false for any other.
+  bool FoldShort(std::string_view beginning, std::string_view rest) {
+    constexpr std::uint64_t kEach = 0x0101010101010101u;
+    auto* bytes = reinterpret_cast<char*>(FWords.data());
+    beginning.copy(bytes, beginning.size());
+    rest.copy(bytes + beginning.size(), rest.size());
+    if (((FWords[0] | FWords[1] | FWords[2]) & 0x80 * kEach) != 0) return false;
+    for (std::uint64_t& word : FWords) {
+      // The upper bit of each byte: set from 'A' on, and from behind 'Z' on.
+      const std::uint64_t fromA = word + (0x80 - 'A') * kEach;
+      const std::uint64_t behindZ = word + (0x7F - 'Z') * kEach;
+      word |= ((fromA ^ behindZ) & 0x80 * kEach) >> 2;  // 'a' is 'A' and that bit
+    }
+    return true;
+  }
+  void Finish(std::size_t size) {
+    FSize = size;
+    reinterpret_cast<unsigned char*>(FWords.data())[kShort] = static_cast<unsigned char>(size + 1);
+    FHash = HashOf(FWords);
+  }
+  void Fold(std::string_view beginning, std::string_view rest);
+
+  TWords FWords{};
+  const char* FBytes = nullptr;  // of a key that is not short
   std::size_t FSize = 0;
   std::uint32_t FHash = 0;
-  std::array<char, kGrowth * kUsual + kWord> FUsual;
+  std::array<char, kGrowth * kUsual> FUsual;
   std::string FLong;  // in its place for a longer text
 };
 

@@ -1,8 +1,8 @@
 #pragma once
 // TKeyHash<T>: values of type T by key, keys compared in any case. A hash table with open
-// addressing and linear probing (Knuth, The Art of Computer Programming, vol. 3, 6.4). Each place
-// holds the hash, the length and the value beside the key's address: a look-up reads one place and
-// one key, and whatever the value leads to can be fetched at the same time.
+// addressing and linear probing (Knuth, The Art of Computer Programming, vol. 3, 6.4). A short key
+// stands in its place itself, so that a look-up reads one place; of a longer one the place has the
+// hash, the length and the address.
 //
 // T is small and trivial: a pointer or a handle. Belongs to one thread at a time.
 
@@ -29,12 +29,15 @@ class TKeyHash {
     Swap(old);
     return *this;
   }
+  ~TKeyHash() {
+    for (std::size_t i = 0; FCount > 0 && i <= FMask; ++i) FreeBytes(FPlaces[i]);
+  }
 
   std::size_t Count() const { return FCount; }
   // The key's value, or nullptr. It stays where it is until a key comes or goes.
   T* Find(const TFoldedKey& key) const {
     TPlace* place = FMask == 0 ? nullptr : &PlaceOf(key);
-    return place == nullptr || place->bytes == nullptr ? nullptr : &place->value;
+    return place == nullptr || IsFree(*place) ? nullptr : &place->value;
   }
   // Adds the key: true. When it is there already, with whatever value: false, and nothing happens.
   // When memory runs out everything is as it was.
@@ -46,11 +49,14 @@ class TKeyHash {
   void Reserve(std::size_t count);
 
  private:
+  using TWords = TFoldedKey::TWords;
+  static constexpr std::uint64_t kLong = std::uint64_t{0xFF} << 56;
+
+  // The last word of a free place is 0, that of a short key has its length, that of a long one is
+  // kLong; the first then is hash and length, the second the address of its bytes.
   struct TPlace {
-    std::unique_ptr<char[]> bytes;  // nullptr: free
+    TWords key;
     T value;
-    std::uint32_t hash;
-    std::uint32_t size;
   };
 
   void Swap(TKeyHash& other) noexcept {
@@ -58,14 +64,38 @@ class TKeyHash {
     std::swap(FMask, other.FMask);
     std::swap(FCount, other.FCount);
   }
+  static bool IsFree(const TPlace& place) { return place.key[2] == 0; }
+  static char* BytesOf(const TPlace& place) { return reinterpret_cast<char*>(place.key[1]); }
+  static void FreeBytes(const TPlace& place) {
+    if (place.key[2] == kLong) delete[] BytesOf(place);
+  }
+  static std::uint32_t HashOf(const TPlace& place) {
+    return place.key[2] == kLong ? static_cast<std::uint32_t>(place.key[0])
+                                 : TFoldedKey::HashOf(place.key);
+  }
+  static std::uint64_t HashAndSize(const TFoldedKey& key) {
+    return std::uint64_t{key.Bytes().size()} << 32 | key.Hash();
+  }
   // The key's place, or the free one where it belongs. REQUIRES: there are places
   TPlace& PlaceOf(const TFoldedKey& key) const {
+    std::size_t i = key.Hash() & FMask;
+    if (key.IsShort()) {
+      const TWords& words = key.Words();
+      for (;; i = (i + 1) & FMask) {
+        TPlace& place = FPlaces[i];
+        if (((place.key[0] ^ words[0]) | (place.key[1] ^ words[1]) | (place.key[2] ^ words[2])) ==
+            0) {
+          return place;
+        }
+        if (IsFree(place)) return place;
+      }
+    }
     const std::string_view bytes = key.Bytes();
-    for (std::size_t i = key.Hash() & FMask;; i = (i + 1) & FMask) {
+    for (const std::uint64_t head = HashAndSize(key);; i = (i + 1) & FMask) {
       TPlace& place = FPlaces[i];
-      if (place.bytes == nullptr) return place;
-      if (place.hash == key.Hash() && place.size == bytes.size() &&
-          std::memcmp(place.bytes.get(), bytes.data(), bytes.size()) == 0) {
+      if (IsFree(place)) return place;
+      if (place.key[2] == kLong && place.key[0] == head &&
+          std::memcmp(BytesOf(place), bytes.data(), bytes.size()) == 0) {
         return place;
       }
     }
@@ -82,28 +112,32 @@ void TKeyHash<T>::Reserve(std::size_t count) {
   std::size_t places = 16;
   while (Loaded(count) > places) places *= 2;
   if (places <= FMask + 1) return;
-  TKeyHash grown;
-  grown.FPlaces = std::make_unique<TPlace[]>(places);
-  grown.FMask = places - 1;
-  grown.FCount = FCount;
+  auto grown = std::make_unique<TPlace[]>(places);
+  const std::size_t mask = places - 1;
   for (std::size_t i = 0; FCount > 0 && i <= FMask; ++i) {
-    if (FPlaces[i].bytes == nullptr) continue;
-    std::size_t to = FPlaces[i].hash & grown.FMask;
-    while (grown.FPlaces[to].bytes != nullptr) to = (to + 1) & grown.FMask;
-    grown.FPlaces[to] = std::move(FPlaces[i]);
+    if (IsFree(FPlaces[i])) continue;
+    std::size_t to = HashOf(FPlaces[i]) & mask;
+    while (!IsFree(grown[to])) to = (to + 1) & mask;
+    grown[to] = FPlaces[i];
   }
-  Swap(grown);
+  FPlaces = std::move(grown);
+  FMask = mask;
 }
 
 template <class T>
 bool TKeyHash<T>::Insert(const TFoldedKey& key, T value) {
   Reserve(FCount + 1);
   TPlace& place = PlaceOf(key);
-  if (place.bytes != nullptr) return false;
-  const std::string_view bytes = key.Bytes();
-  std::unique_ptr<char[]> copy(new char[bytes.size()]);
-  std::memcpy(copy.get(), bytes.data(), bytes.size());
-  place = {std::move(copy), value, key.Hash(), static_cast<std::uint32_t>(bytes.size())};
+  if (!IsFree(place)) return false;
+  if (key.IsShort()) {
+    place.key = key.Words();
+  } else {
+    const std::string_view bytes = key.Bytes();
+    char* const copy = new char[bytes.size()];
+    std::memcpy(copy, bytes.data(), bytes.size());
+    place.key = {HashAndSize(key), reinterpret_cast<std::uintptr_t>(copy), kLong};
+  }
+  place.value = value;
   ++FCount;
   return true;
 }
@@ -113,15 +147,16 @@ template <class T>
 bool TKeyHash<T>::Erase(const TFoldedKey& key) noexcept {
   if (FMask == 0) return false;
   TPlace* gone = &PlaceOf(key);
-  if (gone->bytes == nullptr) return false;
+  if (IsFree(*gone)) return false;
+  FreeBytes(*gone);
   auto hole = static_cast<std::size_t>(gone - FPlaces.get());
-  for (std::size_t i = (hole + 1) & FMask; FPlaces[i].bytes != nullptr; i = (i + 1) & FMask) {
-    if (((i - FPlaces[i].hash) & FMask) >= ((i - hole) & FMask)) {
-      FPlaces[hole] = std::move(FPlaces[i]);
+  for (std::size_t i = (hole + 1) & FMask; !IsFree(FPlaces[i]); i = (i + 1) & FMask) {
+    if (((i - HashOf(FPlaces[i])) & FMask) >= ((i - hole) & FMask)) {
+      FPlaces[hole] = FPlaces[i];
       hole = i;
     }
   }
-  FPlaces[hole].bytes.reset();
+  FPlaces[hole] = TPlace{};
   --FCount;
   return true;
 }
