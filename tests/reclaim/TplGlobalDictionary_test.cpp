@@ -2,9 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 #include "perlayer/corekit/ISystemParameters.h"
 #include "perlayer/foundation/FoundationState.h"
+#include "perlayer/list/TPlBoList.h"
+#include "perlayer/platform/TSlotTable.h"
 #include "support/HospitalFixture.h"
+#include "support/ModelTest.h"
 #include "support/TestLog.h"
 
 namespace perlayer {
@@ -85,6 +90,216 @@ TEST_F(TDictionaryTest, TwoHoldersOfARowHoldTheSameObject) {
   EXPECT_EQ(FDictionary->Count(), 1);
   first.Reset();
   EXPECT_EQ(FDictionary->Count(), 0);
+}
+
+TEST_F(TDictionaryTest, OneAttributeIsToldFromMemoryByAnExactValue) {
+  AddPatient(1, "Ana");
+  AddPatient(2, "O'Brien");
+  AddPatient(10, "Žiga = 1");
+  AddEncounter(1, "V");
+  auto ana = Patient("1");
+  auto brien = Patient("2");
+  auto ziga = Patient("10");
+  THold<> visit(FEncounters, "1");
+  struct TCase {
+    const char* condition;
+    const char* id;  // "": the database is asked
+  };
+  constexpr TCase kCases[] = {
+      {"NAME = 'Ana'", "1"},   {" name=Ana ", "1"},  {"NAME = 'ANA'", ""},
+      {"ID = 10", "10"},       {"ID='2'", "2"},      {"ID=01", ""},
+      {"NAME='O''Brien'", ""}, {"NAME=O'Brien", ""}, {"NAME = 'Žiga = 1'", ""},
+      {"NAME = ''", ""},       {"NAME = '", ""},     {"WARD = 'x'", ""},
+      {"NAME like 'Ana'", ""}, {"KIND = 'V'", ""},   {"", ""}};
+  const auto found = [&](TplProvider* provider, const std::string& condition) {
+    TplPerObject* object = FDictionary->FetchObject(FForm.Get(), provider, condition);
+    const std::string id = object == nullptr ? "" : object->GetGID();
+    if (object != nullptr) object->Release(FForm.Get());
+    return id;
+  };
+  for (const TCase& item : kCases) EXPECT_EQ(found(FPatients, item.condition), item.id);
+  // Subclasses share the key, but it is their provider that knows them.
+  EXPECT_EQ(found(Provider<TplVisit>(), "KIND = 'V'"), "1");
+  EXPECT_EQ(found(FEncounters, "KIND = 'V'"), "");
+
+  // A key that begins like this one matches, and ends the walk where it stands.
+  EXPECT_EQ(FDictionary->GetFirstObjectIndexForProvider(FPatients), 1);
+  EXPECT_EQ(FDictionary->GetFirstObjectIndexForProvider(FEncounters), 0);
+  FEncounters->aiTableName("PATIENT1");
+  Provider<TplVisit>()->aiTableName("PATIENT1");
+  THold<> other(FEncounters, "1");  // PATIENT11, behind PATIENT1 and PATIENT10
+  EXPECT_EQ(FDictionary->Strings(3), "PATIENT11");
+  EXPECT_EQ(FDictionary->GetFirstObjectIndexForProvider(FEncounters), 1);
+  EXPECT_EQ(found(FPatients, "ID = 10"), "10");
+  EXPECT_EQ(found(FPatients, "ID = 2"), "");
+  visit.Reset();
+  FEncounters->aiTableName("NONE");
+  EXPECT_EQ(FDictionary->GetFirstObjectIndexForProvider(FEncounters), -1);
+}
+
+TEST_F(TDictionaryTest, AnIdentityIsTakenChangedAndGivenUp) {
+  auto* object = FPatients->NewObject(FForm.Get());
+  EXPECT_EQ(object->GetGID(), "-1");
+  EXPECT_EQ(FDictionary->Count(), 0) << "a temporary ID is nobody's key";
+  object->SetAttrValue("ID", "7");
+  EXPECT_EQ(FDictionary->TakeObject(FPatients, "7"), object);
+  EXPECT_EQ(FDictionary->ChangeID(FPatients, "7", object, "8"), 0);
+  EXPECT_EQ(FDictionary->Strings(0), "PATIENT8");
+  TestLog().Clear();
+  EXPECT_EQ(FDictionary->ChangeID(FPatients, "9", object, "8"), 0);
+  EXPECT_FALSE(Logged("ID=9"));
+  TplProvider::SetGreenMode(false);
+  FDictionary->ChangeID(FPatients, "9", object, "7");
+  EXPECT_TRUE(
+      Logged("TplGlobalDictionary.AddPerObject: Objekta, ki ima provider TplPatient in ID=9, ni!"));
+  EXPECT_EQ(FDictionary->Count(), 2);
+  FDictionary->Delete(1);
+
+  // Without green mode a new object is entered at once, and only one may be without an ID.
+  auto* nameless = FPatients->NewObject(FForm.Get());
+  EXPECT_EQ(FDictionary->TakeObject(FPatients, ""), nameless);
+  EXPECT_NE(Raised([&] { FPatients->NewObject(FForm.Get()); }), "");
+  // A key that is taken stays with who has it.
+  nameless->SetAttrValue("ID", "7");
+  EXPECT_EQ(FDictionary->TakeObject(FPatients, "7"), object);
+  nameless->Release(FForm.Get());
+  EXPECT_EQ(FDictionary->TakeObject(FPatients, "7"), object);
+  TplProvider::SetGreenMode(true);
+  object->DiposeNewlyCreatedMe();
+  EXPECT_EQ(FDictionary->Count(), 0);
+  object->Release(FForm.Get());
+}
+
+TEST_F(TDictionaryTest, AnEntryWithoutItsObjectHealsWhenItIsRead) {
+  AddPatient(1, "Ana");
+  const auto stale = [&] {
+    FDictionary->Clear();
+    {
+      const TOwned<TObject> gone(New<TScopeRetainer>());
+      FDictionary->AddObject("PATIENT1", gone.Get());
+    }
+    FDictionary->AddObject("PATIENT2", FForm.Get());
+    TestLog().Clear();
+  };
+  stale();
+  EXPECT_EQ(FDictionary->GetPerObjectWithIndex(1), nullptr);
+  EXPECT_TRUE(
+      Logged("TplGlobalDictionary.GetObject(1) (before delete): "
+             "TplGlobalDictionary.GetPerObjectWithIndex: Object at 1 - PATIENT2 not "
+             "TplPerObject!"));
+  EXPECT_EQ(FDictionary->GetPerObjectWithIndex(0), nullptr);
+  EXPECT_TRUE(
+      Logged("TplGlobalDictionary.GetObject(0) (after delete): "
+             "TplGlobalDictionary.GetPerObjectWithIndex: No object at index 0!"));
+  EXPECT_EQ(FDictionary->Count(), 0);
+  EXPECT_EQ(FDictionary->GetPerObjectWithIndex(0), nullptr) << "outside";
+  for (const char* condition : {"", "NAME = 'Ana'", "ID = 1 and NAME = 'Ana'"}) {
+    stale();
+    auto ana = *condition == 0 ? Patient("1") : THold<TpoPatient>::Where(FPatients, condition);
+    ASSERT_TRUE(ana) << condition;
+    EXPECT_EQ(FDictionary->TakeObject(FPatients, "1"), ana.Get());
+    EXPECT_EQ(FDictionary->TakeObject(FPatients, "2"), nullptr);
+    EXPECT_EQ(FDictionary->Count(), 1);
+  }
+}
+
+// The parameter is read when the dictionary is made.
+struct TWatchIsOn {
+  TWatchIsOn() { ISystemParameters().SetParamValue("CHECKRELEASING", "TRUE"); }
+};
+class TDictionaryWatchTest : public TWatchIsOn, public TDictionaryTest {};
+
+TEST_F(TDictionaryWatchTest, WhatIsEnteredWhileItIsReleasedIsTold) {
+  AddPatient(1, "Ana");
+  auto ana = Patient("1");
+  std::string key;
+  FDictionary->AddToReleasingList(ana.Get(), key);
+  EXPECT_EQ(key, "PATIENT1");
+  for (const bool releasing : {true, false}) {
+    TestLog().Clear();
+    FDictionary->RemoveFromDictionary(ana.Get());
+    FDictionary->AddPerObject(FPatients, ana.Get(), FForm.Get());
+    EXPECT_EQ(Logged("Alert! Adding object that is releasing back to dictionary!!! Object key = "
+                     "PATIENT1, retainer = TScopeRetainer"),
+              releasing);
+    FDictionary->RemoveFromReleasingList(key);
+  }
+}
+
+TEST_F(TDictionaryTest, TheWatchIsOffUnlessItIsAskedFor) {
+  AddPatient(1, "Ana");
+  auto ana = Patient("1");
+  std::string key = "?";
+  FDictionary->AddToReleasingList(ana.Get(), key);
+  EXPECT_EQ(key, "");
+}
+
+// --- every call fails once ---
+
+// What one failure leaves of a fetch, a reload, a change of ID: the object is where it was, nobody
+// holds more than before, and the next try does right.
+TEST_F(TDictionaryTest, AfterAnyFailureMapObjectsAndHoldersAgree) {
+  AddEncounter(1, "V");
+  THold<> visit(FEncounters, "1");
+  int version = 0;
+  const auto change = [&] {
+    Execute("update OMRA.ENCOUNTER set PATIENT_ID = :V", {static_cast<double>(++version)});
+  };
+  const auto fetch = [&] {
+    if (TplPerObject* object = FEncounters->FetchObject(FForm.Get(), "ID = 1 or ID = 2", true)) {
+      EXPECT_EQ(object, visit.Get());
+      object->Release(FForm.Get());
+    }
+  };
+  const auto reload = [&] { visit->Reload(); };
+  const auto list = [&] {
+    FEncounters->FetchObjectList(FForm.Get(), "", "", true)->Release(FForm.Get());
+  };
+  const auto rename = [&] {
+    visit->SetAttrValue("ID", "3");
+    visit->SetAttrValue("ID", "1");
+    visit->CancelData();
+  };
+  const std::function<void()> works[] = {fetch, reload, rename, list};
+  for (const auto& work : works) {
+    change();
+    work();
+    // Calls that fail, then memory that runs out. A list needs some to end.
+    for (const bool memory : {false, true}) {
+      bool failed = !memory || &work != &works[3];
+      for (int call = memory ? 0 : 1; failed; ++call) {
+        const std::string before = visit->GetAttrValue("PATIENT_ID");
+        const std::int64_t live = TSlotTable::LiveCount();
+        change();
+        failed = false;
+        try {
+          const TOutOfMemory scarce(memory ? call : -1);
+          Faults.FailAt(memory ? 0 : call);
+          work();
+        } catch (const std::bad_alloc&) {
+          failed = true;
+        } catch (const EPlannedFault&) {
+          failed = true;
+        }
+        Faults.FailAt(0);
+        FDictionary->aiUSEDICTIONARY(true);
+        visit->UnTouch();
+        ASSERT_EQ(TSlotTable::LiveCount(), live) << call;
+        ASSERT_EQ(FSession->Taken(), 0) << call;
+        ASSERT_EQ(FDictionary->Count(), 1) << call;
+        ASSERT_EQ(FDictionary->TakeObject(visit->aiProvider(), visit->GetGID()), visit.Get());
+        ASSERT_EQ(visit->RefCount(), 1) << call;
+        ASSERT_TRUE(PerLayerStatistics()->aiEnableEvents() && aiNotificationsEnabled());
+        const std::string after = visit->GetAttrValue("PATIENT_ID");
+        ASSERT_TRUE(after == before || after == std::to_string(version)) << call;
+        if (visit->GetGID() != "1") visit->SetAttrValue("ID", "1");
+        visit->CancelData();
+      }
+    }
+    change();
+    visit->Reload();
+    ASSERT_EQ(visit->GetAttrValue("PATIENT_ID"), std::to_string(version));
+  }
 }
 
 }  // namespace

@@ -70,7 +70,20 @@ void TPlBoList::LogNotifyDetails(std::string_view which) {
   TPlCustomBoList::LogNotifyDetails(which);
 }
 
-void TPlBoList::Reload() { NotImplemented("TPlBoList.Reload"); }
+void TPlBoList::Reload() {
+  if (FReloading) return;
+  const TAlive alive(this);
+  FReloading = true;
+  TryFinally(
+      [&] {
+        if (const TNotifyEvent event = aiOnReload()) event(this);
+        if (alive) GlobalDictionary()->Reload(this, "");
+        if (alive) SetNeedToRefresh(false);
+      },
+      [&] {
+        if (alive) FReloading = false;
+      });
+}
 
 // --- members ---
 
@@ -285,6 +298,12 @@ IboListDataSet* TPlBoList::aiDataSet() {
 
 void TPlBoList::Refresh() {
   if (FDataSet != nullptr) FDataSet->Refresh();
+}
+
+void TPlBoList::CancelAndRefreshDataSet() {
+  const TAlive alive(this);
+  if (FDataSet != nullptr) FDataSet->Cancel();
+  if (alive) Refresh();
 }
 
 int TPlBoList::GetCurrIndex() {

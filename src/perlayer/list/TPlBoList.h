@@ -41,7 +41,9 @@ class TPlBoList : public TPlCustomBoList {
   void SetLockedBy(TplLockedBy ALockedBy) override { FLockedBy = ALockedBy; }
   TplLockedBy GetLockedBy() override { return FLockedBy; }
 
-  // Raises "Not implemented yet: %s": nothing pretends that rows were read anew.
+  // Fetches the list's rows anew, by its condition or, without one, by the IDs of its members: live
+  // objects take the values, edited or not, members whose rows are not found leave the list, and
+  // new rows come in at its end. Does nothing within itself.
   void Reload() override;
 
   // --- members ---
@@ -104,6 +106,7 @@ class TPlBoList : public TPlCustomBoList {
   IboListDataSet* aiDataSet();
   bool DataSetAssigned() const { return FDataSet != nullptr; }
   void Refresh();  // of the data set, if there is one
+  void CancelAndRefreshDataSet();
 
   // --- for the reclamation of whole groups ---
 

@@ -433,6 +433,11 @@ class TplPerObject : public TplDomainObject {
   bool Copying(TCopy&& copy);
   // For the dictionary: the row as it has been fetched anew, nullptr when it is gone.
   void TakeReloaded(TplPerObject* ATwin, bool AUseDictionary);
+  // What the object has is what its row has.
+  void TakeAsLoaded() {
+    InternalSetModified(false);
+    data.CommitValues();
+  }
   void CancelAndRefreshDataSet();
 
   TObjectEdits& Edits();  // made on first use

@@ -141,28 +141,27 @@ void TplPerObject::Reload(const std::string& AFetchSpec) {
   DoReload();
 }
 
-// The twin, which is nullptr for a row that is gone, has been fetched for this object.
+// The twin, which is nullptr for a row that is gone, has been fetched for this object. What an edit
+// that has been given up left is nothing to return to any more.
 void TplPerObject::TakeReloaded(TplPerObject* ATwin, bool AUseDictionary) {
   const TAlive alive(this);
   if (ATwin == nullptr) {
     if (!FNewObject) SetObjectMarkedDeleted(true);
-    if (alive) InternalSetModified(false);
+    if (alive) TakeAsLoaded();
     return;
   }
   AssignFields(ATwin);
   if (!alive) return;
-  InternalSetModified(false);
   if (FNewObject) {
     const std::string id = ATwin->GetGID();
-    {
-      const TUseDictionary use(AUseDictionary);
-      GlobalDictionary()->ChangeID(FProvider, GetGID(), this, id);
-    }
-    data.SetAttrValue(FProvider->GetIDAttrName(), id);
+    TIboData written = data;  // aside: nothing may fail once the dictionary has the new key
+    written.SetAttrValue(FProvider->GetIDAttrName(), id);
+    const TUseDictionary use(AUseDictionary);
+    GlobalDictionary()->ChangeID(FProvider, GetGID(), this, id);
+    data = std::move(written);
     FNewObject = false;
   }
-  // What an edit that has been given up left is nothing to return to any more.
-  data.CommitValues();
+  TakeAsLoaded();
 }
 
 void TplPerObject::CancelAndRefreshDataSet() {

@@ -37,14 +37,16 @@ struct TObjectSql {
   TIQuery* query;
 };
 
-// Runs a step of a fetch. When it raises, the object, which nobody has been given yet, is let go.
+// Runs a step of a fetch. When it raises, the object, which nobody has been given yet, is let go:
+// the one that the variable holds by then.
 template <class TStep>
-void LetGoOnFailure(TplPerObject* object, TObject* retainer, TStep&& step) {
-  const TAlive alive(object);
+void LetGoOnFailure(TplPerObject* const& object, TObject* retainer, TStep&& step) {
+  const TplPerObject* const before = object;
+  const TAlive alive(before);
   try {
     step();
   } catch (...) {
-    if (alive) object->Release(retainer);
+    if (object != before || alive) object->Release(retainer);
     throw;
   }
 }

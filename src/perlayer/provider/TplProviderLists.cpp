@@ -23,6 +23,7 @@ TPlBoList* TplProvider::FillList(TPlBoList* list, const TFetch& fetch, const std
     query->SetQueryAllRecords(true);
     list->LoadFromDataSet(query.Get(), fetch.includeSubclasses);
     list->SetFetchSpec(fetch.condition);
+    GlobalDictionary()->ConsultDictionaryForList(list, fetch.retainer);
   } catch (...) {
     if (alive) list->Release(fetch.retainer);
     throw;

@@ -219,9 +219,14 @@ int TplGlobalDictionary::ChangeID(TplProvider* AProvider, const std::string& AOl
   return enters ? IndexOf(newKey) : -1;
 }
 
+// One whose making has failed may have no provider, or no values yet.
+bool TplGlobalDictionary::HasKey(TplPerObject* AObject) {
+  return AObject->aiProvider() != nullptr && AObject->data.Count() > 0;
+}
+
 void TplGlobalDictionary::RemoveFromDictionary(TplPerObject* AObject) {
   if (LayerFinalizing()) return;  // nobody looks anything up any more
-  if (!FUSEDICTIONARY || AObject->aiProvider() == nullptr) return;
+  if (!FUSEDICTIONARY || !HasKey(AObject)) return;
   const int index = ObjectIndex(AObject->aiProvider(), AObject->GetGID());
   if (index < 0 || ObjectHandle(index) != TObjectHandle(AObject)) return;
   Delete(index);
@@ -230,7 +235,7 @@ void TplGlobalDictionary::RemoveFromDictionary(TplPerObject* AObject) {
 
 void TplGlobalDictionary::AddToReleasingList(TplPerObject* AObject, std::string& AKey) {
   AKey.clear();
-  if (!FCheckReleaseWhenAddingToDictionary || AObject->aiProvider() == nullptr) return;
+  if (!FCheckReleaseWhenAddingToDictionary || !HasKey(AObject)) return;
   AKey = Key(AObject->aiProvider(), AObject->GetGID());
   FslReleasingList->Add(AKey);
 }

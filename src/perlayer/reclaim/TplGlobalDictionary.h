@@ -26,6 +26,7 @@
 
 namespace perlayer {
 
+class TPlBoList;
 class TplPerObject;
 class TplProvider;
 
@@ -70,7 +71,11 @@ class TplGlobalDictionary : public TPlDictionary {
   // Makes one of a freshly fetched object, which ARetainer holds, and the entry of its key: the
   // entry takes the fetched values and comes in the place of the fetched object. Without an entry
   // the object gets one. What copying raises leaves the switch off.
+  // Whatever it raises, ARetainer holds what AObject is then.
   void ConsultDictionary(TObject* ARetainer, TplPerObject*& AObject);
+  // The same for each member of a list, which holds them itself. Keys are those of the list's
+  // provider. Raises when an entry is of a class that has nothing to do with the member's.
+  void ConsultDictionaryForList(TPlBoList*& AList, TObject* ARetainer);
   // Moves the object to another key and returns its index; -1 with the switch off. An object that
   // stood nowhere is entered; one that gets a temporary ID in green mode leaves (-1). A key that is
   // taken stays with who has it.
@@ -91,9 +96,29 @@ class TplGlobalDictionary : public TPlDictionary {
   // --- reading anew ---
 
   // Fetches the row of an object again, by ASpec (SQL) if that is not empty, and copies it into the
-  // live object. A row that is gone marks the object deleted. Notifies with paReload. Raises
-  // "TplGlobalDictionary.Reload: Class not valid!" for what is neither an object nor a list.
+  // live object; a row that is gone marks the object deleted. Of a list, see TPlBoList::Reload.
+  // Notifies with paReload. Raises "TplGlobalDictionary.Reload: Class not valid!" for anything
+  // else.
   void Reload(TObject* AObject, const std::string& ASpec);
+
+  // --- relations in memory ---
+
+  // The objects of AProvider whose AChildAttr has the value of AOwner's AOwnerAttr, ordered by
+  // AOrder if that is not empty. They come into AResult, which is made for AOwner on need, and
+  // which is the answer. Looks at AList alone where the setting aiLimitedOne2ManyRelation is on and
+  // a list is given, else at the whole dictionary.
+  TPlBoList* GetOne2ManyRelation(TPlBoList* AList, TplPerObject* AOwner, TPlBoList*& AResult,
+                                 const std::string& AChildAttr, TplProvider* AProvider,
+                                 const std::string& AOwnerAttr, const std::string& AOrder);
+  // Adds to what AResult has. AOwner's value is read under AChildAttr too: one name on both sides.
+  TPlBoList* GetOne2ManyRelationOptimized(TPlBoList* AList, TplPerObject* AOwner,
+                                          TPlBoList*& AResult, const std::string& AChildAttr,
+                                          TplProvider* AProvider, const std::string& AOwnerAttr,
+                                          const std::string& AOrder);
+  // Replaces what AResult has.
+  TPlBoList* GetOne2ManyRelationOld(TplPerObject* AOwner, TPlBoList*& AResult,
+                                    const std::string& AChildAttr, TplProvider* AProvider,
+                                    const std::string& AOwnerAttr, const std::string& AOrder);
 
   // --- reclamation ---
 
@@ -138,10 +163,15 @@ class TplGlobalDictionary : public TPlDictionary {
     FTimes.Start();
     return TryFinally(search, [&] { FTimes.Stop(); });
   }
+  static bool HasKey(TplPerObject* AObject);
   TplPerObject* Live(std::string_view ABeginning, std::string_view ARest);
   TplPerObject* Heal(const std::string& AKey);
-  TplPerObject* Merge(TplPerObject* AEntry, TplPerObject* ATwin, TObject* AHolder);
+  template <class TPut>
+  void Merge(TplPerObject* AEntry, TplPerObject* ATwin, TObject* AHolder, TPut&& put);
   void ReloadPerObject(TplPerObject* AObject, const std::string& ASpec);
+  void ReloadBoList(TPlBoList* AList);
+  bool DropMembers(TPlBoList* AList, const TPlBoList* ATwins, bool AUse);
+  bool TakeTwins(TPlBoList* AList, const TPlBoList* ATwins, bool AUse, bool ANotify);
 
   bool FUSEDICTIONARY = false;
   int FFetchSaveNumber = 0;
