@@ -1,5 +1,5 @@
-// The same with the types of the columns known, and once more with those parameters bound as
-// numbers of which that makes another statement.
+// The same with the types of the columns known, once more with those parameters bound as numbers of
+// which that makes another statement, and once more for places of large objects.
 
 #include "fuzz/SqlTarget.h"
 #include "perlayer/corekit/TStatementText.h"
@@ -18,17 +18,19 @@ class TTables : public TSqlSchema {
 
  private:
   const std::vector<TSqlColumn> FPatient = {
-      {"ID", TSqlType::number}, {"LAST", TSqlType::text},     {"CODE", TSqlType::text},
-      {"BORN", TSqlType::date}, {"WEIGHT", TSqlType::number}, {"NOTES", TSqlType::text}};
+      {"ID", TSqlType::number},     {"LAST", TSqlType::text},
+      {"CODE", TSqlType::text},     {"BORN", TSqlType::date},
+      {"WEIGHT", TSqlType::number}, {"NOTES", TSqlType::text, false, true}};
   const std::vector<TSqlColumn> FVisit = {
       {"ID", TSqlType::number}, {"PATIENT_ID", TSqlType::number}, {"STARTED", TSqlType::date}};
 };
 
 // False when it is refused.
-bool Translate(const TStatementText& text, TSqlNumberBinds numbers, TSqlTranslation& translation) {
+bool Translate(const TStatementText& text, TSqlNumberBinds numbers, TSqlTranslation& translation,
+               TLargeObjects largeObjects = TLargeObjects::values) {
   static TTables tables;
   try {
-    translation = TSqlTranslator(text, &tables, numbers).Translate();
+    translation = TSqlTranslator(text, &tables, numbers, largeObjects).Translate();
   } catch (const EDatabaseError& e) {
     RequireRefusal(e, text.Text());
     return false;
@@ -53,6 +55,9 @@ bool Takes(std::string_view input) {
       Translate(text, translation.bindsThatMatter, translation)) {
     database.Try(translation);
   }
+  Require(Translate(text, 0, translation, TLargeObjects::places),
+          "what is said with values is said with places", text.Text());
+  database.Try(translation);
   return true;
 }
 
