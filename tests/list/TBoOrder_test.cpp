@@ -4,6 +4,7 @@
 #include "perlayer/platform/TCollation.h"
 #include "support/HospitalFixture.h"
 #include "support/ModelTest.h"
+#include "support/PlainSort.h"
 
 namespace perlayer {
 namespace {
@@ -31,27 +32,6 @@ int PlainCompare(TplPerObject* a, TplPerObject* b,
     if (order != 0) return (order < 0) != descending ? -1 : 1;
   }
   return 0;
-}
-
-template <class TCompare>
-void PlainQuickSort(std::vector<TplPerObject*>& items, int left, int right, TCompare compare) {
-  int i, j;
-  do {
-    i = left;
-    j = right;
-    TplPerObject* const pivot = items[static_cast<std::size_t>((left + right) >> 1)];
-    do {
-      while (compare(items[static_cast<std::size_t>(i)], pivot) < 0) ++i;
-      while (compare(items[static_cast<std::size_t>(j)], pivot) > 0) --j;
-      if (i <= j) {
-        std::swap(items[static_cast<std::size_t>(i)], items[static_cast<std::size_t>(j)]);
-        ++i;
-        --j;
-      }
-    } while (i <= j);
-    if (left < j) PlainQuickSort(items, left, j, compare);
-    left = i;
-  } while (i < right);
 }
 
 class TOrders : public THospital {
@@ -132,7 +112,7 @@ TEST_P(TOrderModel, PutsEqualObjectsWhereThePlainSortPutsThem) {
     for (const TObjectHandle& object : FObjects) expected.push_back(object.GetAs<TplPerObject>());
     TplPerObject* const first = expected.front();
     TplPerObject* const last = expected.back();
-    PlainQuickSort(expected, 0, static_cast<int>(count) - 1,
+    PlainQuickSort(expected,
                    [&](TplPerObject* a, TplPerObject* b) { return PlainCompare(a, b, terms); });
     ASSERT_EQ(Sorted(order), expected);
     EXPECT_EQ(CompareByOrder(first, last, order), PlainCompare(first, last, terms));

@@ -13,6 +13,7 @@
 #include "perlayer/platform/Format.h"
 #include "support/HospitalFixture.h"
 #include "support/ModelTest.h"
+#include "support/PlainSort.h"
 
 namespace perlayer {
 namespace {
@@ -23,6 +24,10 @@ class TpoMember : public TplPerObject {
  public:
   TIAccessRights GetRights() override {
     return Hidden ? TIAccessRights{} : TIAccessRights{TIAccessRight::arScan};
+  }
+  void Name(const std::string& name) {
+    data.InitData();
+    data.SetAttrValue("NAME", name);
   }
   bool Hidden = false;
 };
@@ -45,7 +50,10 @@ class TPlCustomBoListTest : public THospital {
   TPlCustomBoListTest() {
     FListener = New<TListener>(nullptr, FForm.Get());
     FList = New<TPlCustomBoList>(nullptr, FListener);
-    for (int i = 0; i < 8; ++i) FMembers.push_back(New<TpoMember>(FPatients, FForm.Get()));
+    for (int i = 0; i < 8; ++i) {
+      FMembers.push_back(New<TpoMember>(FPatients, FForm.Get()));
+      FMembers.back()->Name(std::string(1, static_cast<char>('A' + i % 3)));
+    }
   }
   ~TPlCustomBoListTest() override {
     FList->Release(FListener);
@@ -70,9 +78,13 @@ class TPlCustomBoListTest : public THospital {
 struct TModelList {
   std::vector<TplPerObject*> entries;
   int cursor = 0;
+  std::string but;  // the filter hides that name
 
   int Count() const { return static_cast<int>(entries.size()); }
-  bool Seen(int index) const { return !static_cast<TpoMember*>(entries[index])->Hidden; }
+  bool Seen(int index) const {
+    TplPerObject* const entry = entries[static_cast<std::size_t>(index)];
+    return !static_cast<TpoMember*>(entry)->Hidden && entry->GetAttrValue("NAME") != but;
+  }
   void Go(int step) {
     const int limit = step > 0 ? Count() : -1;
     if (cursor != limit && (step < 0 || cursor < limit)) cursor += step;
@@ -97,7 +109,7 @@ TEST_P(TListModel, AgreesWithAPlainVector) {
     std::vector<TplPerObject*> expected = model.entries;
     std::vector<std::string> heard;
     std::function<void()> operation = [] {};
-    switch (count > 20 ? 5 + below(7) : below(16)) {
+    switch (count > 20 ? 5 + below(7) : below(19)) {
       case 0:
       case 1:
         expected.push_back(member);
@@ -169,6 +181,30 @@ TEST_P(TListModel, AgreesWithAPlainVector) {
         FList->Last();
         model.cursor = count - 1;
         break;
+      case 13:
+      case 14: {
+        // By an order, the one last forced, or a comparison of the caller's.
+        const auto byName = [](TplPerObject* a, TplPerObject* b, const std::string&) {
+          return a->GetAttrValue("NAME").compare(b->GetAttrValue("NAME"));
+        };
+        DefaultSortParam() = "NAME";
+        PlainQuickSort(expected,
+                       [&](TplPerObject* a, TplPerObject* b) { return byName(a, b, ""); });
+        operation = [&, byName] {
+          if (below(2) == 0) return FList->Sort(byName, "");
+          FList->Sort(&CompareByOrder, below(2) == 0 ? "NAME" : "");
+        };
+        break;
+      }
+      case 15: {
+        model.but = below(3) == 0 ? "none" : std::string(1, static_cast<char>('A' + below(3)));
+        FList->SetListFilter(model.but == "none" ? "" : "NAME <> '" + model.but + "'");
+        if (count == 0) break;
+        const int turn = model.cursor == count ? -1 : 1;
+        model.Go(turn);
+        model.Go(-turn);
+        break;
+      }
       case 12:
         FList->GoToBookmark(std::to_string(at));
         model.cursor = count == 0 ? -1 : at;

@@ -9,9 +9,17 @@
 #include "perlayer/object/FieldText.h"
 #include "perlayer/object/TplPerObject.h"
 #include "perlayer/platform/TCollation.h"
+#include "perlayer/platform/TLayer.h"
 #include "perlayer/platform/Text.h"
 
 namespace perlayer {
+
+std::string& DefaultSortParam() {
+  struct TDefault {
+    std::string param;
+  };
+  return TLayer::Part<TDefault>(TLayerPart::listOrder).param;
+}
 
 TBoOrder::TTerm TBoOrder::Term(std::string_view text) {
   text = Trim(text);

@@ -32,6 +32,9 @@ using TboListSortCompare = int (*)(TplPerObject* AObject1, TplPerObject* AObject
 // Compares by the order that the parameter tells.
 int CompareByOrder(TplPerObject* AObject1, TplPerObject* AObject2, const std::string& AOrder);
 
+// What a sort by no parameter goes by: the order that was last forced on any list.
+std::string& DefaultSortParam();
+
 class TBoOrder {
  public:
   explicit TBoOrder(std::string_view order);

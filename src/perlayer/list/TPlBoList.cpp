@@ -91,7 +91,7 @@ int TPlBoList::Add(TplPerObject* AObject) {
   const TAlive alive(this);
   const TAlive objectAlive(AObject);
   TPlCustomBoList::Add(AObject);
-  if (alive && objectAlive) SetCurrentTo(AObject);
+  if (alive && objectAlive) ResortAndSetCurrentItem(AObject);
   if (!alive || !objectAlive) return -1;
   const int index = IndexOf(AObject);
   if (!AObject->aiAddToListReLock()) return index;
@@ -102,10 +102,6 @@ int TPlBoList::Add(TplPerObject* AObject) {
   if (objectAlive) AObject->AfterAddToListReLock();
   if (objectAlive) AObject->aiAddToListReLock(false);
   return index;
-}
-
-void TPlBoList::SetCurrentTo(TplPerObject* object) {
-  if (!IsObjectFiltered(object)) FCurrIndex = IndexOf(object);
 }
 
 bool TPlBoList::AddToSet(TplPerObject* AObject) {

@@ -38,6 +38,7 @@ class TPlBoList : public TPlCustomBoList {
   TIAccessRights GetRights() override { return FRights; }
   virtual void SetRights(TIAccessRights ARights) { FRights = ARights; }
   int GetImageIndex() override { return 81; }
+  void SetListFilter(const std::string& AFilter) override;  // and the data set reads anew
   void SetLockedBy(TplLockedBy ALockedBy) override { FLockedBy = ALockedBy; }
   TplLockedBy GetLockedBy() override { return FLockedBy; }
 
@@ -48,8 +49,9 @@ class TPlBoList : public TPlCustomBoList {
 
   // --- members ---
 
-  // As the base; then the cursor goes to the object's first entry, unless it is hidden. An object
-  // that lost its lock is locked again and saved.
+  // As the base; then the list is sorted, where it has an order, and the cursor goes to the
+  // object's first entry, unless it is hidden. An object that lost its lock is locked again and
+  // saved.
   int Add(TplPerObject* AObject) override;
   // False, with nothing done, for an object that is in the list.
   virtual bool AddToSet(TplPerObject* AObject);
@@ -86,6 +88,21 @@ class TPlBoList : public TPlCustomBoList {
                                                         const std::string& AEmptyAttr);
   // Deletes the entries of all that match. Answers 0.
   int DeleteObjectsObjectWithAttrValue(const std::string& AAttr, const std::string& AValue);
+
+  // The first place in a list sorted by the attribute where its text is not below the value, and
+  // whether it is the value there; texts compare as people order them, without regard to case.
+  bool Find(const std::string& AAttr, const std::string& AValue, int& AIndex);
+
+  // --- order: see TBoOrder.h ---
+
+  // Sorts, unless the order is empty or in force already.
+  void OrderBy(const std::string& AOrder);
+  // The order is in force from now on: additions follow it. Empty: none is, and nothing is sorted.
+  void ForcedOrderBy(const std::string& AOrder);
+  // Sorts by the order in force, and puts the cursor on the object unless that is hidden.
+  void ResortAndSetCurrentItem(TplPerObject* AObject);
+  const std::string& aiOrder() const { return FsOrder; }
+  void aiOrder(const std::string& order) { FsOrder = order; }  // for what is added from now on
 
   // --- saving ---
 
@@ -135,12 +152,12 @@ class TPlBoList : public TPlCustomBoList {
   void LogNotifyDetails(std::string_view which) override;
 
  private:
-  void SetCurrentTo(TplPerObject* object);
   void LoadRow(TDataSet* dataSet, bool includeSubClasses);
 
   TplProvider* FProvider = nullptr;  // not owned
   std::unique_ptr<IboListDataSet> FDataSet;
   std::string FsFetchSpec;
+  std::string FsOrder;
   std::unique_ptr<TNotifyEvent> FOnReload;  // most lists have none
   TIAccessRights FRights;
   bool FReloading = false;

@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "perlayer/corekit/ILog.h"
+#include "perlayer/list/QuickSort.h"
+#include "perlayer/list/TListFilter.h"
 #include "perlayer/platform/Format.h"
 #include "perlayer/platform/Text.h"
 
@@ -19,6 +21,11 @@ const TIBoListEvent kNoEvent;
 struct TPlCustomBoList::TEvents {
   TIBoListEvent beforeAdd;
   TIBoListEvent beforeDelete;
+};
+
+struct TPlCustomBoList::TFiltering {
+  std::string text;
+  TListFilter filter;
 };
 
 TPlCustomBoList::TPlCustomBoList() = default;
@@ -205,6 +212,28 @@ void TPlCustomBoList::Exchange(int AIndex1, int AIndex2) {
   std::swap(FList[AIndex1], FList[AIndex2]);
 }
 
+void TPlCustomBoList::Sort(TboListSortCompare ACompare, const std::string& AParam) {
+  if (FCount == 0) return;
+  const std::string param = AParam.empty() ? DefaultSortParam() : AParam;
+  const std::vector<TObjectHandle> entries(FList.get(), FList.get() + FCount);
+  const TAlive alive(this);
+  std::vector<TObjectHandle> sorted;
+  if (ACompare == &CompareByOrder) {
+    sorted = TBoOrder(param).Sorted(entries);
+  } else {
+    const auto object = [](TObjectHandle entry) { return static_cast<TplPerObject*>(entry.Get()); };
+    sorted = entries;
+    QuickSort(std::span(sorted), [&](TObjectHandle a, TObjectHandle b) {
+      return ACompare(object(a), object(b), param);
+    });
+  }
+  if (!alive) return;
+  if (!std::equal(entries.begin(), entries.end(), FList.get(), FList.get() + FCount)) {
+    throw Exception("TPlCustomBoList.Sort: the list has changed while it was sorted");
+  }
+  std::copy(sorted.begin(), sorted.end(), FList.get());
+}
+
 void TPlCustomBoList::Pack() {
   const TAlive alive(this);
   for (int i = FCount - 1; alive && i >= 0; --i) {
@@ -278,13 +307,15 @@ TplPerObject* TPlCustomBoList::LastObject() {
 }
 
 void TPlCustomBoList::Next() {
+  const TAlive alive(this);
   if (FCurrIndex < FCount) ++FCurrIndex;
-  while (FCurrIndex < FCount && IsCurrObjectFiltered()) ++FCurrIndex;
+  while (FCurrIndex < FCount && IsCurrObjectFiltered() && alive) ++FCurrIndex;
 }
 
 void TPlCustomBoList::Prior() {
+  const TAlive alive(this);
   if (FCurrIndex > -1) --FCurrIndex;
-  while (FCurrIndex >= 0 && IsCurrObjectFiltered()) --FCurrIndex;
+  while (FCurrIndex >= 0 && IsCurrObjectFiltered() && alive) --FCurrIndex;
 }
 
 TplPerObject* TPlCustomBoList::NSCurrObject() {
@@ -295,36 +326,64 @@ TplPerObject* TPlCustomBoList::NSCurrObject() {
 }
 
 TplPerObject* TPlCustomBoList::CurrObject() {
-  if (IsCurrObjectFiltered()) Next();
-  if (FCount == 0 || IsCurrObjectFiltered()) return nullptr;
+  const TAlive alive(this);
+  if (IsCurrObjectFiltered() && alive) Next();
+  if (!alive || FCount == 0 || IsCurrObjectFiltered() || !alive) return nullptr;
   const int index = GetCurrIndex();
   if (index == -1) return FirstObject();
   if (index == FCount) return LastObject();
   return Get(index);
 }
 
+TPlCustomBoList::TFiltering& TPlCustomBoList::NeedFiltering() {
+  if (FFiltering == nullptr) FFiltering = std::make_unique<TFiltering>();
+  return *FFiltering;
+}
+
+const std::string& TPlCustomBoList::aiListFilter() const {
+  static const std::string kNone;
+  return FFiltering == nullptr ? kNone : FFiltering->text;
+}
+
+void TPlCustomBoList::SetListFilter(const std::string& AFilter) {
+  if (FFiltering != nullptr || !AFilter.empty()) NeedFiltering().text = AFilter;
+  if (FCount > 0) ResyncCurrPosition();
+}
+
+bool TPlCustomBoList::EvaluateFilterExpression(TplPerObject* AObject, std::string_view AFilter) {
+  return NeedFiltering().filter.Evaluate(AObject, AFilter);
+}
+
 bool TPlCustomBoList::IsObjectFiltered(TplPerObject* AObject) {
-  return AObject == nullptr || !AObject->HasRights({TIAccessRight::arScan});
+  if (AObject == nullptr) return true;
+  if (FFiltering != nullptr) {
+    const TAlive objectAlive(AObject);
+    const bool accepted = FFiltering->filter.Evaluate(AObject, FFiltering->text);
+    if (!accepted || !objectAlive) return true;
+  }
+  return !AObject->HasRights({TIAccessRight::arScan});
 }
 
 bool TPlCustomBoList::IsCurrObjectFiltered() { return IsObjectFiltered(NSCurrObject()); }
 
 int TPlCustomBoList::CountWithFilter() {
+  const TAlive alive(this);
   int count = 0;
-  for (int i = 0; i < FCount; ++i) {
+  for (int i = 0; alive && i < FCount; ++i) {
     if (!IsObjectFiltered(Get(i))) ++count;
   }
   return count;
 }
 
 void TPlCustomBoList::ResyncCurrPosition() {
+  const TAlive alive(this);
   if (FCount > 0) GetCurrIndex();  // which may set the cursor
   if (!EOL()) {
     Next();
-    Prior();
+    if (alive) Prior();
   } else {
     Prior();
-    Next();
+    if (alive) Next();
   }
 }
 

@@ -10,9 +10,9 @@
 // An entry is a handle. One whose object has been destroyed, which only those three operations make
 // possible, reads as nullptr, like the entries that SetCount adds.
 //
-// The cursor is an index; -1 is before the first entry, Count() behind the last. Adding and
-// deleting do not move it. It goes by objects that are to be seen: those that the user has the
-// right to scan. Everything else (Count, Get, range-for) goes by entries.
+// The cursor is an index; -1 is before the first entry, Count() behind the last. Adding, deleting
+// and sorting do not move it. It goes by objects that are to be seen: those that the filter accepts
+// and the user has the right to scan. Everything else (Count, Get, range-for) goes by entries.
 //
 // Every event, notification and release may change the list or let go of it. An operation that
 // raises leaves each entry with its reference and no other.
@@ -23,6 +23,7 @@
 #include <string>
 #include <string_view>
 
+#include "perlayer/list/TBoOrder.h"
 #include "perlayer/object/TplPerObject.h"
 #include "perlayer/platform/TDelegate.h"
 
@@ -80,6 +81,10 @@ class TPlCustomBoList : public TplDomainObject {
   // By deleting and inserting, with all events and notifications of both, then paSort.
   void Move(int ACurIndex, int ANewIndex);
   void Exchange(int AIndex1, int AIndex2);
+  // Sorts the entries; see QuickSort.h. Nobody is told. An empty parameter is the order that was
+  // last forced on any list. Where the comparison raises, or changes the list on the way,
+  // everything stays as it is; the latter raises an Exception.
+  void Sort(TboListSortCompare ACompare, const std::string& AParam);
   void Pack();  // deletes empty entries
   void Expand();
   void SetCapacity(int ACapacity);
@@ -109,7 +114,15 @@ class TPlCustomBoList : public TplDomainObject {
   // The object at the cursor, having moved on to one that is to be seen; nullptr without any.
   // Before the first entry it is the first, behind the last one the last.
   TplPerObject* CurrObject();
-  TplPerObject* NSCurrObject();                  // the same, hidden or not
+  TplPerObject* NSCurrObject();  // the same, hidden or not
+  // Hides objects that the text does not accept; empty accepts all. Then the cursor goes to an
+  // object that is to be seen. The text is looked at when an object is: one that is no filter
+  // raises from here, from moving the cursor and from counting, and stands until another is set.
+  virtual void SetListFilter(const std::string& AFilter);
+  void aiListFilter(const std::string& filter) { SetListFilter(filter); }
+  const std::string& aiListFilter() const;
+  // See TListFilter::Evaluate.
+  bool EvaluateFilterExpression(TplPerObject* AObject, std::string_view AFilter);
   bool IsObjectFiltered(TplPerObject* AObject);  // it is hidden, as nullptr is
   bool IsCurrObjectFiltered();
   int CountWithFilter();
@@ -154,17 +167,20 @@ class TPlCustomBoList : public TplDomainObject {
 
  private:
   struct TEvents;
+  struct TFiltering;
   [[noreturn]] void Raise(const char* message, int data) const;
   [[noreturn]] void RaiseIndex(int AIndex) const;
   int FindEntry(TObjectHandle entry, int near) const;
   void TakeOut(TObjectHandle entry, int near);
   TEvents& NeedEvents();
+  TFiltering& NeedFiltering();
 
   std::unique_ptr<TObjectHandle[]> FList;
   int FCount = 0;
   int FCapacity = 0;
   bool FReadOnly = false;
-  std::unique_ptr<TEvents> FEvents;  // most lists have none
+  std::unique_ptr<TEvents> FEvents;        // most lists have none
+  std::unique_ptr<TFiltering> FFiltering;  // nor this
 };
 
 class TPlCustomBoList::TIterator {

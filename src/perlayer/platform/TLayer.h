@@ -28,6 +28,7 @@ enum class TLayerPart : std::size_t {
   auditEvents,       // the application's audit events
   authManager,       // TAuthManager
   providerState,     // green mode and the temporary-ID counter
+  listOrder,         // DefaultSortParam
   foundationState,   // notification switch, last message, memory sequence
   tableOwners,       // TIGetTableOwner
   localizer,         // TILocalizeDisplayLabel

@@ -1,6 +1,5 @@
 // TplProvider: fetching lists.
 
-#include "perlayer/foundation/BoMessageDlg.h"
 #include "perlayer/list/TPlBoList.h"
 #include "perlayer/provider/FetchSteps.h"
 #include "perlayer/provider/TplProvider.h"
@@ -16,12 +15,12 @@ TPlBoList* TplProvider::GetObjectList(TObject* ARetainer) {
 TPlBoList* TplProvider::FillList(TPlBoList* list, const TFetch& fetch, const std::string& order) {
   const TAlive alive(list);
   try {
-    if (!order.empty()) NotImplemented("TPlBoList.OrderBy");
     const TOwned<TIQuery> query = Make<TIQuery>();
     GetQuery(query.Get());
     FetchSpecToSQL(query.Get(), fetch.condition, order);
     query->SetQueryAllRecords(true);
     list->LoadFromDataSet(query.Get(), fetch.includeSubclasses);
+    list->OrderBy(order);
     list->SetFetchSpec(fetch.condition);
     GlobalDictionary()->ConsultDictionaryForList(list, fetch.retainer);
   } catch (...) {
