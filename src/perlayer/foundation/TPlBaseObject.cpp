@@ -11,6 +11,12 @@ namespace perlayer {
 
 namespace {
 constexpr const char* kUnknownException = "Unknown exception";
+
+// Out of the way: chains of releases go through the frame of the one that calls this.
+[[noreturn, gnu::noinline]] void RaiseFreedAlready(const TObject& object) {
+  throw Exception(
+      Format("Attempting to release allready freed object of class %s.", object.ClassName()));
+}
 }  // namespace
 
 std::span<const TInterfaceEntry> TPlBaseObject::InterfaceTable() {
@@ -48,10 +54,7 @@ HResult TPlBaseObject::QueryInterface(const TGuid& iid, void** object) {
 }
 
 void TPlBaseObject::DoFree() {
-  if (FRefCount < 1) {
-    throw Exception(
-        Format("Attempting to release allready freed object of class %s.", ClassName()));
-  }
+  if (FRefCount < 1) RaiseFreedAlready(*this);
   if (--FRefCount == 0) RefCountIsZero();
 }
 

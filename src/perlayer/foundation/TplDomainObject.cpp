@@ -73,12 +73,18 @@ int TplDomainObject::AddRef(TObject* ARetainer) {
   return count;
 }
 
+namespace {
+// Out of the way: chains of releases go through the frame of the one that calls this.
+[[gnu::noinline]] void WarnOfStranger(const TObject& object, const TObject* stranger) {
+  BoMessageDlg(Format("%s.Release: Retainer of class %s is not in retainer list!",
+                      object.ClassName(), stranger == nullptr ? "nil" : stranger->ClassName()),
+               TMsgDlgType::mtWarning, {TMsgDlgBtn::mbOK}, TMsgDlgBtn::mbOK, TMsgDlgBtn::mbOK);
+}
+}  // namespace
+
 void TplDomainObject::Release(TObject* ARetainer) {
   if (ARetainer == nullptr || !FRetainerList.DeleteObject(ARetainer)) {
-    BoMessageDlg(Format("%s.Release: Retainer of class %s is not in retainer list!", ClassName(),
-                        ARetainer == nullptr ? "nil" : ARetainer->ClassName()),
-                 TMsgDlgType::mtWarning, {TMsgDlgBtn::mbOK}, TMsgDlgBtn::mbOK, TMsgDlgBtn::mbOK);
-    return;
+    return WarnOfStranger(*this, ARetainer);
   }
   const TAlive alive(this);
   // A monitor that raises must not leave the count above the list: the object could never go.

@@ -24,12 +24,6 @@ void TplPerObject::Create(TPlBaseObject* AOwner, TObject* ARetainer) {
   data.Create(this, this);
 }
 
-void TplPerObject::Destroy() {
-  FDestroying = true;
-  ReleaseEditing();
-  TplDomainObject::Destroy();
-}
-
 void TplPerObject::DoNotifyAction(TplDomainObject* Sender, TIBaseObjectAction ActionType,
                                   TObject* Data, TINotifiedObjectList* AVisitedObjectList) {
   if (!FDestroying) TplDomainObject::DoNotifyAction(Sender, ActionType, Data, AVisitedObjectList);
@@ -44,12 +38,6 @@ bool TplPerObject::GetReadOnly() {
 
 void TplPerObject::SetLockedBy(TplLockedBy ALockedBy) { FLockedBy = ALockedBy; }
 TplLockedBy TplPerObject::GetLockedBy() { return FLockedBy; }
-
-void TplPerObject::Release(TObject* ARetainer) {
-  TplGlobalDictionary* dictionary = GlobalDictionary();
-  if (!FDestroying && dictionary->Decide(this, ARetainer)) dictionary->RemoveFromDictionary(this);
-  TplDomainObject::Release(ARetainer);
-}
 
 void TplPerObject::SetInitializingBo(bool AInitializing) {
   if (AInitializing == FInitializingBo) return;

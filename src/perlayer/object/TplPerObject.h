@@ -10,7 +10,14 @@
 // from dbProvider() how that ended. After any failure the object keeps the values that the user
 // entered, and can be corrected and saved again, or cancelled.
 //
-// Relations come next, see docs/architecture.md. Belongs to the main thread.
+// Variables through which an object holds others are registered, usually in Create:
+//
+//   RegisterAgregatedObjects({&FEncounters});
+//
+// and filled by relation getters when they are first asked for. When the object ends, what they
+// hold is released; see TplPerObjectLife.cpp for the order of ending.
+//
+// Belongs to the main thread.
 
 #include <initializer_list>
 #include <memory>
@@ -18,6 +25,7 @@
 #include <string_view>
 
 #include "perlayer/foundation/TplDomainObject.h"
+#include "perlayer/object/TplMember.h"
 #include "perlayer/platform/TDateTime.h"
 #include "perlayer/platform/TDelegate.h"
 #include "perlayer/platform/Variant.h"
@@ -28,7 +36,9 @@ namespace perlayer {
 class IAttributeValueChanged;
 class IboDataSet;
 class TDataSet;
+class TIObjectPointerList;
 class TIQuery;
+class TPlBoList;
 class TPlClassMetaData;
 class TPlDictionary;
 class TPlTransaction;
@@ -37,6 +47,7 @@ class TStringList;
 class TplPerObject;
 class TplProvider;
 struct TObjectEdits;
+struct TObjectRelations;
 
 enum class TIPersistentObjectState : std::uint8_t {
   posBrowse,
@@ -68,17 +79,14 @@ class TplPerObject : public TplDomainObject {
                       TINotifiedObjectList* AVisitedObjectList) override;
   int GetImageIndex() override { return 58; }
   std::string GetTextDescription() override;  // "[17] TpoPatient"
-  bool GetModified() override { return FModified; }
+  // Modified itself, or in something that aiLiObjectsModified holds.
+  bool GetModified() override { return FModified || (FRelations != nullptr && HeldIsModified()); }
   // False when the user may update the object, or insert it while it is new.
   bool GetReadOnly() override;
   std::string GetHint() override { return GetTextDescription(); }
   void SetLockedBy(TplLockedBy ALockedBy) override;
   TplLockedBy GetLockedBy() override;
 
-  // Every AddRef is given back here, and the last one brings the object down.
-  void Release(TObject* ARetainer) override;
-  // Whether the reference that ARetainer is about to drop brings the object down.
-  bool ReleaseCountWillBecomeZero(TObject* ARetainer);
   virtual void DeletingFromDictionary() {}  // it has left the dictionary
 
   // While an object initializes, writes mark nothing as changed.
@@ -276,7 +284,92 @@ class TplPerObject : public TplDomainObject {
   static void ChangeAttrValuesInList(const std::string& AName, const std::string& AValue,
                                      std::initializer_list<TPlBaseObject*> AItems, bool AForce);
 
+  // --- relations ---
+  //
+  // A getter fills its variable on the first call and keeps it in step with the object's own
+  // attribute from then on: what a changed value no longer relates to is let go. Values are put
+  // into conditions as they are, without escaping.
+
+  // Makes the variables ones through which this object holds others; sets them to nil. Raises when
+  // one is registered already. A variable may stand in lists of different purpose.
+  void RegisterAgregatedObjects(std::initializer_list<TplBaseObjectPointer*> APointers);
+  // The object of AProvider whose AForeignAttr has the value of this object's AOwnAttr; nullptr
+  // when there is none. Raises EInvalidCast when that object is no T.
+  template <class T>
+  T* GetOne2OneRelation(TplMember<T>& AObject, const std::string& AForeignAttr,
+                        TplProvider* AProvider, const std::string& AOwnAttr) {
+    return static_cast<T*>(One2One(AObject, T::ClassInfo(), AForeignAttr, AProvider, AOwnAttr));
+  }
+  // The list of all such objects that meet AWhere (SQL, may be empty) too, ordered by AOrder when
+  // it is fetched. A list that is there is kept unless its first member no longer belongs to it.
+  TPlBoList* GetOne2ManyRelation(TplMember<TPlBoList>& AList, const std::string& AForeignAttr,
+                                 TplProvider* AProvider, const std::string& AOwnAttr,
+                                 const std::string& AWhere, const std::string& AOrder);
+  // The variable's list, made on need, gets the members of ASource and no others; without ASource
+  // it is let go.
+  void SetOne2ManyRelation(TplMember<TPlBoList>& AList, TPlBoList* ASource, TplProvider* AProvider);
+  // Lets go of a list whose first member has another value in AForeignAttr than this object in
+  // AOwnAttr; an empty list stays.
+  void CheckRelationList(TplBaseObjectPointer& AList, const std::string& AForeignAttr,
+                         const std::string& AOwnAttr);
+  // Takes all members that have another value out of the list.
+  void ReCheckAnDeleteUnrelatedFromRelationList(TplMember<TPlBoList>& AList,
+                                                const std::string& AForeignAttr,
+                                                const std::string& AOwnAttr);
+  // Adds those objects of ASource to the result, which is made on need, that relate to this one: by
+  // ALinkList, pairs of this class's ID attribute and that of ASource's, or without it by the value
+  // of AOwnAttr ("": the ID attribute). An object of an ID that is there already is not added.
+  void GetSubObjectList(TPlBoList* ALinkList, TPlBoList* ASource, const std::string& AOwnAttr,
+                        const std::string& AFetchSpec, TplMember<TPlBoList>& AResult);
+  // Adds all of ASource that are of that class and have those rights.
+  void GetSubObjectList(TPlBoList* ASource, TplMember<TPlBoList>& AResult, TplProvider* AProvider,
+                        const TClass& AClass, TIAccessRights ARights);
+
+  // Lets go of what a registered variable holds. Raises "Not!" for one that is not registered.
+  void ReleaseAgregatedObejct(TplBaseObjectPointer* APointer);
+  // Holds what ASource, an object of the same class, holds.
+  void AssignRegistredPointers(TplPerObject* ASource);
+  // The list becomes what the registered variables hold, under the memory sequences. Raises
+  // "TplPerObject(%s).GetNestedObjectList: Podobjekt ne obstaja več!" for what is gone.
+  void GetNestedObjectList(TStringList* AList);
+  // Lets go of everything that is held, with nothing but the count: what cuts a cycle. AErrorCount
+  // counts what is gone already and what would not go; the log tells each.
+  void ForgetSubobjects(int& AErrorCount);
+  TIObjectPointerList* aiLiAgregatedObjectList();  // made on first use, as the next
+  // Variables whose contents count as this object's where GetModified is asked;
+  // RegisterAgregatedObjects alone does not make them so.
+  TIObjectPointerList* aiLiObjectsModified();
+
+  // --- the end ---
+
+  // One holder less. The last one's release ends the object: BeforeDestroy, the count, destruction.
+  // What BeforeDestroy raises leaves the object held; somebody who holds nothing ends nothing.
+  void Release(TObject* ARetainer) override;
+  // Whether the object ends when ARetainer lets go: it is the last holder.
+  bool ReleaseCountWillBecomeZero(TObject* ARetainer);
+  // Ends what needs the object whole: the notification of changes, and what it holds.
+  virtual void BeforeDestroy();
+  void BeforeDestruction() override;
+  void RefCountIsZero() override;
+  // Ends the object if nobody but what it holds itself holds it; answers whether it did.
+  bool Remove();
+  void inheritedRelease(TObject* ARetainer) { TplDomainObject::Release(ARetainer); }
+  // Gives a reference back with no question asked; the object may end by it all the same.
+  void ForceKillRef(TObject* ARetainer) { inheritedRelease(ARetainer); }
+  void ForceRelease() { Free(); }
+  bool aiFinalized() const { return FFinalized; }
+
   // --- locks and notification ---
+
+  // The variables, which are set to nil, belong to that lock group: refreshing the group reaches
+  // what they hold. A group that is added twice is the later one.
+  void AddLockGroup(const std::string& AGroup,
+                    std::initializer_list<TplBaseObjectPointer*> APointers);
+  TIObjectPointerList* GetLockGroups(const std::string& AGroup);  // nullptr when not added
+  // Marks the object, if the group is its own, as changed in the database, and what it holds in
+  // that group; NotifyRefresh tells the retainers likewise.
+  void RefreshLockGroup(const std::string& ALockGroup) override;
+  void NotifyRefresh(const std::string& ALockGroup) override;
 
   // A lock group of "" is locked by nobody. What DoLock raises is the refusal.
   void Lock(TplDomainObject* ARequester, const std::string& AGroup);
@@ -406,6 +499,9 @@ class TplPerObject : public TplDomainObject {
   friend class TplProvider;
   friend class TPlBoList;  // marks a member whose deletion it hears of
 
+  // Create has raised: what it made the object hold goes again.
+  void AbandonCreation() override;
+
   TIboData data;
   std::string FGID;  // set by a fetch by ID; the layer does not read it
   bool FNewObject = false;
@@ -426,6 +522,9 @@ class TplPerObject : public TplDomainObject {
   struct TEndEdits {
     void operator()(TObjectEdits* edits) const noexcept;
   };
+  struct TEndRelations {
+    void operator()(TObjectRelations* relations) const noexcept;
+  };
   static constexpr std::uint32_t kTellsStoredValues = 1;
   double NoFloat() const { return FbEmptyFloatReturnsZero ? 0.0 : kNoFloat; }
 
@@ -440,7 +539,23 @@ class TplPerObject : public TplDomainObject {
   }
   void CancelAndRefreshDataSet();
 
-  TObjectEdits& Edits();  // made on first use
+  TObjectEdits& Edits();  // made on first use, as Relations
+  TObjectRelations& Relations();
+  void TestRegistered(const TplBaseObjectPointer& pointer);
+  TplPerObject* One2One(TplBaseObjectPointer& variable, const TClass& cls,
+                        const std::string& foreignAttr, TplProvider* provider,
+                        const std::string& ownAttr);
+  // Puts what a fetch has brought, with one reference in it, into a variable.
+  void Keep(TplBaseObjectPointer& variable, TPlBaseObject* fetched);
+  void LetGo(TplBaseObjectPointer& variable);
+  bool HeldIsModified();
+  template <class TAction>
+  void ForEachInLockGroup(const std::string& group, TAction&& action);
+  void ReleaseInDLL(TObject* retainer);
+  void TellBeforeFree();
+  void TakeDown(TObject* holder);
+  void ReleaseHeld();
+  void HeadIntoDestruction();
   int AttrIndexToWrite(const std::string& AName);
   std::string PostErrors(bool& AErrors) const;
   void ReleaseEditing();
@@ -466,11 +581,13 @@ class TplPerObject : public TplDomainObject {
   bool FbEmptyFloatReturnsZero = false;
   bool FTellsStoredValues = false;  // of the class; here it costs no look at the table of objects
   bool FDestroying = false;
+  bool FFinalized = false;  // BeforeDestroy has run
   TplLockedBy FLockedBy = TplLockedBy::lbNone;
   int FTag = 0;
   TplProvider* FProvider = nullptr;                        // not owned; never nil after Create
   std::unique_ptr<TCalcAttrValueProc> FCalcAttrValueProc;  // most objects have none
   std::unique_ptr<TObjectEdits, TEndEdits> FEdits;         // nor these
+  std::unique_ptr<TObjectRelations, TEndRelations> FRelations;
 };
 
 // The object's description and its attributes, a line each, for diagnosis.

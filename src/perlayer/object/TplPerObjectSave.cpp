@@ -13,6 +13,7 @@
 #include "perlayer/foundation/BoMessageDlg.h"
 #include "perlayer/foundation/TAuthManager.h"
 #include "perlayer/list/TPlBoList.h"
+#include "perlayer/object/TFlag.h"
 #include "perlayer/object/TObjectEdits.h"
 #include "perlayer/object/TplPerObject.h"
 #include "perlayer/platform/Format.h"
@@ -47,21 +48,6 @@ void InTransaction(const std::string& text, TWork&& work) {
     throw;
   }
 }
-
-// Sets a flag for the length of a scope, as long as the object lives.
-class TFlag {
- public:
-  TFlag(TObject* object, bool& flag) : FAlive(object), FFlag(flag) { FFlag = true; }
-  ~TFlag() {
-    if (FAlive) FFlag = false;
-  }
-  TFlag(const TFlag&) = delete;
-  TFlag& operator=(const TFlag&) = delete;
-
- private:
-  const TAlive FAlive;
-  bool& FFlag;
-};
 
 }  // namespace
 

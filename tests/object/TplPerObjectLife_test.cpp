@@ -1,0 +1,339 @@
+// How objects end: order, failures, chains, and whole days of work.
+
+#include <algorithm>
+#include <array>
+#include <numeric>
+#include <random>
+
+#include "perlayer/database/TplDatabaseProvider.h"
+#include "perlayer/platform/TSlotTable.h"
+#include "perlayer/reclaim/TplGlobalDictionary.h"
+#include "support/Departments.h"
+#include "support/TestLog.h"
+
+namespace perlayer {
+namespace {
+
+#ifdef NDEBUG
+constexpr int kChain = 10000;  // links whose nested end must fit a stack of 8 MiB
+#else
+constexpr int kChain = 1000;  // other builds have bigger frames
+#endif
+
+class TplPerObjectLifeTest : public TDepartments {
+ protected:
+  // A chain of objects that hold each other, the first held by the form: by variables, or by lists
+  // of one member each.
+  TpoDepartment* Chain(int links, bool byLists) {
+    TpoDepartment* first = NewDepartment();
+    for (TpoDepartment *last = first, *next; --links > 0; last = next) {
+      next = NewDepartment();
+      if (byLists) {
+        last->FParts = FDepartments->GetObjectList(last);
+        last->FParts->Add(next);
+      } else {
+        last->Link(links % 3, next);
+      }
+      next->Release(FForm.Get());
+    }
+    return first;
+  }
+};
+
+TEST_F(TplPerObjectLifeTest, EndsInOrder) {
+  const auto told = [](TObject* object) {
+    TpoDepartment::Ended += "!" + static_cast<TpoDepartment*>(object)->GetGID();
+  };
+  TpoDepartment* clinic = NewDepartment("1");
+  TpoDepartment* ward = NewDepartment("2");
+  TpoDepartment* room = NewDepartment("3");
+  TpoDepartment* shared = NewDepartment("4");
+  clinic->Link(2, ward);
+  clinic->Link(0, shared);
+  ward->FParts = FDepartments->GetObjectList(ward);
+  ward->FParts->Add(room);
+  room->Link(1, shared);
+  for (TpoDepartment* inner : {ward, room, shared}) inner->Release(FForm.Get());
+  EXPECT_EQ(TpoDepartment::Ended, "");
+  const TOwned<TScopeRetainer> stranger = Make<TScopeRetainer>();
+  clinic->Release(stranger.Get());
+  clinic->Release(nullptr);
+  EXPECT_EQ(TpoDepartment::Ended, "");
+  EXPECT_EQ(Raised([&] { clinic->Free(); }), "Wrong call do destruction. RefCount>0");
+  EXPECT_FALSE(clinic->Remove());
+  ward->aiOnBeforeFree(TNotifyEvent::From(told));
+  clinic->Release(FForm.Get());
+  // What is held goes before its holder, in the order of registration; the shared one last.
+  EXPECT_EQ(TpoDepartment::Ended, "(1(2!2(3(44)3)2)1)");
+}
+
+// Every order in which the holders of a small graph can let go: what nobody holds any more is gone
+// at once, and nothing else is.
+TEST_F(TplPerObjectLifeTest, EveryOrderOfReleasesEndsWhatNobodyHolds) {
+  constexpr int kNodes = 5;
+  std::mt19937 random(7);
+  const std::int64_t live = TSlotTable::LiveCount();
+  for (int graph = 0; graph < 12; ++graph) {
+    // Edges lead from lower to higher numbers; those of the second kind go by the list.
+    std::array<std::array<int, kNodes>, kNodes> edges{};
+    for (int from = 0; from < kNodes; ++from) {
+      int links = 0;
+      for (int to = from + 1; to < kNodes; ++to) {
+        const int kind = static_cast<int>(random() % 4);
+        edges[from][to] = kind == 1 && links++ >= 3 ? 0 : kind;
+      }
+    }
+    std::array<int, kNodes> order;
+    std::iota(order.begin(), order.end(), 0);
+    do {
+      std::array<TObjectHandle, kNodes> nodes;
+      for (TObjectHandle& node : nodes) node = NewDepartment();
+      const auto node = [&](int i) { return static_cast<TpoDepartment*>(nodes[i].Get()); };
+      for (int from = 0; from < kNodes; ++from) {
+        int links = 0;
+        for (int to = from + 1; to < kNodes; ++to) {
+          if (edges[from][to] == 1) node(from)->Link(links++, node(to));
+          if (edges[from][to] != 2) continue;
+          if (node(from)->FParts == nullptr) {
+            node(from)->FParts = FDepartments->GetObjectList(node(from));
+          }
+          node(from)->FParts->Add(node(to));
+        }
+      }
+      std::array<bool, kNodes> held;
+      held.fill(true);
+      for (const int going : order) {
+        node(going)->Release(FForm.Get());
+        held[going] = false;
+        std::array<bool, kNodes> alive = held;
+        for (int from = 0; from < kNodes; ++from) {
+          for (int to = from + 1; alive[from] && to < kNodes; ++to) {
+            if (edges[from][to] == 1 || edges[from][to] == 2) alive[to] = true;
+          }
+          ASSERT_EQ(node(from) != nullptr, alive[from]) << graph << ": " << going << " " << from;
+        }
+      }
+    } while (std::next_permutation(order.begin(), order.end()));
+  }
+  EXPECT_EQ(TSlotTable::LiveCount(), live);
+}
+
+// The failure of one ends the walk: those before it are gone, those behind it are still held, and
+// nothing that is alive has lost count of its holders.
+TEST_F(TplPerObjectLifeTest, FailureOfOneHeldObjectEndsTheWalk) {
+  const std::int64_t live = TSlotTable::LiveCount();
+  for (int failing = 0; failing < 3; ++failing) {
+    SCOPED_TRACE(failing);
+    TpoDepartment* owner = NewDepartment("9");
+    std::array<TObjectHandle, 3> items;
+    for (int i = 0; i < 3; ++i) {
+      auto* item = NewDepartment(std::to_string(i));
+      items[i] = item;
+      owner->Link(i, item);
+      item->Release(FForm.Get());
+    }
+    const std::string text =
+        "TIObjectPointerList.ReleaseObjects: Access violation releasing objects of TpoDepartment "
+        "(counter=" +
+        std::to_string(3 + failing) + ")!";
+    Faults.FailAt(1 + failing);
+    EXPECT_EQ(Raised([&] { owner->aiLiAgregatedObjectList()->CancelData(); }), text);
+    EXPECT_EQ(Faults.Calls(), 1 + failing);
+    Faults.FailAt(2 + failing);  // the owner's own comes first
+    EXPECT_EQ(Raised([&] { owner->Release(FForm.Get()); }), text);
+    Faults.FailAt(0);
+    EXPECT_EQ(owner->aiRetainerList()->IndexOfObject(FForm.Get()), 0);
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_EQ(items[i].IsAlive(), i >= failing);
+      EXPECT_EQ(owner->FLinks[i].IsNil(), i <= failing);
+    }
+    items[failing].GetAs<TpoDepartment>()->Release(owner);
+    owner->Release(FForm.Get());
+    EXPECT_EQ(TSlotTable::LiveCount(), live);
+  }
+}
+
+TEST_F(TplPerObjectLifeTest, ReleaseFindsItsVariableEmptyAlready) {
+  TpoDepartment* owner = NewDepartment("1");
+  TpoDepartment* item = NewDepartment("2");
+  owner->Link(0, item);
+  item->Link(0, owner);  // it lets go of its owner while the owner lets go of it
+  item->Release(FForm.Get());
+  owner->ReleaseAgregatedObejct(&owner->FLinks[0]);
+  EXPECT_EQ(TpoDepartment::Ended, "(22)");
+  EXPECT_EQ(owner->RefCount(), 1);
+  owner->Release(FForm.Get());
+  EXPECT_EQ(TpoDepartment::Ended, "(22)(11)");
+}
+
+// A cycle goes once it is cut; what reaches zero by a kill ends as everything else does.
+TEST_F(TplPerObjectLifeTest, ForgettingCutsCycles) {
+  int errors = -1;
+  TpoDepartment* first = NewDepartment("1");
+  TpoDepartment* second = NewDepartment("2");
+  first->Link(1, second);
+  second->FParts = FDepartments->GetObjectList(second);
+  second->FParts->Add(first);
+  second->Link(0, second);
+  second->Release(FForm.Get());
+  first->Release(FForm.Get());
+  EXPECT_EQ(TpoDepartment::Ended, "");
+  first->ForgetSubobjects(errors);
+  EXPECT_EQ(errors, 0);
+  EXPECT_TRUE(first->FLinks[1].IsNil());
+  EXPECT_EQ(TpoDepartment::Ended, "");  // it holds itself still
+  second->ForgetSubobjects(errors);
+  EXPECT_EQ(TpoDepartment::Ended, "(11)(22)");
+
+  TpoDepartment* owner = NewDepartment("3");
+  owner->Link(0, NewDepartment("4"));
+  owner->Link(1, NewDepartment("5"));
+  static_cast<TpoDepartment*>(owner->FLinks[0].Get())->Link(1, owner->FLinks[1]);
+  for (int i = 0; i < 2; ++i) owner->FLinks[i]->Release(FForm.Get());
+  TPlBoList* stale = FDepartments->GetObjectList(FForm.Get());
+  owner->FParts = stale;
+  stale->Release(FForm.Get());
+  EXPECT_TRUE(owner->FParts.IsStale());
+  const TOwned<TStringList> nested = Make<TStringList>();
+  EXPECT_EQ(Raised([&] { owner->GetNestedObjectList(nested.Get()); }),
+            "TplPerObject(TpoDepartment).GetNestedObjectList: Podobjekt ne obstaja več!");
+  TpoDepartment::Ended.clear();
+  owner->ForgetSubobjects(errors);
+  EXPECT_EQ(errors, 1);
+  EXPECT_TRUE(Logged("[1] ForgetSubobjects: "));
+  EXPECT_EQ(TpoDepartment::Ended, "(44)(55)");
+  EXPECT_EQ(Raised([&] { owner->Release(FForm.Get()); }),
+            "TIObjectPointerList.ReleaseObjects: Access violation releasing objects of "
+            "TpoDepartment (counter=1)!");
+  owner->Release(FForm.Get());
+  EXPECT_EQ(TpoDepartment::Ended, "(44)(55)(3(33)");
+}
+
+TEST_F(TplPerObjectLifeTest, LongChainsEndNested) {
+  const std::int64_t live = TSlotTable::LiveCount();
+  for (const bool byLists : {false, true}) {
+    Chain(kChain, byLists)->Release(FForm.Get());
+    EXPECT_EQ(TSlotTable::LiveCount(), live);
+  }
+}
+
+// Days of work with the identity map on: load, relate, edit, cancel, save, fail, delete, drop.
+// Where a call of the driver or a hook fails, the work goes on with what is there. At the end of
+// each scenario the cycles are cut, and nothing is left.
+class TDaysOfWork : public TplPerObjectLifeTest {
+ protected:
+  TDaysOfWork() {
+    GlobalDictionary()->aiReleaseType(TIReleaseType::rtAllAtOnce);
+    GlobalDictionary()->aiUSEDICTIONARY(true);
+    TpoDepartment::EndMayFail = false;
+    for (int id = 1; id <= FLastID; ++id) AddDepartment(id, id / 3, Name(id), Name(id / 2));
+    FDatabase->Commit("departments");
+  }
+  int Below(int limit) { return static_cast<int>(FRandom() % static_cast<unsigned>(limit)); }
+  static std::string Name(int id) { return "D" + std::to_string(id); }
+  TpoDepartment* Any() { return FHeld.empty() ? nullptr : FHeld[Below(std::ssize(FHeld))]; }
+  void Hold(TplPerObject* object) {
+    if (object == nullptr) return;
+    object->AddRef(FForm.Get());
+    FHeld.push_back(static_cast<TpoDepartment*>(object));
+  }
+  void Drop(TpoDepartment* object) {
+    FHeld.erase(std::find(FHeld.begin(), FHeld.end(), object));
+    object->Release(FForm.Get());
+  }
+
+  void Step() {
+    TpoDepartment* any = Any();
+    if (any == nullptr || Below(5) == 0) {
+      TplPerObject* loaded =
+          FDepartments->GetObject(FForm.Get(), std::to_string(1 + Below(FLastID)), true);
+      if (loaded != nullptr) FHeld.push_back(static_cast<TpoDepartment*>(loaded));
+      return;
+    }
+    switch (Below(10)) {
+      case 0:
+        return Hold(any->Parent());
+      case 1:
+        return Hold(any->Partner());
+      case 2:
+      case 3:
+        if (TPlBoList* parts = any->Parts(); parts->Count() > 0) {
+          Hold(parts->Get(Below(parts->Count())));
+        }
+        return;
+      case 4:
+        any->SetAttrValue(Below(2) == 0 ? "NAME" : "PARTNER", Name(1 + Below(FLastID)));
+        return;
+      case 5:
+        any->SetAttrValue("PARENT_ID", std::to_string(1 + Below(FLastID)));
+        return;
+      case 6:
+        return any->CancelData();
+      case 7:
+        if (Below(4) == 0) any->SetObjectMarkedDeleted(true);
+        try {
+          return any->SaveData();
+        } catch (...) {  // a commit that has failed leaves its objects with the transaction
+          while (any->aiRetainerList()->IndexOfObject(dbProvider()) >= 0)
+            any->Release(dbProvider());
+          throw;
+        }
+      case 8: {
+        TPlBoList* parts = any->Parts();
+        TplPerObject* part = FDepartments->NewObject(parts);  // an entry of the list
+        Hold(part);
+        part->SetAttrValue("PARENT_ID", any->GetGID());
+        part->SetAttrValue("ID", std::to_string(++FLastID));
+        return;
+      }
+      default:
+        return Drop(any);
+    }
+  }
+
+  void Scenario() {
+    Faults.FailAt(Below(2) == 0 ? 1 + Below(60) : 0);
+    for (int step = 0; step < 20; ++step) {
+      try {
+        Step();
+      } catch (const Exception&) {
+        ++FFailed;
+      }
+    }
+    Faults.FailAt(0);
+    for (std::size_t i = 0; i < FHeld.size(); ++i) {
+      FHeld[i]->CancelData();
+      const TOwned<TList> objects = FHeld[i]->aiLiAgregatedObjectList()->GetObjectList();
+      for (TObject* object : *objects) {
+        if (std::find(FHeld.begin(), FHeld.end(), object) == FHeld.end()) {
+          Hold(static_cast<TplPerObject*>(object));
+        }
+      }
+    }
+    for (TpoDepartment* object : FHeld) {
+      int errors = 0;
+      object->ForgetSubobjects(errors);
+      ASSERT_EQ(errors, 0);
+    }
+    while (!FHeld.empty()) Drop(FHeld.back());
+    ASSERT_EQ(GlobalDictionary()->Count(), 0);
+  }
+
+  std::mt19937 FRandom{5};
+  int FLastID = 15;
+  int FFailed = 0;
+  std::vector<TpoDepartment*> FHeld;  // an entry for each reference of the form
+};
+
+TEST_F(TDaysOfWork, LeaveTheNumberOfLiveObjectsLevel) {
+  std::int64_t level = 0;
+  for (int round = 0; round < 50; ++round) {
+    for (int scenario = 0; scenario < 30; ++scenario) ASSERT_NO_FATAL_FAILURE(Scenario()) << round;
+    if (round == 0) level = TSlotTable::LiveCount();
+    ASSERT_EQ(TSlotTable::LiveCount(), level) << round;
+  }
+  EXPECT_GT(FFailed, 300);
+}
+
+}  // namespace
+}  // namespace perlayer
