@@ -4,6 +4,7 @@
 // when it is reached, after everything before it has been evaluated, and it is the last one.
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,7 +41,7 @@ enum class TFilterOp : std::uint8_t {
   raise  // messages[operand]
 };
 
-struct TFilterCode {
+struct TFilterCode : std::enable_shared_from_this<TFilterCode> {
   struct TStep {
     TFilterOp op;
     std::uint32_t operand;
@@ -51,8 +52,9 @@ struct TFilterCode {
   };
 
   // Whether the filter accepts the object, which may be nil. Raises what evaluation raises.
-  // The object may be written to and the list changed meanwhile; this code must stay.
-  bool Run(TplPerObject* object);
+  // Before anybody is called, who may change the list and the object, `kept` takes a share in this
+  // code; until then it stays because its list does.
+  bool Run(TplPerObject* object, std::shared_ptr<TFilterCode>& kept);
 
   std::string text;
   std::vector<TStep> steps;

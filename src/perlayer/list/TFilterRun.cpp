@@ -53,7 +53,8 @@ Variant ToVariant(const TValueView& v) {
 
 class TFilterRun {
  public:
-  TFilterRun(TFilterCode& code, TplPerObject* object) : FCode(code), FObject(object) {
+  TFilterRun(TFilterCode& code, TplPerObject* object, std::shared_ptr<TFilterCode>& kept)
+      : FCode(code), FObject(object), FKept(kept) {
     if (code.depth > kInline) {
       FSpill.resize(code.depth);
       FTop = FSpill.data();
@@ -204,7 +205,10 @@ class TFilterRun {
       if (std::exchange(value.inStore, false)) value.text = Keep(std::string(value.text));
     }
     FShape.reset();
-    if (!FAlive) FAlive.emplace(FObject);
+    if (!FAlive) {
+      FAlive.emplace(FObject);
+      FKept = FCode.shared_from_this();
+    }
     PushVariant(FObject->GetAttrValueAsVariant(attribute.Name()));
   }
 
@@ -263,6 +267,7 @@ class TFilterRun {
 
   TFilterCode& FCode;
   TplPerObject* const FObject;
+  std::shared_ptr<TFilterCode>& FKept;
   std::optional<TObjectShape> FShape;  // none after somebody was called
   std::optional<TAlive> FAlive;        // once somebody was called
   // Room for most filters' values, which need not be cleared.
@@ -274,6 +279,8 @@ class TFilterRun {
 
 }  // namespace
 
-bool TFilterCode::Run(TplPerObject* object) { return TFilterRun(*this, object).Run(); }
+bool TFilterCode::Run(TplPerObject* object, std::shared_ptr<TFilterCode>& kept) {
+  return TFilterRun(*this, object, kept).Run();
+}
 
 }  // namespace perlayer

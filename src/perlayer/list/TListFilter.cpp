@@ -14,13 +14,14 @@ bool TListFilter::Evaluate(TplPerObject* object, std::string_view filter) {
     if (Empty(filter)) return true;
     FCode = std::make_shared<TFilterCode>(CompileFilter(filter));
   }
-  const std::shared_ptr<TFilterCode> code = FCode;  // may be replaced meanwhile
+  TFilterCode& code = *FCode;
+  std::shared_ptr<TFilterCode> kept;  // so that it may be replaced meanwhile
   try {
-    return code->Run(object);
+    return code.Run(object, kept);
   } catch (const std::bad_alloc&) {
     throw;  // not the filter's fault
   } catch (const std::exception& e) {
-    throw Exception(Format("Napačen filter: %s! (podrobnosti: %s)", code->text, e.what()));
+    throw Exception(Format("Napačen filter: %s! (podrobnosti: %s)", code.text, e.what()));
   }
 }
 

@@ -3,7 +3,6 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "perlayer/foundation/BoMessageDlg.h"
 #include "perlayer/list/TPlBoList.h"
 #include "perlayer/platform/Format.h"
 #include "perlayer/reclaim/ReloadSteps.h"
@@ -44,10 +43,6 @@ std::string ConditionOfMembers(TplProvider* provider, const TPlBoList* list) {
     separator = ", ";
   }
   return condition + ")";
-}
-
-void Order(TPlBoList*, const std::string& order) {
-  if (!order.empty()) NotImplemented("TPlBoList.OrderBy");
 }
 
 }  // namespace
@@ -176,7 +171,7 @@ TPlBoList* TplGlobalDictionary::GetOne2ManyRelationOptimized(
       AResult->AddToSet(member);
     }
   }
-  Order(AResult, AOrder);
+  AResult->OrderBy(AOrder);
   return AResult;
 }
 
@@ -210,7 +205,7 @@ TPlBoList* TplGlobalDictionary::GetOne2ManyRelationOld(TplPerObject* AOwner, TPl
           auto* object = static_cast<TplPerObject*>(item);
           if (object != nullptr && object->GetAttrValue(AChildAttr) == value) AResult->Add(object);
         }
-        Order(AResult, AOrder);
+        AResult->OrderBy(AOrder);
       },
       [&] { kept->Release(AProvider); });
   return AResult;
