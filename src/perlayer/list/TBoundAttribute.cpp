@@ -15,20 +15,21 @@ TObjectShape::TObjectShape(TplPerObject* object) {
   attributes = metaData->GetAttrNames()->Count();
 }
 
-bool TBoundAttribute::Bind(const TObjectShape& shape) {
+TField* TBoundAttribute::Bind(const TObjectShape& shape) {
   FIndex = shape.metaData->GetAttrIndex(FName);
   FMetaData = shape.handle;
   FAttributes = shape.attributes;
   FField = FIndex < 0 ? nullptr : shape.metaData->GetFieldByIndex(FIndex);
-  return FField.IsAlive();
+  return static_cast<TField*>(FField.Get());
 }
 
 bool TBoundAttribute::ReadStored(const TObjectShape& shape, TplPerObject* object,
                                  TValueView& value) {
   if (shape.metaData == nullptr) return false;
   const bool bound = shape.handle == FMetaData && shape.attributes == FAttributes;
-  if ((!bound || !FField.IsAlive()) && !Bind(shape)) return false;
-  const TFieldType type = static_cast<TField*>(FField.Get())->DataType();
+  const TField* field = bound ? static_cast<TField*>(FField.Get()) : nullptr;
+  if (field == nullptr && (field = Bind(shape)) == nullptr) return false;
+  const TFieldType type = field->DataType();
   const std::string_view text = object->StoredValue(FIndex);
   value.inStore = false;
   switch (type) {

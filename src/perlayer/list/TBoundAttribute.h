@@ -46,7 +46,7 @@ class TBoundAttribute {
   bool ReadStored(const TObjectShape& shape, TplPerObject* object, TValueView& value);
 
  private:
-  bool Bind(const TObjectShape& shape);
+  TField* Bind(const TObjectShape& shape);  // nullptr without such a field
 
   std::string FName;
   std::uint64_t FMetaData = 0;  // handle of the class that it is bound to

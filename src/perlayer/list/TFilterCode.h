@@ -20,7 +20,8 @@ enum class TFilterOp : std::uint8_t {
   // Push a value.
   constant,   // constants[operand]
   attribute,  // the value of attributes[operand], or Null without an object
-  // Take two values and push what they give.
+  // Take two values and push what they give. The second of a comparison is constants[operand - 1]
+  // instead, unless the operand is 0.
   equal,
   notEqual,
   less,
@@ -47,8 +48,8 @@ struct TFilterCode : std::enable_shared_from_this<TFilterCode> {
     std::uint32_t operand;
   };
   struct TConstant {
-    TValueView value;
-    std::string text;  // of a String
+    TValueView value;  // whose text is the one here
+    std::string text;
   };
 
   // Whether the filter accepts the object, which may be nil. Raises what evaluation raises.

@@ -49,7 +49,8 @@ class TFilterCompiler {
       ReadOperand();
       while (!FFailed && !FDone && !ReadOperator()) CloseBracket();
     }
-    return std::move(FCode);
+    for (TFilterCode::TConstant& constant : FCode.constants) constant.value.text = constant.text;
+    return std::move(FCode);  // the constants stay where they are
   }
 
  private:
@@ -65,6 +66,12 @@ class TFilterCompiler {
   void PushConstant(TValueView value, std::string text = {}) {
     FCode.constants.push_back({value, std::move(text)});
     Push(TFilterOp::constant, FCode.constants.size() - 1);
+  }
+  void EmitComparison(TFilterOp op) {
+    if (FCode.steps.back().op != TFilterOp::constant) return Emit(op);
+    const std::uint32_t constant = FCode.steps.back().operand;
+    FCode.steps.pop_back();
+    Emit(op, constant + 1);
   }
   void EmitLike() {
     // Of a text that is always the same the pattern is made here.
@@ -232,6 +239,8 @@ class TFilterCompiler {
       const TFilterOp op = FOpen.back().op;
       if (op == TFilterOp::like) {
         EmitLike();
+      } else if (FOpen.back().rank == TRank::relation) {
+        EmitComparison(op);
       } else {
         Emit(op);
       }

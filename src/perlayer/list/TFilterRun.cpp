@@ -72,22 +72,22 @@ class TFilterRun {
           Read(FCode.attributes[step.operand]);
           break;
         case TFilterOp::equal:
-          Answer(Equals());
+          Compare(step, [](const auto& a, const auto& b) { return Equals(a, b); });
           break;
         case TFilterOp::notEqual:
-          Answer(!Equals());
+          Compare(step, [](const auto& a, const auto& b) { return !Equals(a, b); });
           break;
         case TFilterOp::less:
-          Answer(Order() < 0);
+          Compare(step, [](const auto& a, const auto& b) { return Order(a, b) < 0; });
           break;
         case TFilterOp::lessEqual:
-          Answer(Order() <= 0);
+          Compare(step, [](const auto& a, const auto& b) { return Order(a, b) <= 0; });
           break;
         case TFilterOp::greater:
-          Answer(Order() > 0);
+          Compare(step, [](const auto& a, const auto& b) { return Order(a, b) > 0; });
           break;
         case TFilterOp::greaterEqual:
-          Answer(Order() >= 0);
+          Compare(step, [](const auto& a, const auto& b) { return Order(a, b) >= 0; });
           break;
         case TFilterOp::like:
           Answer(IsLike(TLikePattern(UpperCase(ToVariant(Right()).AsText()))));
@@ -139,14 +139,13 @@ class TFilterRun {
   const TValueView& Left() const { return FTop[-2]; }
   const TValueView& Right() const { return FTop[-1]; }
 
-  void Push(std::uint32_t constant) {
-    const TFilterCode::TConstant& from = FCode.constants[constant];
-    FTop->kind = from.value.kind;
-    FTop->inStore = false;
-    FTop->integer = from.value.integer;
-    FTop->number = from.value.number;
-    FTop->text = from.text;
-    ++FTop;
+  void Push(std::uint32_t constant) { *FTop++ = FCode.constants[constant].value; }
+
+  // The answer takes the place of the operands on the stack.
+  template <class TTest>
+  void Compare(TFilterCode::TStep step, TTest test) {
+    const TValueView& right = step.operand == 0 ? *--FTop : FCode.constants[step.operand - 1].value;
+    SetBoolean(FTop[-1], test(FTop[-1], right));
   }
 
   // In the place of two operands.
@@ -212,9 +211,7 @@ class TFilterRun {
     PushVariant(FObject->GetAttrValueAsVariant(attribute.Name()));
   }
 
-  bool Equals() const {
-    const TValueView& a = Left();
-    const TValueView& b = Right();
+  static bool Equals(const TValueView& a, const TValueView& b) {
     if (AreTexts(a, b)) return a.text == b.text;
     if (IsMissing(a) || IsMissing(b)) return a.kind == b.kind;
     if (a.kind == TVariantKind::Integer && b.kind == a.kind) return a.integer == b.integer;
@@ -222,9 +219,7 @@ class TFilterRun {
     return ToVariant(a) == ToVariant(b);
   }
 
-  std::partial_ordering Order() const {
-    const TValueView& a = Left();
-    const TValueView& b = Right();
+  static std::partial_ordering Order(const TValueView& a, const TValueView& b) {
     if (AreTexts(a, b)) return a.text <=> b.text;
     if (IsMissing(a) || IsMissing(b)) return a.kind <=> b.kind;
     if (a.kind == TVariantKind::Integer && b.kind == a.kind) return a.integer <=> b.integer;

@@ -57,7 +57,8 @@ bool ReadPlain(std::string_view text, double& value) {
     }
   }
   if (count == 0) return false;
-  const double magnitude = static_cast<double>(digits) / kPowers[decimals];
+  double magnitude = static_cast<double>(digits);
+  if (decimals > 0) magnitude /= kPowers[decimals];
   value = negative ? -magnitude : magnitude;
   return true;
 }
