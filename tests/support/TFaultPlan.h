@@ -30,14 +30,15 @@ class TFaultPlan {
     FailAt(0);
     FFailOn = where;
   }
-  // Every call that may fail comes by here; one of the driver tells its statement.
-  void Pass(const char* where, const std::string& statement = {}) {
+  // Every call that may fail comes by here; one of the driver tells its statement, and a bind its
+  // parameter.
+  void Pass(const char* where, const std::string& statement = {}, int parameter = -1) {
     if (FPauses > 0) return;
     ++FCalls;
     const bool isNamed = FFailOn != nullptr && std::string_view(FFailOn) == where;
     if (!isNamed && FCalls != FFailAt && !(FMode == TMode::fromThereOn && Failed())) return;
     if (isNamed) FFailOn = nullptr;
-    if (FCalls == FFailAt && OnFault) OnFault(where, statement);
+    if (FCalls == FFailAt && OnFault) OnFault(where, statement, parameter);
     throw EPlannedFault(where);
   }
   int Calls() const { return FCalls; }
@@ -56,7 +57,7 @@ class TFaultPlan {
   };
 
   // Hears of the first fault.
-  std::function<void(const char* where, const std::string& statement)> OnFault;
+  std::function<void(const char* where, const std::string& statement, int parameter)> OnFault;
 
  private:
   int FCalls = 0;
@@ -162,15 +163,15 @@ class TFaultySession : public TDriverSession {
    public:
     TStatement(TFaultySession& session, const TStatementTextPtr& text)
         : FSession(session), FText(text) {}
-    void BindNull(int parameter) override { Inner("BindNull").BindNull(parameter); }
+    void BindNull(int parameter) override { Inner("BindNull", parameter).BindNull(parameter); }
     void BindText(int parameter, std::string_view text) override {
-      Inner("BindText").BindText(parameter, text);
+      Inner("BindText", parameter).BindText(parameter, text);
     }
     void BindNumber(int parameter, double value) override {
-      Inner("BindNumber").BindNumber(parameter, value);
+      Inner("BindNumber", parameter).BindNumber(parameter, value);
     }
     void BindBlob(int parameter, std::span<const std::byte> bytes) override {
-      Inner("BindBlob").BindBlob(parameter, bytes);
+      Inner("BindBlob", parameter).BindBlob(parameter, bytes);
     }
     bool Step() override {
       try {
@@ -208,8 +209,8 @@ class TFaultySession : public TDriverSession {
       return std::make_unique<TLargeObject>(FSession, std::move(inner));
     }
     // The statement itself, for a call that the plan lets pass.
-    TDriverStatement& Inner(const char* call) const {
-      FSession.FPlan.Pass(call, FText->Text());
+    TDriverStatement& Inner(const char* call, int parameter = -1) const {
+      FSession.FPlan.Pass(call, FText->Text(), parameter);
       return *FInner;
     }
 
