@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 
 #include "perlayer/provider/TClassMapBuilder.h"
 #include "perlayer/provider/TcmpClassMap.h"
@@ -34,7 +35,7 @@ void Check(int code, sqlite3* db) {
   std::exit(1);
 }
 
-std::string MakeFile(const std::string& path) {
+std::string MakeFile(const std::string& path, int rows) {
   sqlite3* db = nullptr;
   Check(sqlite3_open(path.c_str(), &db), db);
   Check(sqlite3_exec(db,
@@ -55,7 +56,7 @@ std::string MakeFile(const std::string& path) {
     const int size = std::snprintf(buffer, sizeof buffer, format, NextKey(state));
     Check(sqlite3_bind_text(insert, column, buffer, size, SQLITE_TRANSIENT), db);
   };
-  for (int id = 1; id <= kRows; ++id) {
+  for (int id = 1; id <= rows; ++id) {
     sqlite3_bind_int(insert, 1, id);
     text(2, "Novakovic-Kranjc %06d");
     text(3, "Marija Terezija %06d");
@@ -78,16 +79,19 @@ std::string MakeFile(const std::string& path) {
 
 }  // namespace
 
-const std::string& BenchFile() {
+const std::string& BenchFile(int rows) {
   static const TDirectory directory;
-  static const std::string path = MakeFile(directory.path + "/bench.db");
+  static std::map<int, std::string> paths;
+  std::string& path = paths[rows];
+  if (path.empty()) path = MakeFile(directory.path + "/" + std::to_string(rows) + ".db", rows);
   return path;
 }
 
-const char* RawSelect() {
-  return "select ID, SURNAME, NAME, CITY, STREET, ZIP, PHONE, DIAGNOSIS, WEIGHT, BORN, VISITS, "
-         "ACTIVE from \"OMRA.BENCH\" where ID = ?";
-}
+#define PERLAYER_BENCH_SELECT                                                                    \
+  "select ID, SURNAME, NAME, CITY, STREET, ZIP, PHONE, DIAGNOSIS, WEIGHT, BORN, VISITS, ACTIVE " \
+  "from \"OMRA.BENCH\""
+const char* RawSelect() { return PERLAYER_BENCH_SELECT " where ID = ?"; }
+const char* RawSelectAll() { return PERLAYER_BENCH_SELECT " where ID > 0"; }
 
 TplBench* MakeProvider() {
   using enum TClassMapFieldType;

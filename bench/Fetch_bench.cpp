@@ -3,17 +3,14 @@
 // objects take against that struct.
 
 #include <benchmark/benchmark.h>
-#include <malloc.h>
-#include <sqlite3.h>
 
-#include <array>
-#include <charconv>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <vector>
 
 #include "BenchTable.h"
+#include "ResidentBytes.h"
+#include "TRawReader.h"
 #include "perlayer/drivers/sqlite/TSqliteDatabase.h"
 #include "perlayer/object/THold.h"
 #include "perlayer/platform/TLayer.h"
@@ -21,70 +18,22 @@
 namespace perlayer::bench {
 namespace {
 
-constexpr int kColumns = 12;
 constexpr int kFetches = 50000;
 constexpr int kHeld = 100000;
 
-using TRawRow = std::array<std::string, kColumns>;
-
-// The raw side: one statement, prepared once.
-class TRawReader {
- public:
-  TRawReader() {
-    if (sqlite3_open_v2(BenchFile().c_str(), &FDatabase,
-                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr) != SQLITE_OK ||
-        sqlite3_prepare_v3(FDatabase, RawSelect(), -1, SQLITE_PREPARE_PERSISTENT, &FSelect,
-                           nullptr) != SQLITE_OK) {
-      std::fprintf(stderr, "bench: %s\n", sqlite3_errmsg(FDatabase));
-      std::exit(1);
-    }
-    sqlite3_exec(FDatabase, "BEGIN", nullptr, nullptr, nullptr);
-  }
-  ~TRawReader() {
-    sqlite3_finalize(FSelect);
-    sqlite3_exec(FDatabase, "COMMIT", nullptr, nullptr, nullptr);
-    sqlite3_close(FDatabase);
-  }
-  std::unique_ptr<TRawRow> Fetch(int key) {
-    sqlite3_bind_int(FSelect, 1, key);
-    if (sqlite3_step(FSelect) != SQLITE_ROW) std::abort();
-    // Exact strings are constructed in place: assigning to an empty one would over-allocate.
-    auto row = std::unique_ptr<TRawRow>(new TRawRow{Integer(0), Text(1), Text(2), Text(3), Text(4),
-                                                    Text(5), Text(6), Text(7), Number(8), Number(9),
-                                                    Integer(10), Text(11)});
-    sqlite3_reset(FSelect);
-    return row;
-  }
-
- private:
-  // The engine's own conversion of numbers to text is several times slower than to_chars.
-  std::string Integer(int column) {
-    char digits[24];
-    const auto end =
-        std::to_chars(digits, digits + sizeof digits, sqlite3_column_int64(FSelect, column)).ptr;
-    return std::string(digits, end);
-  }
-  std::string Number(int column) {
-    char digits[32];
-    const auto end =
-        std::to_chars(digits, digits + sizeof digits, sqlite3_column_double(FSelect, column)).ptr;
-    return std::string(digits, end);
-  }
-  std::string Text(int column) {
-    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(FSelect, column));
-    return text == nullptr
-               ? std::string()
-               : std::string(text, static_cast<std::size_t>(sqlite3_column_bytes(FSelect, column)));
-  }
-  sqlite3* FDatabase = nullptr;
-  sqlite3_stmt* FSelect = nullptr;
-};
+std::unique_ptr<TRawRow> FetchRow(TRawReader& reader, int key) {
+  reader.Bind(key);
+  if (!reader.Step()) std::abort();
+  std::unique_ptr<TRawRow> row(new TRawRow(reader.Row()));
+  reader.Reset();
+  return row;
+}
 
 void FetchRaw(benchmark::State& state) {
-  TRawReader reader;
+  TRawReader reader(BenchFile(), RawSelect());
   std::uint64_t keys = 7;
   for (auto _ : state) {
-    for (int i = 0; i < kFetches; ++i) benchmark::DoNotOptimize(reader.Fetch(NextKey(keys)));
+    for (int i = 0; i < kFetches; ++i) benchmark::DoNotOptimize(FetchRow(reader, NextKey(keys)));
   }
   state.SetItemsProcessed(state.iterations() * kFetches);
 }
@@ -108,33 +57,14 @@ void FetchObjects(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * kFetches);
 }
 
-std::size_t ResidentBytes() {
-  std::FILE* file = std::fopen("/proc/self/statm", "r");
-  long total = 0;
-  long resident = 0;
-  if (file == nullptr || std::fscanf(file, "%ld %ld", &total, &resident) != 2) std::exit(1);
-  std::fclose(file);
-  return static_cast<std::size_t>(resident) * 4096;
-}
-
-// Bytes of resident memory per row, for rows 1 to kHeld all held at once.
-template <class TMake>
-double BytesPerRow(TMake make) {
-  malloc_trim(0);
-  const std::size_t before = ResidentBytes();
-  const auto held = make();
-  benchmark::DoNotOptimize(&held);
-  return static_cast<double>(ResidentBytes() - before) / kHeld;
-}
-
 void MemoryRaw(benchmark::State& state) {
-  TRawReader reader;
-  for (int i = 0; i < 1000; ++i) reader.Fetch(1 + i * 99);  // the engine's cache is not counted
+  TRawReader reader(BenchFile(), RawSelect());
+  for (int i = 0; i < 1000; ++i) FetchRow(reader, 1 + i * 99);  // the engine's cache is not counted
   for (auto _ : state) {
-    state.counters["bytes_per_row"] = BytesPerRow([&] {
+    state.counters["bytes_per_row"] = BytesPerRow(kHeld, [&] {
       std::vector<std::unique_ptr<TRawRow>> rows;
       rows.reserve(kHeld);
-      for (int i = 1; i <= kHeld; ++i) rows.push_back(reader.Fetch(i));
+      for (int i = 1; i <= kHeld; ++i) rows.push_back(FetchRow(reader, i));
       return rows;
     });
   }
@@ -150,7 +80,7 @@ void MemoryObjects(benchmark::State& state) {
     provider->GetObject(retainer.Get(), std::to_string(1 + i * 99), true)->Release(retainer.Get());
   }
   for (auto _ : state) {
-    state.counters["bytes_per_row"] = BytesPerRow([&] {
+    state.counters["bytes_per_row"] = BytesPerRow(kHeld, [&] {
       struct THeld {
         TObject* retainer;
         std::vector<TplPerObject*> objects;

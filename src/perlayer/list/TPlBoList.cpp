@@ -1,12 +1,18 @@
 #include "perlayer/list/TPlBoList.h"
 
 #include <unordered_set>
+#include <utility>
+#include <vector>
 
 #include "perlayer/corekit/ILog.h"
 #include "perlayer/corekit/TDataSet.h"
-#include "perlayer/foundation/BoMessageDlg.h"
+#include "perlayer/foundation/FoundationState.h"
 #include "perlayer/platform/Format.h"
+#include "perlayer/platform/Text.h"
+#include "perlayer/provider/TPlClassMetaData.h"
+#include "perlayer/provider/TplCachableProvider.h"
 #include "perlayer/provider/TplProvider.h"
+#include "perlayer/provider/TplSifranti.h"
 #include "perlayer/reclaim/TIPerLayerStatistics.h"
 #include "perlayer/reclaim/TplGlobalDictionary.h"
 
@@ -20,10 +26,35 @@ void TPlBoList::Create(TPlBaseObject* AOwner, TObject* ARetainer) {
   PerLayerStatistics()->ReferenceEvent(this, TIReferenceEventType::reCreate, ARetainer);
 }
 
+namespace {
+
+bool ObjectsGoWithoutAnalysis() {
+  return GlobalDictionary()->aiReleaseType() == TIReleaseType::rtDLL;
+}
+
+}  // namespace
+
+void TPlBoList::BeforeDestruction() {
+  if (!GlobalDictionary()->GetUseReleaserThread() && !ObjectsGoWithoutAnalysis()) {
+    TPlCustomBoList::BeforeDestruction();
+  }
+}
+
+// What the data set asks the list for while it goes, it finds.
 void TPlBoList::Destroy() {
-  // What the data set asks the list for while it goes, it finds.
-  const auto dataSet = std::move(FDataSet);
+  { const auto dataSet = std::exchange(FDataSet, nullptr); }
+  if (GlobalDictionary()->GetUseReleaserThread() || ObjectsGoWithoutAnalysis()) ForceClear();
   TPlCustomBoList::Destroy();
+}
+
+void TPlBoList::RefCountIsZero() {
+  if (ObjectsGoWithoutAnalysis()) Clear();
+  if (!GlobalDictionary()->GetUseReleaserThread()) TPlCustomBoList::RefCountIsZero();
+}
+
+void TPlBoList::ClearOnDestroy() {
+  if (ObjectsGoWithoutAnalysis()) return ForceClear();
+  if (!GlobalDictionary()->GetUseReleaserThread()) TPlCustomBoList::ClearOnDestroy();
 }
 
 int TPlBoList::_AddRef() { return AddRef(FProvider); }
@@ -37,6 +68,7 @@ int TPlBoList::_Release() {
 void TPlBoList::DoNotifyAction(TplDomainObject* Sender, TIBaseObjectAction ActionType,
                                TObject* Data, TINotifiedObjectList* AVisitedObjectList) {
   using enum TIBaseObjectAction;
+  if (LayerFinalizing()) return;
   const TAlive alive(this);
   const TObjectHandle sender(Sender);
   const TObjectHandle data(Data);
@@ -228,10 +260,8 @@ void TPlBoList::LoadRow(TDataSet* dataSet, bool includeSubClasses) {
     }
     return;
   }
-  TplGlobalDictionary* const dictionary = GlobalDictionary();
-  const bool use = dictionary->aiUSEDICTIONARY();
-  dictionary->aiUSEDICTIONARY(false);
-  TryFinally([&] { object->Release(this); }, [&] { dictionary->aiUSEDICTIONARY(use); });
+  const TUseDictionary off(false);
+  object->Release(this);
 }
 
 // --- searches ---
@@ -305,6 +335,61 @@ void TPlBoList::CancelAndRefreshDataSet() {
 int TPlBoList::GetCurrIndex() {
   if (FDataSet != nullptr) GoToBookmark(FDataSet->Bookmark());
   return TPlCustomBoList::GetCurrIndex();
+}
+
+// --- code lists ---
+
+void TPlBoList::LoadCatalogueForColumns(std::initializer_list<std::string_view> AColumns) {
+  for (const std::string_view column : AColumns) {
+    LoadCatalogueForOneColumn(this, std::string(column));
+  }
+}
+
+namespace {
+
+// The code list of the first member that has one for that column; empty when there is none.
+std::string CodeListOf(const TPlBoList& list, const std::string& column) {
+  for (TplPerObject* object : list) {
+    if (object == nullptr || !object->GetMetaData()->HasAttribute(column)) continue;
+    std::string code = object->GetMetaData()->GetAttrProperties(column).sSifrant;
+    if (!code.empty()) return code;
+  }
+  return {};
+}
+
+// The statement that finds the codes of a column: the class's own, with its "*" or what stands
+// between that and the FROM replaced by the column. Empty for one without a "*".
+std::string CodesStatement(std::string statement, const std::string& column) {
+  const std::size_t star = statement.find('*');
+  if (star == std::string::npos) return {};
+  statement[star] = ' ';
+  const std::size_t from = AsciiUpperCase(statement).find("FROM");
+  if (from != std::string::npos && from > star) statement.erase(star, from - star);
+  return statement.insert(star, column + " ");
+}
+
+}  // namespace
+
+void TPlBoList::LoadCatalogueForOneColumn(TPlBoList* AList, const std::string& AColumn) {
+  if (AList == nullptr || AList->IsEmpty()) return;
+  const std::string code = CodeListOf(*AList, AColumn);
+  if (code.empty()) return;
+  TplProvider* const found = CatalogProvider(code, false).provider;
+  if (found == nullptr) return;
+  auto* const provider = Cast<TplCachableProvider>(found);
+  std::vector<std::string> values;
+  for (TplPerObject* object : *AList) {
+    if (object == nullptr || !object->GetMetaData()->HasAttribute(AColumn)) continue;
+    values.push_back(object->GetAttrValue(AColumn));
+  }
+  TplPerObject* const first = AList->FirstObject();
+  const std::string statement =
+      first == nullptr || AList->FsFetchSpec.empty()
+          ? ""
+          : CodesStatement(first->aiProvider()->GetSelectStatementWithoutParameters(), AColumn);
+  if (statement.empty()) return provider->ReadValuesInCache(values);
+  provider->ReadFetchSpecInCache(
+      provider->GetIDAttrName() + " in ( " + statement + " " + AList->FsFetchSpec + " ) ", values);
 }
 
 // --- reclamation ---

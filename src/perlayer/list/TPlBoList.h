@@ -14,9 +14,10 @@
 // SetLockedBy, GetLockedBy, FNewRefs.
 
 #include <atomic>
+#include <initializer_list>
 #include <memory>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "perlayer/list/IboListDataSet.h"
 #include "perlayer/list/TPlCustomBoList.h"
@@ -28,7 +29,9 @@ class TPlBoList : public TPlCustomBoList {
  public:
   // AOwner is the provider of the members, or nullptr.
   void Create(TPlBaseObject* AOwner, TObject* ARetainer) override;
+  void BeforeDestruction() override;
   void Destroy() override;
+  void RefCountIsZero() override;
 
   void DoNotifyAction(TplDomainObject* Sender, TIBaseObjectAction ActionType, TObject* Data,
                       TINotifiedObjectList* AVisitedObjectList) override;
@@ -44,7 +47,7 @@ class TPlBoList : public TPlCustomBoList {
 
   // Fetches the list's rows anew, by its condition or, without one, by the IDs of its members: live
   // objects take the values, edited or not, members whose rows are not found leave the list, and
-  // new rows come in at its end. Does nothing within itself.
+  // new rows come in at its end. Calls aiOnReload first. Does nothing within itself.
   void Reload() override;
 
   // --- members ---
@@ -125,6 +128,11 @@ class TPlBoList : public TPlCustomBoList {
   void Refresh();  // of the data set, if there is one
   void CancelAndRefreshDataSet();
 
+  // Reads the codes of such columns of all members into the cache of their code lists, so that
+  // showing the list does not read them one by one.
+  static void LoadCatalogueForOneColumn(TPlBoList* AList, const std::string& AColumn);
+  void LoadCatalogueForColumns(std::initializer_list<std::string_view> AColumns);
+
   // --- for the reclamation of whole groups ---
 
   // Lets go of all members; AErrors counts those that had gone already or would not go.
@@ -147,6 +155,7 @@ class TPlBoList : public TPlCustomBoList {
   void aiOnReload(TNotifyEvent event);
 
  protected:
+  void ClearOnDestroy() override;
   virtual void DoSaveObjects() {}  // ahead of everything that SaveObjects does
   int GetCurrIndex() override;
   void LogNotifyDetails(std::string_view which) override;

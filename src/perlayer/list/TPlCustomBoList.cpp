@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "perlayer/corekit/ILog.h"
+#include "perlayer/foundation/FoundationState.h"
 #include "perlayer/list/QuickSort.h"
 #include "perlayer/list/TListFilter.h"
 #include "perlayer/platform/Format.h"
@@ -38,6 +39,12 @@ void TPlCustomBoList::Destroy() {
 
 void TPlCustomBoList::Error(const char* AMessage, int AData) const {
   throw EListError(Format(AMessage, AData));
+}
+
+void TPlCustomBoList::DoNotifyAction(TplDomainObject* Sender, TIBaseObjectAction ActionType,
+                                     TObject* Data, TINotifiedObjectList* AVisitedObjectList) {
+  if (LayerFinalizing()) return;
+  TplDomainObject::DoNotifyAction(Sender, ActionType, Data, AVisitedObjectList);
 }
 
 void TPlCustomBoList::Raise(const char* message, int data) const {

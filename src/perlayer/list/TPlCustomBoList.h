@@ -40,6 +40,9 @@ class TPlCustomBoList : public TplDomainObject {
   TPlCustomBoList();
   void Destroy() override;
 
+  // Nothing once the layer is being finalized.
+  void DoNotifyAction(TplDomainObject* Sender, TIBaseObjectAction ActionType, TObject* Data,
+                      TINotifiedObjectList* AVisitedObjectList) override;
   int GetImageIndex() override { return 275; }
   bool GetModified() override;  // a member is
   bool GetReadOnly() override { return false; }

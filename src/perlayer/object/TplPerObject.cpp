@@ -45,7 +45,10 @@ void TplPerObject::SetInitializingBo(bool AInitializing) {
   if (!AInitializing) data.DisableOptimizingUpdateQueries(true);
 }
 
-std::string TplPerObject::GetGID() { return data.GetAttrValue(FProvider->GetIDAttrName()); }
+// An object whose row has not come yet has no ID.
+std::string TplPerObject::GetGID() {
+  return data.Count() == 0 ? std::string() : data.GetAttrValue(FProvider->GetIDAttrName());
+}
 
 std::string TplPerObject::GetGlobalID() { return FProvider->GetTableNameKeyForDict() + GetGID(); }
 

@@ -20,9 +20,9 @@ TPlBoList* TplProvider::FillList(TPlBoList* list, const TFetch& fetch, const std
     FetchSpecToSQL(query.Get(), fetch.condition, order);
     query->SetQueryAllRecords(true);
     list->LoadFromDataSet(query.Get(), fetch.includeSubclasses);
-    list->OrderBy(order);
-    list->SetFetchSpec(fetch.condition);
-    GlobalDictionary()->ConsultDictionaryForList(list, fetch.retainer);
+    if (alive) list->OrderBy(order);
+    if (alive) list->SetFetchSpec(fetch.condition);
+    if (alive) GlobalDictionary()->ConsultDictionaryForList(list, fetch.retainer);
   } catch (...) {
     if (alive) list->Release(fetch.retainer);
     throw;
