@@ -130,25 +130,25 @@ class TFaultySession : public TDriverSession {
  private:
   class TLargeObject : public TDriverLargeObject {
    public:
-    TLargeObject(TFaultySession& session, std::unique_ptr<TDriverLargeObject> inner)
-        : FInner(std::move(inner)), FSession(session) {}
+    TLargeObject(TFaultPlan& plan, std::unique_ptr<TDriverLargeObject> inner)
+        : FInner(std::move(inner)), FPlan(plan) {}
     std::int64_t Size() const override { return FInner->Size(); }
     void Read(std::int64_t at, void* bytes, std::size_t size) override {
-      FSession.FPlan.Pass("Read");
+      FPlan.Pass("Read");
       FInner->Read(at, bytes, size);
     }
     void Write(std::int64_t at, const void* bytes, std::size_t size) override {
-      FSession.FPlan.Pass("Write");
+      FPlan.Pass("Write");
       FInner->Write(at, bytes, size);
     }
     void Resize(std::int64_t size) override {
-      FSession.FPlan.Pass("Resize");
+      FPlan.Pass("Resize");
       FInner->Resize(size);
     }
 
    private:
     const std::unique_ptr<TDriverLargeObject> FInner;
-    TFaultySession& FSession;
+    TFaultPlan& FPlan;  // an object may outlive its session
   };
 
   using TTake = TDriverStatement* (TDriverSession::*)(const TStatementTextPtr&);
@@ -206,7 +206,7 @@ class TFaultySession : public TDriverSession {
    private:
     std::unique_ptr<TDriverLargeObject> Opened(std::unique_ptr<TDriverLargeObject> inner) const {
       if (inner == nullptr) return nullptr;
-      return std::make_unique<TLargeObject>(FSession, std::move(inner));
+      return std::make_unique<TLargeObject>(FSession.FPlan, std::move(inner));
     }
     // The statement itself, for a call that the plan lets pass.
     TDriverStatement& Inner(const char* call, int parameter = -1) const {
