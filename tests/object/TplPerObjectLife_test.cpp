@@ -25,18 +25,19 @@ class TplPerObjectLifeTest : public TDepartments {
   // A chain of objects that hold each other, the first held by the form: by variables, or by lists
   // of one member each.
   TpoDepartment* Chain(int links, bool byLists) {
-    TpoDepartment* first = NewDepartment();
-    for (TpoDepartment *last = first, *next; --links > 0; last = next) {
-      next = NewDepartment();
+    TpoDepartment* inner = NewDepartment();
+    while (--links > 0) {
+      TpoDepartment* outer = NewDepartment();
       if (byLists) {
-        last->FParts = FDepartments->GetObjectList(last);
-        last->FParts->Add(next);
+        outer->FParts = FDepartments->GetObjectList(outer);
+        outer->FParts->Add(inner);
       } else {
-        last->Link(links % 3, next);
+        outer->Link(0, inner);
       }
-      next->Release(FForm.Get());
+      inner->Release(FForm.Get());
+      inner = outer;
     }
-    return first;
+    return inner;
   }
 };
 
@@ -209,10 +210,104 @@ TEST_F(TplPerObjectLifeTest, ForgettingCutsCycles) {
   EXPECT_EQ(TpoDepartment::Ended, "(44)(55)(3(33)");
 }
 
+TEST_F(TplPerObjectLifeTest, EndThatFailsCanBeTriedAgain) {
+  const std::int64_t live = TSlotTable::LiveCount();
+  TpoDepartment* owner = NewDepartment("1");
+  TpoDepartment* item = NewDepartment("2");
+  owner->Link(0, item);
+  item->Release(FForm.Get());
+  Faults.FailAt(1);
+  EXPECT_EQ(Raised([&] { owner->Release(FForm.Get()); }), "BeforeDestroy");
+  EXPECT_EQ(owner->RefCount(), 1);
+  // A kill that fails leaves the object with nobody but itself.
+  int errors = 0;
+  Faults.FailAt(1);
+  owner->ForgetSubobjects(errors);
+  EXPECT_EQ(errors, 1);
+  EXPECT_TRUE(Logged("[2] ForgetSubobjects: BeforeDestroy"));
+  EXPECT_EQ(owner->FLinks[0].Get(), item);
+  EXPECT_EQ(item->aiRetainerList()->Objects(0), item);
+  owner->FLinks[0] = nullptr;
+  item->Release(item);
+  {
+    const THold<TpoDepartment> hold(owner);
+    owner->Release(FForm.Get());
+    Faults.FailAt(1);
+  }
+  EXPECT_TRUE(Logged("THold: BeforeDestroy"));
+  owner->aiRetainerList()->Replace(0, FForm.Get());
+  owner->Release(FForm.Get());
+  EXPECT_EQ(TpoDepartment::Ended, "(22)(11)");
+  EXPECT_EQ(TSlotTable::LiveCount(), live);
+}
+
+// Create has filled a variable and raises then.
+class TpoHalfMade : public TpoDepartment {
+  TCLASS(TpoHalfMade, TpoDepartment)
+ public:
+  void Create(TPlBaseObject* AOwner, TObject* ARetainer) override {
+    TpoDepartment::Create(AOwner, ARetainer);
+    for (int i = 0; i < 3; ++i) Link(i, Linked);
+    throw Exception("half made");
+  }
+  static inline TpoDepartment* Linked = nullptr;
+};
+
+TEST_F(TplPerObjectLifeTest, HalfMadeObjectLetsGoOfWhatItHolds) {
+  TpoHalfMade::Linked = NewDepartment("1");
+  EXPECT_EQ(Raised([&] { New<TpoHalfMade>(FDepartments, FForm.Get()); }), "half made");
+  EXPECT_EQ(TpoHalfMade::Linked->RefCount(), 1);
+  TpoHalfMade::Linked->Release(FForm.Get());
+}
+
+TEST_F(TplPerObjectLifeTest, ObjectThatIsHeldAnewStaysTheLiveOne) {
+  GlobalDictionary()->aiUSEDICTIONARY(true);
+  AddDepartment(1, 0, "Klinika");
+  AddDepartment(2, 1, "Kirurgija");
+  THold<TpoDepartment> again;
+  Department("2")->aiOnBeforeFree(TNotifyEvent::From([&](TObject*) { again = Department("2"); }));
+  ASSERT_TRUE(again);
+  EXPECT_EQ(GlobalDictionary()->TakeObject(FDepartments, "2"), again.Get());
+  EXPECT_FALSE(again->aiFinalized());
+  again->aiOnBeforeFree(nullptr);
+  EXPECT_EQ(again->Parent()->GetGID(), "1");
+  GlobalDictionary()->aiUSEDICTIONARY(false);
+  again.Reset();
+  GlobalDictionary()->aiUSEDICTIONARY(true);
+  // The switch was off for it, but not for what it held.
+  EXPECT_EQ(GlobalDictionary()->TakeObject(FDepartments, "1"), nullptr);
+  EXPECT_EQ(TpoDepartment::Ended, "(2(2(11)2)");
+}
+
+// Without any looking: what the dictionary knows stays at a count of 0, and nothing that is held is
+// let go.
+TEST_F(TplPerObjectLifeTest, InALibraryOnlyTheCountIsKept) {
+  GlobalDictionary()->aiReleaseType(TIReleaseType::rtDLL);
+  GlobalDictionary()->aiUSEDICTIONARY(true);
+  AddDepartment(1, 0, "Klinika");
+  TpoDepartment* known = Department("1").Get();
+  EXPECT_EQ(known->RefCount(), 0);
+  EXPECT_EQ(Department("1").Get(), known);
+  TpoDepartment* fresh = NewDepartment();
+  TpoDepartment* held = NewDepartment();
+  fresh->Link(0, held);
+  fresh->Release(held);  // who holds nothing ends nothing
+  const std::string id = fresh->GetGID();
+  fresh->Release(FForm.Get());
+  EXPECT_EQ(TpoDepartment::Ended, id + ")");
+  EXPECT_EQ(held->RefCount(), 2);
+  for (TpoDepartment* left : {known, held}) {
+    left->aiRetainerList()->Clear();
+    left->ForceRelease();
+  }
+}
+
 TEST_F(TplPerObjectLifeTest, LongChainsEndNested) {
   const std::int64_t live = TSlotTable::LiveCount();
   for (const bool byLists : {false, true}) {
-    Chain(kChain, byLists)->Release(FForm.Get());
+    TpoDepartment* first = Chain(kChain, byLists);
+    EXPECT_FALSE(first->GetModified());  // which asks them all
+    first->Release(FForm.Get());
     EXPECT_EQ(TSlotTable::LiveCount(), live);
   }
 }

@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "perlayer/corekit/ILog.h"
 #include "perlayer/object/TplPerObject.h"
 #include "perlayer/provider/TplProvider.h"
 
@@ -45,7 +46,14 @@ class THold {
     std::swap(FObject, other.FObject);
     return *this;
   }
-  ~THold() { Reset(); }
+  // What letting go raises goes into the log: whom it concerns calls Reset.
+  ~THold() {
+    try {
+      Reset();
+    } catch (const std::exception& e) {
+      ILog(std::string("THold: ") + e.what());
+    }
+  }
 
   // Lets go of the object now.
   void Reset() {

@@ -347,7 +347,8 @@ class TplPerObject : public TplDomainObject {
   void Release(TObject* ARetainer) override;
   // Whether the object ends when ARetainer lets go: it is the last holder.
   bool ReleaseCountWillBecomeZero(TObject* ARetainer);
-  // Ends what needs the object whole: the notification of changes, and what it holds.
+  // Ends what needs the object whole: the notification of changes, and what it holds. Whoever takes
+  // a reference in aiOnBeforeFree keeps the object as it is.
   virtual void BeforeDestroy();
   void BeforeDestruction() override;
   void RefCountIsZero() override;

@@ -62,7 +62,9 @@ void TplPerObject::ReleaseInDLL(TObject* ARetainer) {
 
 void TplPerObject::BeforeDestroy() {
   const TAlive alive(this);
+  const int holders = RefCount();
   if (FEdits != nullptr) TellBeforeFree();
+  if (alive && RefCount() > holders) return;  // somebody holds it anew: it stays as it is
   if (alive && !FNewObject) SetNotify(false);
   if (alive) GlobalDictionary()->RemoveFromDictionary(this);
   if (alive && FRelations != nullptr) ReleaseHeld();
@@ -110,7 +112,7 @@ void TplPerObject::TakeDown(TObject* holder) {
     throw;
   }
   if (!alive) return;
-  FFinalized = true;
+  if (RefCount() == 1) FFinalized = true;
   inheritedRelease(holder);
 }
 
