@@ -192,8 +192,10 @@ TEST_F(TIDatabaseTest, TheTraceKeepsTheNewestLines) {
   const TStringList& trace = FDatabase->TransactionTrace();
   EXPECT_EQ(trace.Text(), "fixture\r\nX->Start0\r\nX->Rollback1\r\n");
   for (int i = 0; i < TIDatabase::kTraceLines + 10; ++i) FDatabase->AddTrace(std::to_string(i));
+  EXPECT_EQ(&FDatabase->TransactionTrace(), &trace);
   EXPECT_EQ(trace.Count(), TIDatabase::kTraceLines);
   EXPECT_EQ(trace.Strings(0), "10");
+  EXPECT_EQ(trace.Strings(TIDatabase::kTraceLines - 1), "1009");
 }
 
 }  // namespace

@@ -339,6 +339,7 @@ void TDataSet::RemoveField(TField* field) {
 }
 
 void TDataSet::NumberFields() {
+  ++FFieldChanges;
   int number = 0;
   int offset = 0;
   for (std::size_t i = 0; i < FFields.size(); ++i) {

@@ -124,6 +124,8 @@ class TDataSet : public TComponent {
   void OnFilterRecord(TFilterRecordEvent event);
 
   int FieldCount() const;
+  // Another number whenever a field has come, gone or been described anew.
+  std::uint32_t FieldChanges() const { return FFieldChanges; }
   TField* Fields(int index) const;                   // raises EListError outside
   TField* FindField(std::string_view name) const;    // any case; nullptr when absent
   TField* FieldByName(std::string_view name) const;  // raises EDatabaseError when absent
@@ -374,6 +376,7 @@ class TDataSet : public TComponent {
   int FBookmarkSize = 0;
   int FCalcFieldsSize = 0;
   int FDisableCount = 0;
+  std::uint32_t FFieldChanges = 1;
   int FLinkWalks = 0;
   TDataSetState FState = TDataSetState::dsInactive;
   TDataSetState FDisabledState = TDataSetState::dsInactive;  // when controls were disabled

@@ -61,6 +61,11 @@ void TField::Visible(bool visible) {
   if (FDataSet != nullptr) FDataSet->FieldPropertyChanged();
 }
 
+void TField::ValidString(std::string_view text) {
+  FValidString = text;
+  if (FDataSet != nullptr) ++FDataSet->FFieldChanges;
+}
+
 void TField::DisplayLabel(std::string_view label) {
   FDisplayLabel = label;
   if (FDataSet != nullptr) FDataSet->FieldPropertyChanged();

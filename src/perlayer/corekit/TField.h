@@ -75,7 +75,7 @@ class TField : public TComponent {
   void DisplayLabel(std::string_view label);
   // Eight TAB-separated positions; see TIValidInfo.h.
   const std::string& ValidString() const { return FValidString; }
-  void ValidString(std::string_view text) { FValidString = text; }
+  void ValidString(std::string_view text);
 
   // The current row's value. A null is the empty text, 0 and the date 0; conversions that fail
   // raise EConvertError with the field's name.

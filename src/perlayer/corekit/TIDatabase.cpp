@@ -93,11 +93,26 @@ void TIDatabase::ForceCommit(std::string_view phrase) {
 bool TIDatabase::InTransaction() const { return FSession->InTransaction(); }
 
 void TIDatabase::AddTrace(std::string_view line) noexcept {
+  FTraceRead = false;
   try {
-    FTrace->Add(line);
-    if (FTrace->Count() > kTraceLines) FTrace->Delete(0);
+    if (FTraceRing.size() < static_cast<std::size_t>(kTraceLines)) {
+      FTraceRing.emplace_back(line);
+    } else {
+      FTraceRing[FTraceNext] = line;
+      FTraceNext = (FTraceNext + 1) % FTraceRing.size();
+    }
   } catch (const std::bad_alloc&) {
   }
+}
+
+const TStringList& TIDatabase::TransactionTrace() const {
+  if (!FTraceRead) {
+    FTrace->Clear();
+    const std::size_t count = FTraceRing.size();
+    for (std::size_t i = 0; i < count; ++i) FTrace->Add(FTraceRing[(FTraceNext + i) % count]);
+    FTraceRead = true;
+  }
+  return *FTrace;
 }
 
 void TIDatabase::RemoveEvent(const TNotifyEvent& event) {

@@ -50,7 +50,8 @@ class TIDatabase : public TComponent {
   // The session's own view: an explicit transaction or an uncommitted write, whoever made it.
   bool InTransaction() const;
 
-  const TStringList& TransactionTrace() const { return *FTrace; }
+  // The list is brought up to date by this call.
+  const TStringList& TransactionTrace() const;
   // A line that there is no memory for is left out: no transaction fails for its label.
   void AddTrace(std::string_view line) noexcept;
 
@@ -81,7 +82,10 @@ class TIDatabase : public TComponent {
 
   std::string FDatabaseName;
   std::unique_ptr<TDriverSession> FSession;
-  TStringList* FTrace = nullptr;  // owned
+  std::vector<std::string> FTraceRing;  // kTraceLines at the most
+  std::size_t FTraceNext = 0;           // where the next line goes once the ring is full
+  TStringList* FTrace = nullptr;        // owned; the ring as it is read
+  mutable bool FTraceRead = true;       // FTrace is what the ring is
   TEvents FBeforeCommit;
   TEvents FAfterCommit;
   TEvents FAfterRollback;

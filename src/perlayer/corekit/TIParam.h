@@ -80,4 +80,11 @@ class TIParam {
   TFieldType FDataType = TFieldType::ftUnknown;
 };
 
+// A value for one run of a statement; a text or blob is the caller's for that long.
+struct TBoundValue {
+  TIParam::TKind kind = TIParam::TKind::null;
+  double number = 0;
+  std::string_view text;
+};
+
 }  // namespace perlayer

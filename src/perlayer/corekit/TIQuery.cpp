@@ -212,26 +212,29 @@ void TIQuery::CheckParameters() {
   }
 }
 
+void TIQuery::Bind(TDriverStatement& statement, int position, const TBoundValue& value) {
+  switch (value.kind) {
+    case TIParam::TKind::unbound:
+    case TIParam::TKind::null:
+      statement.BindNull(position);
+      break;
+    case TIParam::TKind::text:
+      statement.BindText(position, value.text);
+      break;
+    case TIParam::TKind::number:
+      statement.BindNumber(position, value.number);
+      break;
+    case TIParam::TKind::blob:
+      statement.BindBlob(position, std::as_bytes(std::span(value.text)));
+      break;
+  }
+}
+
 // A run reads the bound memory until its end: parameters keep it for that long.
 void TIQuery::BindRun(TDriverStatement& statement) {
   for (std::size_t i = 0; i < FParams.size(); ++i) {
     const TIParam::TValue& value = FParams[i].RunValue();
-    const int position = static_cast<int>(i);
-    switch (value.kind) {
-      case TIParam::TKind::unbound:
-      case TIParam::TKind::null:
-        statement.BindNull(position);
-        break;
-      case TIParam::TKind::text:
-        statement.BindText(position, value.text);
-        break;
-      case TIParam::TKind::number:
-        statement.BindNumber(position, value.number);
-        break;
-      case TIParam::TKind::blob:
-        statement.BindBlob(position, std::as_bytes(std::span(value.text)));
-        break;
-    }
+    Bind(statement, static_cast<int>(i), {value.kind, value.number, value.text});
   }
 }
 
@@ -260,26 +263,50 @@ void TIQuery::TakeReturned() {
   }
 }
 
-std::int64_t TIQuery::ExecSQL() {
+void TIQuery::BeginExec() {
   const TAlive alive(this);
   Close();
   if (!alive) RaiseError("The query was freed by an event before its statement could run");
   if (Active()) RaiseError("A statement cannot run while an event keeps the query open");
   Prepare();
-  CheckParameters();
-  for (TIParam& param : FParams) param.BeginRun();
+}
+
+template <class TBind, class TEnding>
+std::int64_t TIQuery::RunExec(TBind bind, TEnding ending) {
   return TryFinally(
       [&] {
-        BindRun(*FPrepared);
+        bind();
         while (FPrepared->Step()) {
         }
         TakeReturned();
         return FPrepared->RowsAffected();
       },
       [&] {
-        for (TIParam& param : FParams) param.EndRun();
+        ending();
         FPrepared->Reset();
       });
+}
+
+std::int64_t TIQuery::ExecSQL() {
+  BeginExec();
+  CheckParameters();
+  for (TIParam& param : FParams) param.BeginRun();
+  return RunExec([&] { BindRun(*FPrepared); },
+                 [&] {
+                   for (TIParam& param : FParams) param.EndRun();
+                 });
+}
+
+std::int64_t TIQuery::ExecSQL(std::span<const TBoundValue> values) {
+  BeginExec();
+  SyncParameters();
+  Assert(values.size() == FParams.size(), "TIQuery.ExecSQL: one value for each parameter");
+  return RunExec(
+      [&] {
+        int position = 0;
+        for (const TBoundValue& value : values) Bind(*FPrepared, position++, value);
+      },
+      [] {});
 }
 
 }  // namespace perlayer

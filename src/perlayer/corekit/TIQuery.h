@@ -22,6 +22,7 @@
 #include <cstdint>
 #include <exception>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -60,6 +61,11 @@ class TIQuery : public TDataSet {
   void DatabaseName(std::string_view name);
 
   int ParamCount() const;
+  // The text that the parameters are of: that of the run while the query is open.
+  const TStatementTextPtr& ParamsStatement() const {
+    SyncParameters();
+    return FParamsOf;
+  }
   TIParam& Params(int index);                   // raises EListError outside
   TIParam* FindParam(std::string_view name);    // any case; nullptr when absent
   TIParam& ParamByName(std::string_view name);  // raises EDatabaseError when absent
@@ -91,6 +97,8 @@ class TIQuery : public TDataSet {
   // Runs a statement that gives no rows. Returns the number of rows that it changed; parameters
   // that it returns into (RETURNING ... INTO) have their new values then, and needed none before.
   std::int64_t ExecSQL();
+  // The same with these values, one for each parameter, in place of the parameters' own.
+  std::int64_t ExecSQL(std::span<const TBoundValue> values);
 
   bool GetFieldData(TField* field, void* buffer) override;
   std::string GetBlobData(TField* field) override;
@@ -137,6 +145,10 @@ class TIQuery : public TDataSet {
   void Guarded(TBody body) noexcept;
   void TakeReturned();
   void CheckParameters();
+  void BeginExec();
+  template <class TBind, class TEnding>
+  std::int64_t RunExec(TBind bind, TEnding ending);
+  static void Bind(TDriverStatement& statement, int position, const TBoundValue& value);
   void BindRun(TDriverStatement& statement);
   void SyncParameters() const;
   void StartRun();

@@ -1,5 +1,6 @@
 #include "perlayer/database/TplDatabaseProvider.h"
 
+#include <charconv>
 #include <cmath>
 #include <memory>
 
@@ -23,6 +24,7 @@ namespace {
 
 constexpr const char* kStartTransaction = "TplDatabaseProvider.StartTransaction";
 constexpr const char* kCommit = "TplDatabaseProvider.Commit";
+constexpr int kAhead = 8;
 constexpr const char* kRollback = "TplDatabaseProvider.Rollback";
 
 struct TDatabaseProviderPart {
@@ -33,6 +35,18 @@ struct TDatabaseProviderPart {
   TDatabaseProviderPart(const TDatabaseProviderPart&) = delete;
   TDatabaseProviderPart& operator=(const TDatabaseProviderPart&) = delete;
 };
+
+void WriteLabel(std::string& label, std::string_view text, const char* operation,
+                int count) noexcept {
+  char digits[16];
+  const char* const end = std::to_chars(digits, digits + sizeof digits, count).ptr;
+  try {
+    label.assign(text).append("->").append(operation);
+    label.append(digits, static_cast<std::size_t>(end - digits));
+  } catch (const std::bad_alloc&) {
+    label.clear();
+  }
+}
 
 void ShowInformation(const std::string& text) {
   BoMessageDlg(text, TMsgDlgType::mtInformation, {TMsgDlgBtn::mbOK}, TMsgDlgBtn::mbOK,
@@ -51,6 +65,7 @@ void TplDatabaseProvider::Create() {
 }
 
 void TplDatabaseProvider::Destroy() {
+  FWriteQueries.Clear();
   FreeAndNil(FTransactionObjects);
   FreeAndNil(FOnTransCountToZeroInformationMessageList);
   TPlBaseObject::Destroy();
@@ -73,15 +88,17 @@ TIDatabase& TplDatabaseProvider::Database() {
 // Empty without memory: a rollback must not fail for its label.
 std::string TplDatabaseProvider::Label(std::string_view text, const char* operation,
                                        int count) noexcept {
-  try {
-    return Format("%s->%s%d", text, operation, count);
-  } catch (const std::bad_alloc&) {
-    return {};
-  }
+  std::string label;
+  WriteLabel(label, text, operation, count);
+  return label;
 }
 
-void TplDatabaseProvider::Trace(const std::string& label) {
-  if (TIDatabase* database = FindSession()) database->AddTrace(label);
+// A nested level's label, which goes nowhere else.
+void TplDatabaseProvider::Trace(std::string_view text, const char* operation, int count) noexcept {
+  TIDatabase* database = FindSession();
+  if (database == nullptr) return;
+  WriteLabel(FTraceLine, text, operation, count);
+  database->AddTrace(FTraceLine);
 }
 
 bool TplDatabaseProvider::InTransaction() {
@@ -104,7 +121,7 @@ void TplDatabaseProvider::StartTransaction(std::string_view text) {
     FTransactionObjects = objects.Release();
     StartTransactionTimer();
   } else {
-    Trace(Label(text, kStartTransaction, FTransCount));
+    Trace(text, kStartTransaction, FTransCount);
   }
   ++FTransCount;
   const TNotifyEvent event = PerLayerSettings()->aiOnStartTransactionEvent();
@@ -121,7 +138,7 @@ void TplDatabaseProvider::Commit(std::string_view text) {
   if (FTransCount == 1) {
     CommitOutermost(text);
   } else {
-    Trace(Label(text, kCommit, FTransCount - 1));
+    Trace(text, kCommit, FTransCount - 1);
     --FTransCount;
   }
   if (FTransCount < 0) {
@@ -157,7 +174,7 @@ void TplDatabaseProvider::Rollback(std::string_view text) {
   if (FTransCount == 1) {
     RollbackOutermost(text);
   } else if (FTransCount > 1) {
-    Trace(Label(text, kRollback, FTransCount - 1));
+    Trace(text, kRollback, FTransCount - 1);
     --FTransCount;
   }
   const TNotifyEvent event = PerLayerSettings()->aiOnRollbackTransactionEvent();
@@ -179,9 +196,11 @@ void TplDatabaseProvider::RollbackOutermost(std::string_view text) {
       });
 }
 
-// The list is read anew at each step: what an object does when it is told may lengthen it.
+// The list is read anew at each step: what an object does when it is told may lengthen it. Objects
+// of a large transaction have left the nearest cache meanwhile, so they are sent for ahead.
 void TplDatabaseProvider::TellObjects(TTold told) {
   for (int i = 0; FTransactionObjects != nullptr && i < FTransactionObjects->Count(); ++i) {
+    FTransactionObjects->Prefetch(i + kAhead);
     auto* object = As<TplPerObject>(FTransactionObjects->Items(i));
     if (object == nullptr) continue;
     if (told == TTold::committed) {
@@ -194,12 +213,14 @@ void TplDatabaseProvider::TellObjects(TTold told) {
 }
 
 void TplDatabaseProvider::EndOutermost() {
+  FWriteQueries.ReleaseStatements();
   ClearTrasCountZeroMessages();
   --FTransCount;
 }
 
 void TplDatabaseProvider::ResetTransactionCountAndCommit() {
   FTransCount = 0;
+  FWriteQueries.ReleaseStatements();
   Database().Commit("TplDatabaseProvider.ResetTransactionCountAndCommit");
 }
 
@@ -242,7 +263,7 @@ void TplDatabaseProvider::PerformSQLStatement(const std::string& sql, TPlBaseObj
     throw Exception("No active transaction");
   }
   auto* object = Cast<TplPerObject>(obj);
-  const TOwned<TIQuery> query = Make<TIQuery>();
+  TWriteQueries::TLease lease(FWriteQueries, sql);
   const TDataSet* fields = object->aiProvider()->GetQueryForBo(object);
   FTransactionObjects->Add(object);
   const int references = object->RefCount();
@@ -254,16 +275,21 @@ void TplDatabaseProvider::PerformSQLStatement(const std::string& sql, TPlBaseObj
     }
     throw;
   }
-  query->DatabaseName(TcmpClassMap::kDatabaseName);
-  query->SQLText(sql);
-  for (int i = 0; i < query->ParamCount(); ++i) {
-    TIParam& param = query->Params(i);
-    if (const TField* field = fields->FindField(param.Name())) param.DataType(field->DataType());
+  TIQuery& query = lease.Query();
+  const auto binding = object->aiProvider()->BindParams(query.Statement());
+  query.Prepare();
+  const bool isDirect = object->ValuesForStatement(*binding, fields, lease.Values());
+  if (!isDirect) {
+    lease.TypeParams(*fields);
+    object->FillValuesInSqlParams(&query);
   }
-  query->Prepare();
-  object->FillValuesInSqlParams(query.Get());
   try {
-    query->ExecSQL();
+    if (isDirect) {
+      query.ExecSQL(lease.Values());
+    } else {
+      query.ExecSQL();
+    }
+    lease.Succeeded();
   } catch (const std::exception& e) {
     ILog(Format("TplDatabaseProvider.PerformSQLStatement exception: %s; SQL: %s", e.what(), sql));
     throw;

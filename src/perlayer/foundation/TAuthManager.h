@@ -9,7 +9,9 @@
 //
 // Main thread only.
 
+#include <cstdint>
 #include <string>
+#include <type_traits>
 
 #include "perlayer/foundation/FoundationTypes.h"
 #include "perlayer/platform/TObjectHandle.h"
@@ -21,9 +23,16 @@ class TplProvider;
 
 inline constexpr TIAccessRights kAllAccessRights = TIAccessRights::FromMask(63);
 
+class TOpenAuthManager;
+
 class TAuthManager : public TObject {
   TCLASS(TAuthManager, TObject)
  public:
+  // The open manager is known for what it is; a class derived from it is not.
+  template <class T>
+  static constexpr std::uint32_t ClassFacts() {
+    return std::is_same_v<T, TOpenAuthManager> ? 1 : 0;
+  }
   static constexpr int kNotControlled = -1;
 
   // The class's name in the names of actions. Raises "TAuthManager: Using wrong class!" here.
@@ -42,6 +51,10 @@ class TAuthManager : public TObject {
   // True when ARSourceRights holds all of ARights, and always when the layer runs inside a library.
   bool HasObjectRightsFromSourceRights(TplAuthorizedObject* AObject, TIAccessRights ARSourceRights,
                                        TIAccessRights ARights);
+
+ private:
+  // Everything on it is granted to everybody, and nobody wants to read of that.
+  bool IsOpenTo(const TplAuthorizedObject* AObject) const;
 };
 
 // For programs that control no action: whoever gets that far may do everything.

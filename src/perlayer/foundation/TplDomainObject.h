@@ -60,6 +60,9 @@ class TplDomainObject : public TplAuthorizedObject {
   void NotifyNotifiers(TplDomainObject* Sender, TIBaseObjectAction ActionType, TObject* Data,
                        TINotifiedObjectList* AVisitedObjectList);
 
+  // Whether somebody holds this object who passes notifications on.
+  bool HasNotifiers() const { return FRetainerList.HasClass(TplDomainObject::ClassInfo()); }
+
   // The right to read or change the references, for the main thread (true) or the releaser thread
   // (false). A main-thread reader takes nothing; a main-thread writer cancels the releaser thread
   // and waits for it; the releaser thread never waits: false tells it to give up.

@@ -39,6 +39,16 @@ class TplRetainerList {
   // The first entry of that retainer, or -1.
   int IndexOfObject(const TObject* retainer) const;
 
+  // Whether some retainer was of that class, or one derived from it, at the moment of AddRef.
+  bool HasClass(const TClass& cls) const {
+    const auto isOne = [&](const TEntry& entry) { return entry.cls->InheritsFrom(cls); };
+    if (FCapacity != kIndexed) return std::any_of(Entries(), Entries() + FCount, isOne);
+    for (int i = 0; i < Count(); ++i) {
+      if (isOne(At(i))) return true;
+    }
+    return false;
+  }
+
   // REQUIRES, here and in Replace: retainer != nullptr
   void Add(const TObject* retainer) {
     // Room in the array that nearly every list is; the slot in FFirst is Grow's.

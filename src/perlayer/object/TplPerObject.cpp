@@ -18,7 +18,7 @@ void TplPerObject::Create(TPlBaseObject* AOwner, TObject* ARetainer) {
     throw Exception("TplPerObject.Create: Can not create new object without provider!");
   }
   FProvider = provider;
-  FTellsStoredValues = (ClassType().Facts() & kTellsStoredValues) != 0;
+  FFacts = static_cast<std::uint8_t>(ClassType().Facts());
   TplDomainObject::Create(AOwner, ARetainer);
   FbRegisterNotify = provider->GetRegisterNotify();
   data.Create(this, this);

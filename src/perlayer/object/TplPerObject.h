@@ -23,6 +23,8 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <vector>
 
 #include "perlayer/foundation/TplDomainObject.h"
 #include "perlayer/object/TplMember.h"
@@ -37,6 +39,7 @@ class IAttributeValueChanged;
 class IboDataSet;
 class TDataSet;
 class TIObjectPointerList;
+class TIParam;
 class TIQuery;
 class TPlBoList;
 class TPlClassMetaData;
@@ -46,8 +49,13 @@ class TStream;
 class TStringList;
 class TplPerObject;
 class TplProvider;
+struct TBoundValue;
+struct TIValInfoRec;
 struct TObjectEdits;
 struct TObjectRelations;
+struct TParamBinding;
+struct TParamMeaning;
+enum class TFieldType : std::uint8_t;
 
 enum class TIPersistentObjectState : std::uint8_t {
   posBrowse,
@@ -238,6 +246,11 @@ class TplPerObject : public TplDomainObject {
   virtual std::string GetDeleteStatement() { return data.GetDeleteStatement(); }
   // ":OLD_X" gets the value of X from before the edit or, where that is empty, the current one.
   void FillValuesInSqlParams(TIQuery* AQuery);
+  // For dbProvider(): the same values without the detour by parameters, as views that live until
+  // the object is written. False, with nothing told, where it takes more than what is stored;
+  // AFields describes the parameters.
+  bool ValuesForStatement(const TParamBinding& ABinding, const TDataSet* AFields,
+                          std::vector<TBoundValue>& AValues);
   // For dbProvider(): how the outermost transaction ended.
   virtual void DoInternalCommit();
   virtual void DoInternalRollback();
@@ -413,7 +426,7 @@ class TplPerObject : public TplDomainObject {
   TDateTime GetAttrOldValueAsDate(const std::string& AName);
   // For what reads many objects: whether this object's class leaves GetAttrValue and GetMetaData as
   // they are here. Then GetAttrValue of a real attribute answers its stored value.
-  bool TellsStoredValues() const { return FTellsStoredValues; }
+  bool TellsStoredValues() const { return HasFact(kTellsStoredValues); }
   // Lives until the object is written to. Raises EListError outside the store.
   std::string_view StoredValue(int AIndex) const { return data.ValueView(AIndex); }
   int AttrCount();
@@ -477,19 +490,39 @@ class TplPerObject : public TplDomainObject {
   const TCalcAttrValueProc& OnCalcAttribute() const;
   void OnCalcAttribute(TCalcAttrValueProc event);
 
-  // For TClass: what there is to know of a class T of objects.
+  // For TClass: what a class T of objects leaves as it is here, so that it can be passed over where
+  // nothing would come of it. An override that cannot be looked at from here counts as one.
   template <class T>
   static constexpr std::uint32_t ClassFacts() {
     using TReads = std::string (TplPerObject::*)(const std::string&);
+    using TTells = std::string (TplPerObject::*)();
     using TDescribes = TPlClassMetaData* (TplPerObject::*)();
+    using TValidates = bool (TplPerObject::*)(const std::string&, const Variant&);
+    using THears = void (TplPerObject::*)(TplDomainObject*, TIBaseObjectAction, TObject*,
+                                          TINotifiedObjectList*);
+    std::uint32_t facts = 0;
     // A member that nobody between T and here has declared is a member of this class.
     if constexpr (requires {
                     requires std::is_same_v<decltype(&T::GetAttrValue), TReads>;
                     requires std::is_same_v<decltype(&T::GetMetaData), TDescribes>;
                   }) {
-      return kTellsStoredValues;
+      facts |= kTellsStoredValues;
     }
-    return 0;
+    if constexpr (requires {
+                    requires std::is_same_v<decltype(&T::ValidateAttribute), TValidates>;
+                  }) {
+      facts |= kValidatesPlainly;
+    }
+    if constexpr (requires { requires std::is_same_v<decltype(&T::DoNotifyAction), THears>; }) {
+      facts |= kHearsNothing;
+    }
+    if constexpr (requires {
+                    requires std::is_same_v<decltype(&T::GetInsertStatement), TTells>;
+                    requires std::is_same_v<decltype(&T::GetModifyStatement), TTells>;
+                  }) {
+      facts |= kHasStatementsOfProvider;
+    }
+    return facts;
   }
 
   // Bytes that this object takes, its values included.
@@ -526,7 +559,12 @@ class TplPerObject : public TplDomainObject {
   struct TEndRelations {
     void operator()(TObjectRelations* relations) const noexcept;
   };
-  static constexpr std::uint32_t kTellsStoredValues = 1;
+  enum TFact : std::uint8_t {
+    kTellsStoredValues = 1,
+    kValidatesPlainly = 2,
+    kHearsNothing = 4,
+    kHasStatementsOfProvider = 8
+  };
   double NoFloat() const { return FbEmptyFloatReturnsZero ? 0.0 : kNoFloat; }
 
   template <class TCopy>
@@ -539,6 +577,15 @@ class TplPerObject : public TplDomainObject {
     data.CommitValues();
   }
   void CancelAndRefreshDataSet();
+  bool HasFact(TFact fact) const { return (FFacts & fact) != 0; }
+  // False when a notification would reach nobody but this object, which does nothing about it.
+  bool IsHeard() const { return !HasFact(kHearsNothing) || HasNotifiers(); }
+  void Notify(TIBaseObjectAction AAction);
+  // True when nobody has anything to say about values but the class map.
+  bool ValidatesByMapAlone() const;
+  // The class map lets the value pass without looking into code lists.
+  bool PassesMap(int AIndex);
+  bool ValidateCode(const std::string& AName, const std::string& ACode, TIValInfoRec AInfo);
 
   TObjectEdits& Edits();  // made on first use, as Relations
   TObjectRelations& Relations();
@@ -558,9 +605,14 @@ class TplPerObject : public TplDomainObject {
   void ReleaseHeld();
   void HeadIntoDestruction();
   int AttrIndexToWrite(const std::string& AName);
+  bool WriteID(int AIndex, const std::string& AName, std::string AValue);
+  bool EndWrite(int AIndex, const std::string& AName, const std::string& AValue);
   std::string PostErrors(bool& AErrors) const;
   void ReleaseEditing();
   void Deactivate(const std::string& AActive);
+  TBoundValue ValueForStatement(const TParamMeaning& AMeaning, TFieldType AType,
+                                std::string_view AName);
+  void FillValueInSqlParam(TIParam& AParam, const TParamMeaning& AMeaning);
   // Before a statement: what a rollback puts back, unless an earlier one of the transaction has.
   void KeepStateToReturnTo();
 
@@ -580,7 +632,7 @@ class TplPerObject : public TplDomainObject {
   bool FIsValidatingFromDataSet = false;
   bool FbEditState = false;  // it was being edited when the save began
   bool FbEmptyFloatReturnsZero = false;
-  bool FTellsStoredValues = false;  // of the class; here it costs no look at the table of objects
+  std::uint8_t FFacts = 0;  // of the class; here they cost no look at the table of objects
   bool FDestroying = false;
   bool FFinalized = false;  // BeforeDestroy has run
   TplLockedBy FLockedBy = TplLockedBy::lbNone;

@@ -65,16 +65,18 @@ bool TplPerObject::SetFromXmlAttrValue(const std::string& AName, const std::stri
 
 bool TplPerObject::SetAttrValueCommon(const std::string& AName, const std::string& AValue,
                                       bool ACheckReadOnly) {
-  const int index = AttrIndexToWrite(AName);
+  TPlClassMetaData* metaData = GetMetaData();
+  int index = metaData->GetAttrIndex(AName);
+  if (index < 0) index = AttrIndexToWrite(AName);  // raises
   // The old value may be written back whatever the rights: an edit can be undone.
   if (!FInitializingBo && ACheckReadOnly && AValue != data.OldValueView(index) && GetReadOnly()) {
     throw Exception(Format(RSReadOnlyObject, GetTextDescription(), ClassName(), GetGID(), AName,
                            AValue, GetReadOnlyReason()));
   }
-  if (GetMetaData()->IsCalcAttr(AName) ||
+  if (metaData->IsCalcAttr(AName) ||
       (IsAttributeReadOnly(index) && AValue != GetAttrOldValue(AName))) {
     throw Exception(Format(RSReadOnlyField, GetTextDescription(),
-                           GetMetaData()->GetAttrProperties(AName).sDispLabel));
+                           metaData->GetAttrProperties(AName).sDispLabel));
   }
   if (data.ValueView(index) != AValue) {
     const TIPersistentObjectState state = GetEditState();
@@ -99,35 +101,48 @@ bool TplPerObject::ChangeAttrValueIfNotEmpty(const std::string& AName, const std
 }
 
 bool TplPerObject::PrivateSetAttrValue(int AIndex, const std::string& AValue) {
-  const std::string name = GetMetaData()->GetAttrNames()->Strings(AIndex);
-  const std::string value = AValue;  // listeners may change what it refers to
-  const bool isId = SameText(name, FProvider->GetIDAttrName());
-  const bool changed = data.ValueView(AIndex) != value;
-  if (isId) {
-    // Written aside: once the dictionary has the new key nothing may fail any more. A new ID is
-    // never a difference, so the old value becomes the same.
-    TIboData written = data;
-    written.SetAttrValueByIndex(AIndex, value);
-    written.SetAttrOldValueByIndex(AIndex, value);
-    GlobalDictionary()->ChangeID(FProvider, GetGID(), this, value);
-    data = std::move(written);
-  } else {
-    data.SetAttrValueByIndex(AIndex, value);
-  }
-  if (!changed) return true;
+  const std::string& name = GetMetaData()->NameOf(AIndex);
+  if (FProvider->IsIDAttr(name)) return WriteID(AIndex, name, AValue);
+  const bool changed = data.ValueView(AIndex) != AValue;
+  data.SetAttrValueByIndex(AIndex, AValue);
+  return !changed || EndWrite(AIndex, name, AValue);
+}
+
+// The value is a copy: what the dictionary does may change what it came from.
+bool TplPerObject::WriteID(int AIndex, const std::string& AName, std::string AValue) {
+  const bool changed = data.ValueView(AIndex) != AValue;
+  // Written aside: once the dictionary has the new key nothing may fail any more. A new ID is never
+  // a difference, so the old value becomes the same.
+  TIboData written = data;
+  written.SetAttrValueByIndex(AIndex, AValue);
+  written.SetAttrOldValueByIndex(AIndex, AValue);
+  GlobalDictionary()->ChangeID(FProvider, GetGID(), this, AValue);
+  data = std::move(written);
+  return !changed || EndWrite(AIndex, AName, AValue);
+}
+
+// A value has changed: whoever shows the object, validates and hears it is told.
+bool TplPerObject::EndWrite(int AIndex, const std::string& AName, const std::string& AValue) {
   const TAlive alive(this);
-  TryFinally(
-      [&] {
-        if (FEdits == nullptr || FEdits->FDataSet == nullptr) return;
-        FEdits->FDataSet->UpdateAttribute(name);
-        if (alive) AttributeValueChanged(AIndex, name, value);
-      },
-      [&] {
-        if (alive && !FInitializingBo) FModified = FNotChecked = true;
-      });
-  if (!alive || FInitializingBo) return true;
-  const bool valid = FIgnoreValidation || ValidateAttribute(name, Variant(value));
-  if (alive) CallNotifyActionForAttribute(TIBaseObjectAction::paModified, name);
+  std::string kept;  // listeners may change what AValue refers to
+  const bool isShown = FEdits != nullptr && FEdits->FDataSet != nullptr;
+  if (isShown) {
+    kept = AValue;
+    TryFinally(
+        [&] {
+          FEdits->FDataSet->UpdateAttribute(AName);
+          if (alive) AttributeValueChanged(AIndex, AName, kept);
+        },
+        [&] {
+          if (alive && !FInitializingBo) FModified = FNotChecked = true;
+        });
+    if (!alive) return true;
+  }
+  if (FInitializingBo) return true;
+  FModified = FNotChecked = true;
+  const bool valid = FIgnoreValidation || (ValidatesByMapAlone() && PassesMap(AIndex)) ||
+                     ValidateAttribute(AName, Variant(isShown ? kept : AValue));
+  if (alive && IsHeard()) CallNotifyActionForAttribute(TIBaseObjectAction::paModified, AName);
   return valid;
 }
 
@@ -205,7 +220,7 @@ void TplPerObject::TryEdit(bool ALock) {
 void TplPerObject::Touch() {
   const TAlive alive(this);
   FModified = true;
-  TryFinally([&] { CallNotifyAction(this, TIBaseObjectAction::paModified, nullptr); },
+  TryFinally([&] { Notify(TIBaseObjectAction::paModified); },
              [&] {
                if (alive) data.DisableOptimizingUpdateQueries(true);
              });
@@ -324,6 +339,10 @@ void TplPerObject::AttributeValueChanged(int AIndex, const std::string& AName,
           ->AttributeValueChanged(this, AIndex, AName, AValue);
     }
   }
+}
+
+void TplPerObject::Notify(TIBaseObjectAction AAction) {
+  if (IsHeard()) CallNotifyAction(this, AAction, nullptr);
 }
 
 void TplPerObject::CallNotifyActionForAttribute(TIBaseObjectAction AAction,

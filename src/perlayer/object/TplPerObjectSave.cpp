@@ -36,7 +36,7 @@ bool IsBeingEdited(TIPersistentObjectState state) {
 // Runs `work` in a level of the counted transaction: any exception rolls that level back, unless
 // its commit has ended it already and an event behind that has raised.
 template <class TWork>
-void InTransaction(const std::string& text, TWork&& work) {
+void InTransaction(std::string_view text, TWork&& work) {
   TplDatabaseProvider* provider = dbProvider();
   const int outside = provider->aiTransactionCount();
   provider->StartTransaction(text);
@@ -46,6 +46,45 @@ void InTransaction(const std::string& text, TWork&& work) {
   } catch (...) {
     if (outside == 0 || provider->aiTransactionCount() > outside) provider->Rollback(text);
     throw;
+  }
+}
+
+// How an operation names itself in the trace: "TplPerObject.TpoPatient.SaveData". A name of usual
+// length takes no memory.
+class TCallerName {
+ public:
+  TCallerName(const TClass& cls, std::string_view operation) {
+    for (const std::string_view part : {std::string_view("TplPerObject."), cls.Name(), operation}) {
+      if (FLong.empty() && FSize + part.size() <= sizeof FUsual) {
+        part.copy(FUsual + FSize, part.size());
+        FSize += part.size();
+      } else {
+        if (FLong.empty()) FLong.assign(FUsual, FSize);
+        FLong.append(part);
+      }
+    }
+  }
+  operator std::string_view() const {
+    return FLong.empty() ? std::string_view(FUsual, FSize) : std::string_view(FLong);
+  }
+
+ private:
+  char FUsual[100];
+  std::size_t FSize = 0;
+  std::string FLong;
+};
+
+TBoundValue ValueOfText(TFieldType type, std::string_view text) {
+  if (text.empty()) return {};
+  if (type != TFieldType::ftDateTime) return {TIParam::TKind::text, 0, text};
+  return {TIParam::TKind::number, StrToDateTime(text, FrozenFormatSettings()), {}};
+}
+
+void Write(TIParam& param, const TBoundValue& value) {
+  if (value.kind == TIParam::TKind::number) {
+    param.AsFloat(value.number);
+  } else {
+    param.AsString(value.text);
   }
 }
 
@@ -63,7 +102,7 @@ void TplPerObject::SaveData() {
     return;
   }
   const TAlive alive(this);
-  InTransaction("TplPerObject." + ClassName() + ".SaveData", [&] {
+  InTransaction(TCallerName(ClassType(), ".SaveData"), [&] {
     if (FbObjectMarkedDeleted) {
       FModified = true;
       DeleteObject();
@@ -78,7 +117,7 @@ void TplPerObject::SaveData() {
   TryFinally(
       [&] {
         if (wasNew) SetNotify(true);
-        if (alive && wasModified) CallNotifyAction(this, TIBaseObjectAction::paModified, nullptr);
+        if (alive && wasModified) Notify(TIBaseObjectAction::paModified);
       },
       [&] {  // it is saved: what its lock was for is over
         if (!alive) return;
@@ -107,10 +146,16 @@ void TplPerObject::SaveCurrentData() {
     if (alive) DoBeforeSave();
     if (!alive) return;
     KeepStateToReturnTo();
-    const std::string statement = FNewObject ? GetInsertStatement() : GetModifyStatement();
+    std::string own;
+    const std::string* statement =
+        HasFact(kHasStatementsOfProvider) ? data.WholeStatement(FNewObject) : nullptr;
+    if (statement == nullptr) {
+      own = FNewObject ? GetInsertStatement() : GetModifyStatement();
+      statement = &own;
+    }
     if (!alive) return;
     CheckObjectIDTemporary();
-    if (!statement.empty()) dbProvider()->PerformSQLStatement(statement, this);
+    if (!statement->empty()) dbProvider()->PerformSQLStatement(*statement, this);
     FModified = false;
     FNewObject = false;
     try {
@@ -136,7 +181,7 @@ void TplPerObject::KeepStateToReturnTo() {
 void TplPerObject::CheckObjectIDTemporary() {
   const std::string id = GetGID();
   std::int64_t number = -1;  // as one that is too long for its digits
-  if (!IsNumeric(id) || !Trim(id).starts_with('-') || (TryStrToInt(id, number) && number >= 0)) {
+  if (!Trim(id).starts_with('-') || !IsNumeric(id) || (TryStrToInt(id, number) && number >= 0)) {
     return;
   }
   const std::string message =
@@ -146,41 +191,50 @@ void TplPerObject::CheckObjectIDTemporary() {
 }
 
 void TplPerObject::FillValuesInSqlParams(TIQuery* AQuery) {
-  constexpr std::string_view kOld = "OLD_";
-  const TFormatSettings& settings = FrozenFormatSettings();
-  for (int i = 0; i < AQuery->ParamCount(); ++i) {
-    TIParam& param = AQuery->Params(i);
-    const std::string name(param.Name());
-    if (AsciiUpperCase(name.substr(0, kOld.size())) == kOld) {
-      const std::string attribute = name.substr(kOld.size());
-      std::string text = GetAttrOldValue(attribute);
-      if (text.empty()) text = GetAttrValue(attribute);
-      const TField* field = GetMetaData()->GetField(attribute);
-      if (field != nullptr && field->DataType() == TFieldType::ftDateTime && !text.empty()) {
-        param.AsDateTime(StrToDateTime(text, settings));
-      } else {
-        param.AsString(text);
-      }
-      continue;
-    }
-    const int index = data.GetAttrIndex(name);
-    const TField* field = GetMetaData()->GetFieldByIndex(index);
-    if (field != nullptr && field->DataType() == TFieldType::ftFloat) {
-      const double value = GetAttrValueAsFloat(name);
-      if (value == kNoFloat) {
-        param.AsString("");
-      } else {
-        param.AsFloat(value);
-      }
-      continue;
-    }
-    const std::string_view text = data.ValueView(index);
-    if (param.DataType() == TFieldType::ftDateTime && !text.empty()) {
-      param.AsDateTime(StrToDateTime(text, settings));
-    } else {
-      param.AsString(text);
-    }
+  const int count = AQuery->ParamCount();
+  const auto binding = FProvider->BindParams(AQuery->ParamsStatement());
+  for (int i = 0; i < count; ++i) {
+    FillValueInSqlParam(AQuery->Params(i), binding->params[static_cast<std::size_t>(i)]);
   }
+}
+
+void TplPerObject::FillValueInSqlParam(TIParam& AParam, const TParamMeaning& AMeaning) {
+  if (AMeaning.isOld) {
+    const std::string attribute(AParam.Name().substr(std::string_view("OLD_").size()));
+    std::string text = GetAttrOldValue(attribute);
+    if (text.empty()) text = GetAttrValue(attribute);
+    return Write(AParam, ValueOfText(AMeaning.type, text));
+  }
+  if (AMeaning.index < 0) data.GetAttrIndex(AParam.Name());  // raises
+  Write(AParam, ValueForStatement(AMeaning, AParam.DataType(), AParam.Name()));
+}
+
+// AType is the parameter's.
+TBoundValue TplPerObject::ValueForStatement(const TParamMeaning& AMeaning, TFieldType AType,
+                                            std::string_view AName) {
+  if (AMeaning.type != TFieldType::ftFloat)
+    return ValueOfText(AType, data.ValueView(AMeaning.index));
+  double value = kNoFloat;
+  if (TellsStoredValues()) {
+    const std::string_view text = data.ValueView(AMeaning.index);
+    if (text.empty() && !FbEmptyFloatReturnsZero) return {};
+    if (!TryStrToFloat(text, value, FrozenFormatSettings())) value = kNoFloat;
+  }
+  if (value == kNoFloat) value = GetAttrValueAsFloat(std::string(AName));
+  if (value == kNoFloat) return {};
+  return {TIParam::TKind::number, value, {}};
+}
+
+bool TplPerObject::ValuesForStatement(const TParamBinding& ABinding, const TDataSet* AFields,
+                                      std::vector<TBoundValue>& AValues) {
+  if (!ABinding.isPlain || !TellsStoredValues()) return false;
+  if (AFields != GetMetaData()->Fields()) return false;
+  AValues.resize(ABinding.params.size());
+  for (std::size_t i = 0; i < AValues.size(); ++i) {
+    const TParamMeaning& meaning = ABinding.params[i];
+    AValues[i] = ValueForStatement(meaning, meaning.type, ABinding.statement->Parameters()[i]);
+  }
+  return true;
 }
 
 // --- deleting ---
@@ -202,7 +256,7 @@ void TplPerObject::DeleteObject() {
   TryFinally(
       [&] {
         try {
-          InTransaction("TplPerObject." + ClassName() + ".DeleteObject", [&] { DoDeleteObject(); });
+          InTransaction(TCallerName(ClassType(), ".DeleteObject"), [&] { DoDeleteObject(); });
         } catch (...) {
           if (cancelOnFailure && alive) CancelData();
           throw;

@@ -1,5 +1,7 @@
 // TplPerObject: validation and the errors of attributes.
 
+#include <algorithm>
+
 #include "perlayer/corekit/TISifranti.h"
 #include "perlayer/corekit/TIValidInfo.h"
 #include "perlayer/foundation/BoMessageDlg.h"
@@ -16,60 +18,97 @@ namespace perlayer {
 namespace {
 constexpr const char* RSErrorsInRecord = "Napake v zapisu : %s";
 }  // namespace
+bool TplPerObject::ValidatesByMapAlone() const {
+  return HasFact(kValidatesPlainly) && TellsStoredValues() &&
+         (FEdits == nullptr || FEdits->FErrors.Count() == 0) &&
+         !TplProvider::GetCallBackObject()->ValidatesAttributes();
+}
+
+bool TplPerObject::PassesMap(int AIndex) {
+  switch (GetMetaData()->CheckOf(AIndex)) {
+    case TPlClassMetaData::TCheck::none:
+      return true;
+    case TPlClassMetaData::TCheck::required:
+      return !Empty(data.ValueView(AIndex));
+    case TPlClassMetaData::TCheck::codeList:
+      break;
+  }
+  return false;
+}
 
 bool TplPerObject::ValidateObject() {
   const TAlive alive(this);
   bool valid = true;
-  for (int i = 0; alive && i < AttrCount(); ++i) {
+  bool byMap = ValidatesByMapAlone();
+  int i = 0;
+  int count = AttrCount();
+  if (byMap) {
+    const std::vector<int>& checked = GetMetaData()->CheckedAttributes();
+    const auto stops = std::find_if(checked.begin(), checked.end(),
+                                    [this](int index) { return !PassesMap(index); });
+    i = stops == checked.end() ? count : *stops;
+  }
+  for (; i < count; ++i) {
+    if (byMap && PassesMap(i)) continue;
     const std::string name = AttrName(i);
     if (!ValidateAttribute(name, Variant(GetAttrValue(name)))) valid = false;
+    if (!alive) return false;
+    byMap = ValidatesByMapAlone();
+    count = AttrCount();
   }
-  return alive && valid && DoValidateObject();
+  return valid && DoValidateObject();
 }
 
 bool TplPerObject::ValidateAttribute(const std::string& AName, const Variant& AValue) {
-  constexpr TIErrorLevel kLevel = TIErrorLevel::elError;
   const int index = GetMetaData()->GetAttrIndex(AName);
-  const TIValInfoRec info =  // a copy: callers out may come back here
-      index >= 0 ? GetMetaData()->ValInfoOf(index)
-                 : ValidString2ValidInfo(GetMetaData()->GetCalcAttrProperties(AName).sValidInfo);
+  TIValInfoRec calculated;
+  if (index < 0) {
+    calculated = ValidString2ValidInfo(GetMetaData()->GetCalcAttrProperties(AName).sValidInfo);
+  }
+  const TIValInfoRec& info = index < 0 ? calculated : GetMetaData()->ValInfoOf(index);
   const bool isEmpty = AValue.IsEmpty();
   if (info.required && isEmpty) {
-    SetAttrError(AName, Format("Polje %s ne sme biti prazno.", info.displayLabel), kLevel);
+    SetAttrError(AName, Format("Polje %s ne sme biti prazno.", info.displayLabel),
+                 TIErrorLevel::elError);
     return false;
   }
   const TAlive alive(this);
-  bool valid = true;
-  const auto noSuchCode = [&](const std::string& code) {
-    SetAttrError(AName,
-                 Format("Šifra %s šifranta %s v polju %s ne obstaja.", code, info.codeList,
-                        info.displayLabel),
-                 kLevel);
-    valid = false;
-  };
-  if (info.kind == "S" && !isEmpty) {
-    const std::string code = AValue.AsText();
-    if (!Sifranti().Exists(info.codeList, code, false)) noSuchCode(code);
-  } else if (info.kind == "MS" && !isEmpty) {
-    const std::string code = AValue.AsText();
-    // A code that has left the list is tolerated for as long as it stays what it was.
-    if (!SkupSifranti().Exists(info.codeList, code, true, "", false) &&
-        code != GetAttrOldValue(AName)) {
-      noSuchCode(code);
-    }
-    if (valid && UpperCase(GetValueFromString(SkupSifranti().Params(info.codeList, code), ";",
-                                              "NI_VNOSA")) == "TRUE") {
-      SetAttrError(AName,
-                   Format("Vnos izbrane vrednosti \"%s\" v polju \"%s\" ni dovoljen!", code,
-                          info.displayLabel),
-                   kLevel);
-      valid = false;
-    }
-  }
+  bool valid = isEmpty || (info.kind != "S" && info.kind != "MS") ||
+               ValidateCode(AName, AValue.AsText(), info);
   if (!alive) return valid;
   TplProvider::GetCallBackObject()->DoValidateAttribute(this, valid, AName, AValue);
   if (valid && alive) SetAttrNoError(AName);
   return valid;
+}
+
+// The description is a copy: code lists and error events may come back here.
+bool TplPerObject::ValidateCode(const std::string& AName, const std::string& ACode,
+                                TIValInfoRec AInfo) {
+  constexpr TIErrorLevel kLevel = TIErrorLevel::elError;
+  const auto noSuchCode = [&] {
+    SetAttrError(AName,
+                 Format("Šifra %s šifranta %s v polju %s ne obstaja.", ACode, AInfo.codeList,
+                        AInfo.displayLabel),
+                 kLevel);
+    return false;
+  };
+  if (AInfo.kind == "S") {
+    return Sifranti().Exists(AInfo.codeList, ACode, false) || noSuchCode();
+  }
+  // A code that has left the list is tolerated for as long as it stays what it was.
+  if (!SkupSifranti().Exists(AInfo.codeList, ACode, true, "", false) &&
+      ACode != GetAttrOldValue(AName)) {
+    return noSuchCode();
+  }
+  if (UpperCase(GetValueFromString(SkupSifranti().Params(AInfo.codeList, ACode), ";",
+                                   "NI_VNOSA")) != "TRUE") {
+    return true;
+  }
+  SetAttrError(AName,
+               Format("Vnos izbrane vrednosti \"%s\" v polju \"%s\" ni dovoljen!", ACode,
+                      AInfo.displayLabel),
+               kLevel);
+  return false;
 }
 
 int TplPerObject::SetAttrError(const std::string& AName, const std::string& AMessage,
@@ -152,7 +191,7 @@ std::string TplPerObject::PostErrors(bool& AErrors) const {
 std::string TplPerObject::GetPostExceptionPrefixString() { return RSErrorsInRecord; }
 
 void TplPerObject::PostData() {
-  const std::string active = FProvider->aiActiveFieldName();
+  const std::string& active = FProvider->aiActiveFieldName();
   if (!active.empty() && GetAttrValue(active) == "0") {
     FNotChecked = false;  // nobody corrects what is logically deleted
     return;
@@ -170,7 +209,7 @@ void TplPerObject::PostData() {
   if (!alive) return;
   FNotChecked = false;
   DoPostData();
-  if (alive) CallNotifyAction(this, TIBaseObjectAction::paPostData, nullptr);
+  if (alive) Notify(TIBaseObjectAction::paPostData);
 }
 
 void TplPerObject::PostDataWithCommit() {

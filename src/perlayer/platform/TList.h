@@ -25,6 +25,14 @@ class TList : public TObject {
   // nullptr for a nil entry and for an object that has been destroyed.
   TObject* Items(int index) const { return FItems[Checked(index)].Get(); }
   void Items(int index, TObject* object);
+  // A hint that the object of that entry, if there is one, will be looked at soon.
+  void Prefetch(int index) const {
+    if (static_cast<std::size_t>(index) >= FItems.size()) return;
+    const auto* object =
+        reinterpret_cast<const char*>(FItems[static_cast<std::size_t>(index)].Get());
+    for (int line = 0; object != nullptr && line < 5; ++line)
+      __builtin_prefetch(object + 64 * line);
+  }
   int Add(TObject* object);
   void Insert(int index, TObject* object);
   void Delete(int index);

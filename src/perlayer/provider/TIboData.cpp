@@ -137,20 +137,12 @@ int TIboData::GetAttrIndex(std::string_view sAttr) const {
   return index;
 }
 
-void TIboData::KeepOldValues() {
-  if (FModified) return;
-  FOldValues = FValues;
-  FModified = true;
-}
-
 void TIboData::NeedOldValues() {
   if (FOldValues.Count() == 0) FOldValues = FValues;
 }
 
-void TIboData::CheckIndex(const TValueRow& row, int index) {
-  if (index < 0 || index >= row.Count()) {
-    throw EListError(Format("List index out of bounds (%d)", index));
-  }
+void TIboData::RaiseIndex(int index) {
+  throw EListError(Format("List index out of bounds (%d)", index));
 }
 
 void TIboData::SetAttrValue(std::string_view sAttr, std::string_view sValue) {
@@ -159,8 +151,14 @@ void TIboData::SetAttrValue(std::string_view sAttr, std::string_view sValue) {
 
 void TIboData::SetAttrValueByIndex(int AIndex, std::string_view sValue) {
   CheckIndex(FValues, AIndex);
-  KeepOldValues();
-  FValues.Set(AIndex, sValue);
+  if (FModified) {
+    FValues.Set(AIndex, sValue);
+    return;
+  }
+  TValueRow written = FValues.With(AIndex, sValue);
+  FOldValues = std::move(FValues);
+  FValues = std::move(written);
+  FModified = true;
 }
 
 std::string TIboData::GetAttrValue(std::string_view sAttr) const {
@@ -169,12 +167,6 @@ std::string TIboData::GetAttrValue(std::string_view sAttr) const {
 
 std::string TIboData::GetAttrOldValue(std::string_view sAttr) const {
   return GetAttrOldValueByIndex(GetAttrIndex(sAttr));
-}
-
-std::string_view TIboData::OldValueView(int AIndex) const {
-  const TValueRow& row = FOldValues.Count() == 0 ? FValues : FOldValues;
-  CheckIndex(row, AIndex);
-  return row.At(AIndex);
 }
 
 void TIboData::SetAttrOldValueByIndex(int AIndex, std::string_view sValue) {
@@ -192,15 +184,20 @@ bool TIboData::AttributeModified(std::string_view AAttribute) const {
 }
 
 std::string TIboData::GetInsertStatement() const {
-  const std::string sql = FProvider->GetInsertStatement();
+  const std::string& sql = FProvider->GetInsertStatement();
   if (FDisableOptimizingUpdateQueries) return sql;
   return FProvider->GetOptimizedInsertStatementForBo(sql, FOwner);
 }
 
 std::string TIboData::GetModifyStatement() const {
-  const std::string sql = FProvider->GetModifyStatement();
+  const std::string& sql = FProvider->GetModifyStatement();
   if (FDisableOptimizingUpdateQueries) return sql;
   return FProvider->GetOptimizedModifyStatementForBo(sql, FOwner);
+}
+
+const std::string* TIboData::WholeStatement(bool AInsert) const {
+  if (!FDisableOptimizingUpdateQueries) return nullptr;
+  return AInsert ? &FProvider->GetInsertStatement() : &FProvider->GetModifyStatement();
 }
 
 std::string TIboData::GetDeleteStatement() const {

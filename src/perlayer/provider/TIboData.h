@@ -46,6 +46,8 @@ class TIboData {
   std::string GetInsertStatement() const;
   std::string GetModifyStatement() const;
   std::string GetDeleteStatement() const;
+  // The provider's own text where nothing narrows it, else nullptr.
+  const std::string* WholeStatement(bool AInsert) const;
   std::string ConvertSQLStatement(const std::string& sIn) const { return sIn; }
 
   // The first write after a load or commit keeps the values as they were.
@@ -55,14 +57,18 @@ class TIboData {
   std::string GetAttrValueByIndex(int AIndex) const { return std::string(ValueView(AIndex)); }
   // The same without a copy; lives until the store is written. Raises EListError outside.
   std::string_view ValueView(int AIndex) const {
-    if (AIndex < 0 || AIndex >= FValues.Count()) CheckIndex(FValues, AIndex);
+    CheckIndex(FValues, AIndex);
     return FValues.At(AIndex);
   }
   // With no old values yet, they are the current ones.
   std::string GetAttrOldValue(std::string_view sAttr) const;
   std::string GetAttrOldValueByIndex(int AIndex) const { return std::string(OldValueView(AIndex)); }
   // The same without a copy; lives until the store is written. Raises EListError outside.
-  std::string_view OldValueView(int AIndex) const;
+  std::string_view OldValueView(int AIndex) const {
+    const TValueRow& row = FOldValues.Count() == 0 ? FValues : FOldValues;
+    CheckIndex(row, AIndex);
+    return row.At(AIndex);
+  }
   void SetAttrOldValueByIndex(int AIndex, std::string_view sValue);
   // False while there are no old values.
   bool AttributeModified(std::string_view AAttribute) const;
@@ -71,9 +77,11 @@ class TIboData {
   std::size_t MemoryUsed() const { return FValues.MemoryUsed() + FOldValues.MemoryUsed(); }
 
  private:
-  void KeepOldValues();
   void NeedOldValues();
-  static void CheckIndex(const TValueRow& row, int index);
+  static void CheckIndex(const TValueRow& row, int index) {
+    if (static_cast<unsigned>(index) >= static_cast<unsigned>(row.Count())) RaiseIndex(index);
+  }
+  [[noreturn]] static void RaiseIndex(int index);
 
   TplPerObject* FOwner = nullptr;  // not owned: it holds this store
   TplProvider* FProvider = nullptr;

@@ -38,7 +38,7 @@ std::string TPlClassMetaData::ProviderName() const {
 }
 
 TDataSet* TPlClassMetaData::Data() const {
-  if (auto* data = FData.GetAs<TDataSet>()) return data;
+  if (TObject* data = FData.Get()) return static_cast<TIQuery*>(data);
   throw Exception(Format("No class map defined for provider %s", ProviderName()));
 }
 
@@ -54,25 +54,35 @@ TStringList* TPlClassMetaData::GetAttrNames() {
 
 int TPlClassMetaData::AttrCount() { return Data()->FieldCount(); }
 
-int TPlClassMetaData::GetAttrIndex(std::string_view sName) {
+// Takes in the names that have come since.
+void TPlClassMetaData::IndexNames() {
+  FRecent.Clear();
   const TStringList* names = GetAttrNames();
-  if (FIndexed != names->Count()) {
-    FIndex.clear();
-    for (int i = 0; i < names->Count(); ++i) FIndex.emplace(FoldCase(names->Strings(i)), i);
-    FIndexed = names->Count();
+  for (; FIndexed < names->Count(); ++FIndexed) {
+    const std::string& name = names->Strings(FIndexed);
+    FNames.resize(static_cast<std::size_t>(FIndexed));  // one that was left over by a failure goes
+    FNames.push_back(name);
+    const TFoldedKey key(name);
+    if (TFound* known = FIndex.Find(key); known == nullptr) {
+      FIndex.Insert(key, {FIndexed, false});
+    } else if (known->index < 0) {
+      known->index = FIndexed;
+    }
   }
-  const auto found = FIndex.find(FoldCase(sName));
-  return found == FIndex.end() ? -1 : found->second;
+}
+
+TPlClassMetaData::TFound TPlClassMetaData::FindFolded(std::string_view name) {
+  const TFound* known = FIndex.Find(name);
+  const TFound found = known == nullptr ? TFound{-1, false} : *known;
+  FRecent.Keep(name, found);
+  return found;
 }
 
 bool TPlClassMetaData::HasAttribute(std::string_view AsName) {
   return GetAttrIndex(AsName) >= 0 || IsCalcAttr(AsName);
 }
 
-bool TPlClassMetaData::IsCalcAttr(std::string_view AAttr) {
-  int index;
-  return FCalcAttr.Find(AAttr, index);
-}
+bool TPlClassMetaData::IsCalcAttr(std::string_view AAttr) { return Find(AAttr).calculated; }
 
 void TPlClassMetaData::AddAttribute(std::string_view sName, int, int) {
   GetAttrNames()->Add(sName);
@@ -96,21 +106,46 @@ const TIValInfoRec& TPlClassMetaData::ValInfoOf(int AAttributeIndex) {
 }
 
 const TPlClassMetaData::TDescribed& TPlClassMetaData::Described(int AAttributeIndex) {
-  const TField* field = Data()->Fields(AAttributeIndex);
+  const TDataSet* data = Data();
+  const auto index = static_cast<std::size_t>(AAttributeIndex);
+  if (index < FDescribed.size() && FDescribed[index].made == data->FieldChanges()) {
+    return FDescribed[index];
+  }
+  return Describe(*data, AAttributeIndex);
+}
+
+const TPlClassMetaData::TDescribed& TPlClassMetaData::Describe(const TDataSet& data,
+                                                               int AAttributeIndex) {
+  const TField* field = data.Fields(AAttributeIndex);
   const auto index = static_cast<std::size_t>(AAttributeIndex);
   if (FDescribed.size() <= index) FDescribed.resize(index + 1);
   TDescribed& described = FDescribed[index];
+  described.made = 0;
+  described.info = ValidString2ValidInfo(field->ValidString());
+  const bool isCode = described.info.kind == "S" || described.info.kind == "MS";
+  described.check = isCode                    ? TCheck::codeList
+                    : described.info.required ? TCheck::required
+                                              : TCheck::none;
   TplAttrProperties& properties = described.properties;
-  if (properties.iType != field->DataType() || properties.iSize != field->Size() ||
-      properties.sValidInfo != field->ValidString()) {
-    described.info = ValidString2ValidInfo(field->ValidString());
-    properties.sDispLabel = described.info.displayLabel;
-    properties.sSifrant = described.info.codeList;
-    properties.iSize = field->Size();
-    properties.sValidInfo = field->ValidString();
-    properties.iType = field->DataType();  // last: it marks the description as made
-  }
+  properties.sDispLabel = described.info.displayLabel;
+  properties.sSifrant = described.info.codeList;
+  properties.iSize = field->Size();
+  properties.sValidInfo = field->ValidString();
+  properties.iType = field->DataType();
+  described.made = data.FieldChanges();
   return described;
+}
+
+const std::vector<int>& TPlClassMetaData::CheckedAttributes() {
+  const TDataSet* data = Data();
+  if (FCheckedMade == data->FieldChanges()) return FChecked;
+  FCheckedMade = 0;
+  FChecked.clear();
+  for (int i = 0; i < data->FieldCount(); ++i) {
+    if (CheckOf(i) != TCheck::none) FChecked.push_back(i);
+  }
+  FCheckedMade = data->FieldChanges();
+  return FChecked;
 }
 
 TplAttrProperties TPlClassMetaData::GetCalcAttrProperties(std::string_view sName) {
@@ -125,7 +160,15 @@ void TPlClassMetaData::AddCalcAttribute(std::string_view sName, std::string_view
                                         TFieldType AiType, int AiSize, std::string_view AsSifrant) {
   int index;
   if (!FCalcAttr.Find(sName, index)) {
+    const TFoldedKey key(sName);
+    TFound* known = FIndex.Find(key);
+    if (known == nullptr) {
+      FIndex.Insert(key, {-1, false});
+      known = FIndex.Find(key);
+    }
     index = FCalcAttr.Add(sName, std::make_unique<TplAttrProperties>());
+    known->calculated = true;
+    FRecent.Clear();
   }
   TplAttrProperties& properties = *FCalcAttr.PayloadAt(index);
   properties.sDispLabel = AsDispLabel;

@@ -5,15 +5,17 @@
 //
 // Held by its provider. Main thread only.
 
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "perlayer/corekit/TIValidInfo.h"
 #include "perlayer/foundation/TPlBaseObject.h"
+#include "perlayer/platform/TKeyHash.h"
 #include "perlayer/platform/TStringList.h"
+#include "perlayer/provider/TNameCache.h"
 #include "perlayer/provider/TplAttrProperties.h"
 
 namespace perlayer {
@@ -33,7 +35,17 @@ class TPlClassMetaData : public TPlBaseObject {
   // Names of the real attributes. The list is this object's.
   TStringList* GetAttrNames();
   int AttrCount();
-  int GetAttrIndex(std::string_view sName);  // any case; -1 when it is no real attribute
+  // Any case; -1 when it is no real attribute.
+  int GetAttrIndex(std::string_view sName) { return Find(sName).index; }
+  // The name of a real attribute; it stays where it is for as long as this object lives. Raises
+  // EListError outside.
+  const std::string& NameOf(int AAttributeIndex) {
+    TakeInNames();
+    if (static_cast<unsigned>(AAttributeIndex) < static_cast<unsigned>(FIndexed)) {
+      return FNames[static_cast<std::size_t>(AAttributeIndex)];
+    }
+    return GetAttrNames()->Strings(AAttributeIndex);  // raises
+  }
   bool HasAttribute(std::string_view AsName);
   virtual bool IsCalcAttr(std::string_view AAttr);
 
@@ -45,6 +57,13 @@ class TPlClassMetaData : public TPlBaseObject {
   // The same without a copy, and what its validation string says; both live until the next call.
   const TplAttrProperties& AttrPropertiesOf(int AAttributeIndex);
   const TIValInfoRec& ValInfoOf(int AAttributeIndex);
+  // Whether the attribute's own description lets every value pass, or every one but the empty one.
+  enum class TCheck : std::uint8_t { none, required, codeList };
+  TCheck CheckOf(int AAttributeIndex) { return Described(AAttributeIndex).check; }
+  // The attributes that have one, in their order; lives until the next call.
+  const std::vector<int>& CheckedAttributes();
+  // The data set whose fields describe the attributes.
+  const TDataSet* Fields() const { return Data(); }
   TplAttrProperties GetCalcAttrProperties(std::string_view sName);
   // A name that is there already gets the new description.
   void AddCalcAttribute(std::string_view sName, std::string_view AsDispLabel, TFieldType AiType,
@@ -61,8 +80,11 @@ class TPlClassMetaData : public TPlBaseObject {
   struct TDescribed {
     TplAttrProperties properties;
     TIValInfoRec info;
+    TCheck check = TCheck::none;
+    std::uint32_t made = 0;  // the number of the fields' changes then
   };
   const TDescribed& Described(int AAttributeIndex);
+  const TDescribed& Describe(const TDataSet& data, int AAttributeIndex);
 
   std::string ProviderName() const;  // "[Unknown]" when the provider has gone
 
@@ -70,10 +92,28 @@ class TPlClassMetaData : public TPlBaseObject {
   TStringList* FAttrNames = nullptr;  // owned; made on first use
   TCalcAttributes FCalcAttr;          // sorted
   TObjectHandle FData;                // the class map's query
-  // Folded name to index; made anew when names have come since.
-  std::unordered_map<std::string, int> FIndex;
-  int FIndexed = -1;
-  std::vector<TDescribed> FDescribed;  // by attribute; made again when its field says otherwise
+  struct TFound {
+    int index;        // -1: no real attribute
+    bool calculated;  // a name may be both
+  };
+  void IndexNames();
+  void TakeInNames() {
+    if (FAttrNames == nullptr || FIndexed != FAttrNames->Count()) IndexNames();
+  }
+  TFound Find(std::string_view name) {
+    TakeInNames();
+    const TFound* recent = FRecent.Find(name);
+    return recent != nullptr ? *recent : FindFolded(name);
+  }
+  TFound FindFolded(std::string_view name);
+
+  TKeyHash<TFound> FIndex;
+  std::deque<std::string> FNames;  // those that FIndex knows, by index
+  int FIndexed = 0;                // their number
+  TNameCache<TFound> FRecent;
+  std::vector<TDescribed> FDescribed;  // by attribute; made again when fields have changed
+  std::vector<int> FChecked;
+  std::uint32_t FCheckedMade = 0;  // the number of the fields' changes then
 };
 
 }  // namespace perlayer

@@ -1,7 +1,9 @@
 #include "perlayer/provider/TValueRow.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <stdexcept>
 
@@ -10,19 +12,25 @@
 namespace perlayer {
 
 namespace {
-constexpr std::size_t kWord = sizeof(std::uint32_t);
 
-std::size_t Words(std::size_t count, std::size_t bytes) {
-  return 1 + count + (bytes + kWord - 1) / kWord;
-}
+constexpr std::size_t kWord = sizeof(std::uint32_t);
+// A written row is written again before long, and values grow by little.
+constexpr std::size_t kSpareBytes = 32;
+
+constexpr std::size_t kSpareBytesPerValue = 16;  // of a row that begins empty
+
+std::size_t RoomFor(std::size_t bytes) { return bytes + bytes / 4 + kSpareBytes; }
+
 }  // namespace
 
-std::unique_ptr<std::uint32_t[]> TValueRow::NewBlock(std::size_t count, std::size_t bytes) {
-  if (bytes > std::numeric_limits<std::uint32_t>::max()) {
+std::unique_ptr<std::uint32_t[]> TValueRow::NewBlock(std::size_t count, std::size_t room) {
+  if (room > std::numeric_limits<std::uint32_t>::max()) {
     throw std::length_error("A row of values is larger than 4 GB");
   }
-  auto block = std::make_unique_for_overwrite<std::uint32_t[]>(Words(count, bytes));
+  auto block =
+      std::make_unique_for_overwrite<std::uint32_t[]>(kHead + count + (room + kWord - 1) / kWord);
   block[0] = static_cast<std::uint32_t>(count);
+  block[1] = static_cast<std::uint32_t>(room);
   return block;
 }
 
@@ -34,47 +42,82 @@ TValueRow& TValueRow::operator=(const TValueRow& other) {
     FBlock.reset();
     return *this;
   }
-  auto block = NewBlock(other.FBlock[0], other.ByteCount());
-  std::memcpy(block.get(), other.FBlock.get(), (1 + other.FBlock[0]) * kWord + other.ByteCount());
+  const std::size_t count = other.FBlock[0];
+  const std::size_t bytes = other.ByteCount();
+  auto block = NewBlock(count, bytes);
+  std::memcpy(block.get() + kHead, other.FBlock.get() + kHead, count * kWord + bytes);
   FBlock = std::move(block);
   return *this;
 }
 
-void TValueRow::Set(int index, std::string_view value) {
+// So many bytes of values would leave too much of the block unused.
+bool TValueRow::IsRoomy(std::size_t bytes) const {
+  return FBlock[1] > 2 * RoomFor(bytes) + kSpareBytesPerValue * FBlock[0];
+}
+
+bool TValueRow::Holds(std::string_view text) const {
+  const std::less_equal<const char*> notBehind;
+  return notBehind(Bytes(), text.data()) && notBehind(text.data(), Bytes() + ByteCount());
+}
+
+TValueRow TValueRow::With(int index, std::string_view value) const {
   const std::string_view old = At(index);
-  const std::size_t offset = static_cast<std::size_t>(old.data() - Bytes());
-  if (old.size() == value.size()) {
-    std::memmove(Bytes() + offset, value.data(), value.size());
-    return;
-  }
   const std::size_t count = FBlock[0];
   const std::size_t total = ByteCount();
-  const std::size_t behind = total - offset - old.size();
-  auto block = NewBlock(count, total - old.size() + value.size());
-  char* bytes = reinterpret_cast<char*>(block.get() + 1 + count);
+  const auto offset = static_cast<std::size_t>(old.data() - Bytes());
+  TValueRow row;
+  const std::size_t newTotal = total - old.size() + value.size();
+  const std::size_t room = RoomFor(newTotal);
+  row.FBlock = NewBlock(count, IsRoomy(newTotal) ? room : std::max<std::size_t>(room, FBlock[1]));
+  char* const bytes = row.Bytes();
   std::memcpy(bytes, Bytes(), offset);
-  std::memcpy(bytes + offset, value.data(), value.size());
-  std::memcpy(bytes + offset + value.size(), old.data() + old.size(), behind);
+  value.copy(bytes + offset, value.size());
+  std::memcpy(bytes + offset + value.size(), old.data() + old.size(), total - offset - old.size());
   const auto shift = static_cast<std::uint32_t>(value.size() - old.size());  // wraps when shrinking
-  for (std::size_t i = 1; i <= count; ++i) {
-    block[i] = FBlock[i] + (i > static_cast<std::size_t>(index) ? shift : 0);
+  const std::uint32_t* const ends = FBlock.get() + kHead;
+  std::uint32_t* const newEnds = row.FBlock.get() + kHead;
+  const auto at = static_cast<std::size_t>(index);
+  for (std::size_t i = 0; i < at; ++i) newEnds[i] = ends[i];
+  for (std::size_t i = at; i < count; ++i) newEnds[i] = ends[i] + shift;
+  return row;
+}
+
+void TValueRow::Set(int index, std::string_view value) {
+  const std::string_view old = At(index);
+  const std::size_t count = FBlock[0];
+  const std::size_t total = ByteCount();
+  const std::size_t newTotal = total - old.size() + value.size();
+  if (newTotal > FBlock[1] || IsRoomy(newTotal) || Holds(value)) {
+    *this = With(index, value);
+    return;
   }
-  FBlock = std::move(block);
+  const auto offset = static_cast<std::size_t>(old.data() - Bytes());
+  char* const place = Bytes() + offset;
+  if (value.size() != old.size()) {
+    std::memmove(place + value.size(), place + old.size(), total - offset - old.size());
+    const auto shift = static_cast<std::uint32_t>(value.size() - old.size());
+    std::uint32_t* const ends = FBlock.get() + kHead;
+    for (std::size_t i = static_cast<std::size_t>(index); i < count; ++i) ends[i] += shift;
+  }
+  value.copy(place, value.size());
 }
 
 void TValueRow::AppendEmpty(int count) {
   const auto old = static_cast<std::size_t>(Count());
   const std::size_t bytes = FBlock == nullptr ? 0 : ByteCount();
-  auto block = NewBlock(old + static_cast<std::size_t>(count), bytes);
-  for (std::size_t i = 1; i < block[0] + std::size_t{1}; ++i) {
-    block[i] = i <= old ? FBlock[i] : static_cast<std::uint32_t>(bytes);
+  const std::size_t total = old + static_cast<std::size_t>(count);
+  TValueRow row;
+  row.FBlock = NewBlock(total, bytes + kSpareBytesPerValue * static_cast<std::size_t>(count));
+  std::uint32_t* const ends = row.FBlock.get() + kHead;
+  for (std::size_t i = 0; i < total; ++i) {
+    ends[i] = i < old ? FBlock[kHead + i] : static_cast<std::uint32_t>(bytes);
   }
-  if (bytes > 0) std::memcpy(block.get() + 1 + block[0], Bytes(), bytes);
-  FBlock = std::move(block);
+  if (bytes > 0) std::memcpy(row.Bytes(), Bytes(), bytes);
+  *this = std::move(row);
 }
 
 std::size_t TValueRow::MemoryUsed() const {
-  return FBlock == nullptr ? 0 : Words(FBlock[0], ByteCount()) * kWord;
+  return FBlock == nullptr ? 0 : (kHead + FBlock[0] + (FBlock[1] + kWord - 1) / kWord) * kWord;
 }
 
 void TRowWriter::EndValue() {
@@ -117,7 +160,7 @@ TValueRow TRowWriter::Finish(int count) {
   TValueRow row;
   row.FBlock = TValueRow::NewBlock(static_cast<std::size_t>(count), FSize);
   for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
-    row.FBlock[i + 1] = i < FEnds ? ends[i] : static_cast<std::uint32_t>(FSize);
+    row.FBlock[TValueRow::kHead + i] = i < FEnds ? ends[i] : static_cast<std::uint32_t>(FSize);
   }
   if (FSize > 0) std::memcpy(row.Bytes(), FData, FSize);
   return row;

@@ -20,15 +20,18 @@ class TValueRow {
   TValueRow(TValueRow&&) noexcept = default;
   TValueRow& operator=(TValueRow&&) noexcept = default;
 
-  int Count() const { return FBlock == nullptr ? 0 : static_cast<int>(Header()[0]); }
+  int Count() const { return FBlock == nullptr ? 0 : static_cast<int>(FBlock[0]); }
   // A view that lives until the row is written. REQUIRES: 0 <= index < Count().
   std::string_view At(int index) const {
-    const std::uint32_t* header = Header();
-    const std::uint32_t begin = index == 0 ? 0 : header[index];
-    return {Bytes() + begin, header[index + 1] - begin};
+    const std::uint32_t* ends = FBlock.get() + kHead;
+    const std::uint32_t begin = index == 0 ? 0 : ends[index - 1];
+    return {Bytes() + begin, ends[index] - begin};
   }
-  // `value` may be a view into this row.
+  // `value` may be a view into this row. A row that is written takes some room for further values.
   void Set(int index, std::string_view value);
+  // This row with another value. REQUIRES: 0 <= index < Count()
+  TValueRow With(int index, std::string_view value) const;
+  // Room for short values comes along.
   void AppendEmpty(int count);
   void Reset() { FBlock.reset(); }
   // Bytes of memory taken, beside the row itself.
@@ -36,12 +39,17 @@ class TValueRow {
 
  private:
   friend class TRowWriter;
-  // The block: the count, the end of each value, then the bytes of all values.
-  const std::uint32_t* Header() const { return FBlock.get(); }
-  const char* Bytes() const { return reinterpret_cast<const char*>(FBlock.get() + 1 + FBlock[0]); }
+  // The block: the count, the bytes that it has room for, the end of each value, then the bytes of
+  // all values.
+  static constexpr std::size_t kHead = 2;
+  const char* Bytes() const {
+    return reinterpret_cast<const char*>(FBlock.get() + kHead + FBlock[0]);
+  }
   char* Bytes() { return const_cast<char*>(static_cast<const TValueRow*>(this)->Bytes()); }
-  std::size_t ByteCount() const { return FBlock[0] == 0 ? 0 : FBlock[FBlock[0]]; }
-  static std::unique_ptr<std::uint32_t[]> NewBlock(std::size_t count, std::size_t bytes);
+  std::size_t ByteCount() const { return FBlock[0] == 0 ? 0 : FBlock[kHead + FBlock[0] - 1]; }
+  bool IsRoomy(std::size_t bytes) const;
+  bool Holds(std::string_view text) const;
+  static std::unique_ptr<std::uint32_t[]> NewBlock(std::size_t count, std::size_t room);
 
   std::unique_ptr<std::uint32_t[]> FBlock;
 };

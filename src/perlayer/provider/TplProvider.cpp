@@ -87,7 +87,16 @@ TcmpClassMap* TplProvider::aiClassMap() const {
   throw Exception(Format("No class map defined for provider %s", ClassName()));
 }
 
-TIQuery* TplProvider::ClassMapQuery() { return aiClassMap()->GetQuery(FQueryName); }
+TIQuery* TplProvider::ClassMapQuery() {
+  TcmpClassMap* map = aiClassMap();
+  auto* query = static_cast<TIQuery*>(FClassMapQuery.Get());
+  if (query == nullptr || query->Owner() != map || query->Name() != FQueryName ||
+      query->Statement()->HasCommentLine()) {
+    query = map->GetQuery(FQueryName);
+    FClassMapQuery = query;
+  }
+  return query;
+}
 
 TPlClassMetaData* TplProvider::GetMetaData() {
   if (FMetaData == nullptr) FMetaData = New<TPlClassMetaData>(this, this);
@@ -103,6 +112,18 @@ std::string TplProvider::GetIDAttrName() {
     FIdAttrName = query->Fields(0)->FieldName();
   }
   return FIdAttrName;
+}
+
+bool TplProvider::IsIDAttr(std::string_view AName) {
+  std::string asked;
+  if ((ClassType().Facts() & kPlainID) == 0 || FIdAttrName.empty()) asked = GetIDAttrName();
+  const std::string& id = asked.empty() ? FIdAttrName : asked;
+  if (AName == id) return true;
+  // Most names differ in their first letter already.
+  const auto letter = [](std::string_view text) { return text.empty() ? 0 : text[0] | 0x20; };
+  const int a = letter(AName);
+  const int b = letter(id);
+  return (a == b || (a | b) < 0) && SameText(AName, id);
 }
 
 std::string TplProvider::GetCaption() { return ClassMapQuery()->Caption(); }
@@ -243,6 +264,44 @@ const TRowBinding& TplProvider::BindRow(const std::shared_ptr<const TColumnLayou
   binding.layout = layout;
   FRowBinding = std::move(binding);
   return FRowBinding;
+}
+
+namespace {
+// The class's statements for one table or one set of changed attributes.
+constexpr std::size_t kParamBindings = 8;
+constexpr std::string_view kOldValue = "OLD_";
+}  // namespace
+
+std::shared_ptr<const TParamBinding> TplProvider::BindParams(const TStatementTextPtr& statement) {
+  TPlClassMetaData* metaData = GetMetaData();
+  const int attributes = metaData->GetAttrNames()->Count();
+  if (!FParamBindings.empty() && FParamBindings.front()->statement == statement &&
+      FParamBindings.front()->attributes == attributes) {
+    return FParamBindings.front();
+  }
+  const auto known = std::find_if(
+      FParamBindings.begin(), FParamBindings.end(),
+      [&](const std::shared_ptr<const TParamBinding>& b) { return b->statement == statement; });
+  if (known != FParamBindings.end()) {
+    std::rotate(FParamBindings.begin(), known, known + 1);
+    if (FParamBindings.front()->attributes == attributes) return FParamBindings.front();
+    FParamBindings.erase(FParamBindings.begin());
+  }
+  auto binding = std::make_shared<TParamBinding>();
+  binding->statement = statement;
+  binding->attributes = attributes;
+  for (std::string_view name : statement->Parameters()) {
+    const bool isOld = AsciiUpperCase(name.substr(0, kOldValue.size())) == kOldValue;
+    if (isOld) name.remove_prefix(kOldValue.size());
+    const int index = metaData->GetAttrIndex(name);
+    const TField* field = metaData->GetFieldByIndex(index);
+    binding->isPlain = binding->isPlain && !isOld && index >= 0;
+    binding->params.push_back(
+        {index, isOld, field == nullptr ? TFieldType::ftUnknown : field->DataType()});
+  }
+  if (FParamBindings.size() == kParamBindings) FParamBindings.pop_back();
+  FParamBindings.insert(FParamBindings.begin(), binding);
+  return binding;
 }
 
 // The text of one field of the current row, without making fields where the row has cells.

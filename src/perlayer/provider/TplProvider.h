@@ -15,6 +15,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "perlayer/corekit/TStatementText.h"
@@ -35,6 +36,7 @@ class TcmpClassMap;
 class TplPerObject;
 class TplProviderList;
 struct TColumnLayout;
+enum class TFieldType : std::uint8_t;
 
 enum class TIObjectExistsInDatabaseResult : std::uint8_t { edNotExists, edExists, edDeleted };
 
@@ -53,6 +55,22 @@ struct TRowBinding {
   };
   std::shared_ptr<const TColumnLayout> layout;
   std::vector<TColumn> columns;  // by attribute
+};
+
+// What a parameter of a statement stands for in a class: the value of an attribute or, named
+// ":OLD_X", the one from before the edit.
+struct TParamMeaning {
+  int index;  // of the attribute; -1: it is none
+  bool isOld;
+  TFieldType type;
+};
+
+// The same of all parameters of one statement.
+struct TParamBinding {
+  TStatementTextPtr statement;
+  int attributes = 0;   // how many the class had then
+  bool isPlain = true;  // each stands for the value of an attribute
+  std::vector<TParamMeaning> params;
 };
 
 class TplProvider : public TplAuthorizedObject {
@@ -148,6 +166,9 @@ class TplProvider : public TplAuthorizedObject {
 
   // --- what an application calls ---
 
+  // Whether the ID attribute has that name, in any case.
+  bool IsIDAttr(std::string_view AName);
+
   // As FetchObject with the condition sAttrName='sAttrValue'. The value is not escaped.
   TplPerObject* GetObjectFor(TObject* ARetainer, const std::string& sAttrName,
                              const std::string& sAttrValue, bool bIncludeSubclasses);
@@ -178,9 +199,9 @@ class TplProvider : public TplAuthorizedObject {
   // class map: one statement, or for several tables a block of one for each. Inserts and updates go
   // by the order of the map, deletes the other way round. Raise "No UpdateSQL for %s".
   void GetSQLStatements();
-  std::string GetInsertStatement();
-  std::string GetModifyStatement();
-  std::string GetDeleteStatement();
+  const std::string& GetInsertStatement();
+  const std::string& GetModifyStatement();
+  const std::string& GetDeleteStatement();
   // The text of the class's query, whole and without the line below its last WHERE.
   std::string GetSelectStatement();
   std::string GetSelectStatementWithoutParameters();
@@ -226,6 +247,9 @@ class TplProvider : public TplAuthorizedObject {
   // Where the attributes stand in rows of that layout; worked out once per layout. Raises when an
   // attribute has no column.
   const TRowBinding& BindRow(const std::shared_ptr<const TColumnLayout>& layout);
+  // What the parameters of that statement stand for; worked out once for each of the statements
+  // that were used last.
+  std::shared_ptr<const TParamBinding> BindParams(const TStatementTextPtr& statement);
 
   // The provider registry and the application's hooks for all providers.
   static TplProviderList* GetProviderList();
@@ -235,7 +259,7 @@ class TplProvider : public TplAuthorizedObject {
   static void SetGreenMode(bool AGreenMode);
 
   TPlClassMetaData* aiMetaData() { return GetMetaData(); }
-  std::string aiActiveFieldName() const { return FActiveFieldName; }
+  const std::string& aiActiveFieldName() const { return FActiveFieldName; }
   void aiActiveFieldName(const std::string& name) { SetActiveFieldName(name); }
   std::string aiTableName() { return GetTableName(); }
   void aiTableName(const std::string& name) { SetTableName(name); }
@@ -305,12 +329,31 @@ class TplProvider : public TplAuthorizedObject {
   bool FIncludeDeactivated = false;
 
  private:
+  friend class TClass;
+  // What class T leaves as it is here.
+  enum TTrait : std::uint32_t { kPlainID = 1 };
+  template <class T>
+  static constexpr std::uint32_t ClassFacts() {
+    if constexpr (requires {
+                    requires std::is_same_v<decltype(&T::GetIDAttrName),
+                                            decltype(&TplProvider::GetIDAttrName)>;
+                  }) {
+      return kPlainID;
+    } else {
+      return 0;
+    }
+  }
   void AppendActiveCondition(TIQuery* query);
   TOwned<TList> UpdateSQLList();  // not empty
   std::string QualifiedTableName();
-  template <class TNarrow>
-  std::string Narrowed(const std::string& ASQL, TplPerObject* AplPerObject,
-                       TIProviderOptimization optimization, TNarrow narrow);
+  struct TCutStatement;
+  struct TCutText;
+  TCutStatement CutInsert(const std::string& ASQL);
+  TCutStatement CutModify(const std::string& ASQL);
+  std::shared_ptr<const TCutText> Cut(TIProviderOptimization kind, const std::string& ASQL);
+  std::string NarrowStatement(const TCutStatement& cut, TplPerObject* AplPerObject);
+  std::string Narrowed(TIProviderOptimization kind, const std::string& ASQL,
+                       TplPerObject* AplPerObject);
   std::string RowText(TDataSet* ds, const std::string& field);
   struct TFetch {
     TObject* retainer;
@@ -320,7 +363,10 @@ class TplProvider : public TplAuthorizedObject {
   void CheckOneRow(TIQuery* query, TplPerObject* object, const TFetch& fetch);
   TPlBoList* FillList(TPlBoList* list, const TFetch& fetch, const std::string& order);
 
-  TRowBinding FRowBinding;  // of the layout that came last
+  std::vector<std::shared_ptr<const TCutText>> FCutTexts;            // the last used first
+  TObjectHandle FClassMapQuery;                                      // as it was found last
+  TRowBinding FRowBinding;                                           // of the layout that came last
+  std::vector<std::shared_ptr<const TParamBinding>> FParamBindings;  // the last used first
   // The statement that the active condition was last appended to, and what came of it.
   TStatementTextPtr FActiveFrom;
   TStatementTextPtr FActiveTo;

@@ -62,6 +62,7 @@ class TIProviderCallBacks {
       FOnPerObjectValidateAttribute(APerObject, AResult, AAttribute, AValue);
     }
   }
+  bool ValidatesAttributes() const { return static_cast<bool>(FOnPerObjectValidateAttribute); }
   void DoSaveData(TplPerObject* APerObject) {
     if (FOnPerObjectDoSaveData) FOnPerObjectDoSaveData(APerObject);
   }

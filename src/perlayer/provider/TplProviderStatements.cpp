@@ -1,6 +1,7 @@
 // The statements of TplProvider that write rows, and large objects. Their texts are cut by the
 // places of key words, as class maps promise to write them; nothing parses SQL.
 
+#include <algorithm>
 #include <array>
 #include <utility>
 #include <vector>
@@ -76,22 +77,26 @@ void TplProvider::GetSQLStatements() {
     }
     for (std::string* statement : {&insertSql, &modifySql, &deleteSql}) *statement += "end ;\r\n";
   }
-  fInsertStatement = std::move(insertSql);
-  fModifyStatement = std::move(modifySql);
-  fDeleteStatement = std::move(deleteSql);
+  // A text that has not changed stays where it is: it may be about to run.
+  const auto keep = [](std::string& statement, std::string& sql) {
+    if (statement != sql) statement = std::move(sql);
+  };
+  keep(fInsertStatement, insertSql);
+  keep(fModifyStatement, modifySql);
+  keep(fDeleteStatement, deleteSql);
 }
 
-std::string TplProvider::GetInsertStatement() {
+const std::string& TplProvider::GetInsertStatement() {
   if (fInsertStatement.empty()) GetSQLStatements();
   return fInsertStatement;
 }
 
-std::string TplProvider::GetModifyStatement() {
+const std::string& TplProvider::GetModifyStatement() {
   if (fModifyStatement.empty()) GetSQLStatements();
   return fModifyStatement;
 }
 
-std::string TplProvider::GetDeleteStatement() {
+const std::string& TplProvider::GetDeleteStatement() {
   if (fDeleteStatement.empty()) GetSQLStatements();
   return fDeleteStatement;
 }
@@ -153,22 +158,146 @@ void TplProvider::GetSQLStatementsList(const std::string& ACombinedSQLStatement,
   if (ASQLList.Count() > 0) ASQLList.Delete(ASQLList.Count() - 1);
 }
 
-template <class TNarrow>
-std::string TplProvider::Narrowed(const std::string& ASQL, TplPerObject* AplPerObject,
-                                  TIProviderOptimization optimization, TNarrow narrow) {
-  if (!GetOptimizationSet().has(optimization) || !AllowedToOptimizeQuery(ASQL) ||
-      AplPerObject->data.DisableOptimizingUpdateQueries()) {
+// A statement cut at the places where it is narrowed: `head`, the items that stay, `middle`, the
+// values of those, `tail`. Depends on nothing but the text.
+struct TplProvider::TCutStatement {
+  struct TItem {
+    std::string name;  // of the attribute
+    std::string text;
+    std::string value;  // of an INSERT
+  };
+  std::string text;
+  bool isCut = false;  // false: it stays as it is
+  std::string head;
+  std::vector<TItem> items;
+  std::size_t values = 0;
+  std::string middle;
+  std::string tail;
+};
+
+struct TplProvider::TCutText {
+  TIProviderOptimization kind;
+  std::string text;
+  bool isFixed = false;  // it returns values
+  bool isBlock = false;
+  std::vector<TCutStatement> statements;
+};
+
+TplProvider::TCutStatement TplProvider::CutInsert(const std::string& ASQL) {
+  TCutStatement cut;
+  cut.text = ASQL;
+  if (!AllowedToOptimizeQuery(ASQL)) return cut;
+  const auto parts = InsertParts(ASQL);
+  const std::vector<std::string> columns = SplitText(parts[1], ",");
+  const std::vector<std::string> values = SplitText(parts[3], ",");
+  cut.isCut = true;
+  cut.head = parts[0];
+  cut.middle = parts[2];
+  cut.tail = parts[4];
+  cut.values = values.size();
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    cut.items.push_back(
+        {std::string(Trim(columns[i])), columns[i], i < values.size() ? values[i] : std::string()});
+  }
+  return cut;
+}
+
+TplProvider::TCutStatement TplProvider::CutModify(const std::string& ASQL) {
+  TCutStatement cut;
+  cut.text = ASQL;
+  if (!AllowedToOptimizeQuery(ASQL)) return cut;
+  const std::string upper = AsciiUpperCase(ASQL);
+  const std::size_t set = upper.find("SET");
+  if (set == std::string::npos) return cut;
+  const std::size_t begin = set + 3;
+  const std::size_t where = upper.find("WHERE", begin);
+  if (where == std::string::npos) return cut;
+  cut.isCut = true;
+  cut.head = ASQL.substr(0, begin) + " ";
+  cut.tail = " " + ASQL.substr(where);
+  for (std::string& assignment : SplitText(ASQL.substr(begin, where - begin), ",")) {
+    std::string name(Trim(std::string_view(assignment).substr(0, assignment.find('='))));
+    cut.items.push_back({std::move(name), std::move(assignment), {}});
+  }
+  cut.values = cut.items.size();
+  return cut;
+}
+
+// The cuts of the texts that were used last are kept: those of a class, and not the many of one
+// whose every row has a text of its own.
+std::shared_ptr<const TplProvider::TCutText> TplProvider::Cut(TIProviderOptimization kind,
+                                                              const std::string& ASQL) {
+  constexpr std::size_t kKept = 8;
+  const auto known = std::find_if(FCutTexts.begin(), FCutTexts.end(), [&](const auto& kept) {
+    return kept->kind == kind && kept->text == ASQL;
+  });
+  if (known != FCutTexts.end()) {
+    std::rotate(FCutTexts.begin(), known, known + 1);
+    return FCutTexts.front();
+  }
+  auto cut = std::make_shared<TCutText>();
+  cut->kind = kind;
+  cut->text = ASQL;
+  cut->isFixed = !AllowedToOptimizeQuery(ASQL);
+  cut->isBlock = AsciiUpperCase(ASQL.substr(0, kBegin.size())) == kBegin;
+  const auto add = [&](const std::string& sql) {
+    cut->statements.push_back(kind == TIProviderOptimization::poSQLInsert ? CutInsert(sql)
+                                                                          : CutModify(sql));
+  };
+  if (cut->isBlock) {
+    const TOwned<TStringList> list = Make<TStringList>();
+    GetSQLStatementsList(ASQL, *list);
+    for (int i = 0; i < list->Count(); ++i) add(list->Strings(i));
+  } else {
+    add(ASQL);
+  }
+  if (FCutTexts.size() == kKept) FCutTexts.pop_back();
+  FCutTexts.insert(FCutTexts.begin(), cut);
+  return cut;
+}
+
+std::string TplProvider::NarrowStatement(const TCutStatement& cut, TplPerObject* AplPerObject) {
+  if (!cut.isCut) return cut.text;
+  if (cut.values != cut.items.size()) {
+    throw Exception(Format("%s: the INSERT statement has %d columns and %d values", ClassName(),
+                           static_cast<int>(cut.items.size()), static_cast<int>(cut.values)));
+  }
+  std::string result;
+  std::string values;
+  bool isChanged = false;
+  const auto join = [&](std::string& list, const std::string& text) {
+    if (isChanged) list += ", ";
+    list += text;
+  };
+  result.reserve(cut.text.size() + 2);
+  result = cut.head;
+  for (const TCutStatement::TItem& item : cut.items) {
+    if (!AplPerObject->data.AttributeModified(item.name)) continue;
+    join(result, item.text);
+    join(values, item.value);
+    isChanged = true;
+  }
+  if (!isChanged) return "";
+  result += cut.middle;
+  if (!cut.middle.empty()) result += values;
+  result += cut.tail;
+  return result;
+}
+
+std::string TplProvider::Narrowed(TIProviderOptimization kind, const std::string& ASQL,
+                                  TplPerObject* AplPerObject) {
+  if (!GetOptimizationSet().has(kind) || AplPerObject->data.DisableOptimizingUpdateQueries()) {
     return ASQL;
   }
-  if (AsciiUpperCase(ASQL.substr(0, kBegin.size())) != kBegin) {
-    const std::string narrowed = narrow(ASQL);
+  const auto cut = Cut(kind, ASQL);
+  if (cut->isFixed) return ASQL;
+  if (!cut->isBlock) {
+    std::string narrowed = NarrowStatement(cut->statements.front(), AplPerObject);
     return narrowed.empty() ? ASQL : narrowed;
   }
-  const TOwned<TStringList> list = Make<TStringList>();
-  GetSQLStatementsList(ASQL, *list);
   std::vector<std::string> statements;
-  for (int i = 0; i < list->Count(); ++i) {
-    std::string narrowed = narrow(list->Strings(i));
+  for (const TCutStatement& statement : cut->statements) {
+    std::string narrowed = NarrowStatement(statement, AplPerObject);
     if (!narrowed.empty()) statements.push_back(std::move(narrowed));
   }
   return statements.empty() ? ASQL : "begin " + JoinText(statements, "; ") + " ; end ;";
@@ -176,63 +305,24 @@ std::string TplProvider::Narrowed(const std::string& ASQL, TplPerObject* AplPerO
 
 std::string TplProvider::GetOptimizedInsertStatementForBo(const std::string& ASQL,
                                                           TplPerObject* AplPerObject) {
-  return Narrowed(
-      ASQL, AplPerObject, TIProviderOptimization::poSQLInsert,
-      [&](const std::string& sql) { return OptimizeInsertStatement(AplPerObject, sql); });
+  return Narrowed(TIProviderOptimization::poSQLInsert, ASQL, AplPerObject);
 }
 
 std::string TplProvider::GetOptimizedModifyStatementForBo(const std::string& ASQL,
                                                           TplPerObject* AplPerObject) {
-  return Narrowed(
-      ASQL, AplPerObject, TIProviderOptimization::poSQLModify,
-      [&](const std::string& sql) { return OptimizeModifyStatement(AplPerObject, sql); });
+  return Narrowed(TIProviderOptimization::poSQLModify, ASQL, AplPerObject);
 }
 
 std::string TplProvider::OptimizeInsertStatement(TplPerObject* AplPerObject,
                                                  const std::string& ASQL) {
-  if (!GetOptimizationSet().has(TIProviderOptimization::poSQLInsert) ||
-      !AllowedToOptimizeQuery(ASQL)) {
-    return ASQL;
-  }
-  const auto parts = InsertParts(ASQL);
-  const std::vector<std::string> columns = SplitText(parts[1], ",");
-  const std::vector<std::string> values = SplitText(parts[3], ",");
-  if (columns.size() != values.size()) {
-    throw Exception(Format("%s: the INSERT statement has %d columns and %d values", ClassName(),
-                           static_cast<int>(columns.size()), static_cast<int>(values.size())));
-  }
-  std::vector<std::string> changed;
-  std::vector<std::string> changedValues;
-  for (std::size_t i = 0; i < columns.size(); ++i) {
-    if (!AplPerObject->data.AttributeModified(Trim(columns[i]))) continue;
-    changed.push_back(columns[i]);
-    changedValues.push_back(values[i]);
-  }
-  if (changed.empty()) return "";
-  return std::string(parts[0]) + JoinText(changed, ", ") + std::string(parts[2]) +
-         JoinText(changedValues, ", ") + std::string(parts[4]);
+  if (!GetOptimizationSet().has(TIProviderOptimization::poSQLInsert)) return ASQL;
+  return NarrowStatement(CutInsert(ASQL), AplPerObject);
 }
 
 std::string TplProvider::OptimizeModifyStatement(TplPerObject* AplPerObject,
                                                  const std::string& ASQL) {
-  if (!GetOptimizationSet().has(TIProviderOptimization::poSQLModify) ||
-      !AllowedToOptimizeQuery(ASQL)) {
-    return ASQL;
-  }
-  const std::string upper = AsciiUpperCase(ASQL);
-  const std::size_t set = upper.find("SET");
-  if (set == std::string::npos) return ASQL;
-  const std::size_t begin = set + 3;
-  const std::size_t where = upper.find("WHERE", begin);
-  if (where == std::string::npos) return ASQL;
-  std::vector<std::string> changed;
-  for (std::string& assignment : SplitText(ASQL.substr(begin, where - begin), ",")) {
-    const std::string_view name =
-        Trim(std::string_view(assignment).substr(0, assignment.find('=')));
-    if (AplPerObject->data.AttributeModified(name)) changed.push_back(std::move(assignment));
-  }
-  if (changed.empty()) return "";
-  return ASQL.substr(0, begin) + " " + JoinText(changed, ", ") + " " + ASQL.substr(where);
+  if (!GetOptimizationSet().has(TIProviderOptimization::poSQLModify)) return ASQL;
+  return NarrowStatement(CutModify(ASQL), AplPerObject);
 }
 
 // --- large objects ---

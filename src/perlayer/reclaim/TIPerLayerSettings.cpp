@@ -43,6 +43,7 @@ void TIPerLayerSettings::ShowOnProgress(const std::string& AMessage, int AProgre
 }
 
 void TIPerLayerSettings::OnCommit(TList* AList) {
+  constexpr int kAhead = 8;  // objects of a large transaction have left the nearest cache
   for (int i = 0; i < FProviderList->Count(); ++i) {
     if (auto* provider = As<TplProvider>(FProviderList->Items(i))) provider->OnCommit();
   }
@@ -50,6 +51,7 @@ void TIPerLayerSettings::OnCommit(TList* AList) {
   // object does may shorten the list.
   const int count = AList->Count();
   for (int i = 0; i < count && i < AList->Count(); ++i) {
+    AList->Prefetch(i + kAhead);
     auto* object = As<TplPerObject>(AList->Items(i));
     if (object == nullptr) continue;
     const TAlive alive(object);

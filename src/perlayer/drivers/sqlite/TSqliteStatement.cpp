@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <bit>
 #include <cassert>
 #include <cmath>
 
@@ -87,6 +88,7 @@ void TSqliteStatement::Prepare(const TSqlTranslation& translation) {
   }
   FParts = std::move(parts);
   FStatement = FParts.empty() ? nullptr : FParts.front().get();
+  FFirstParameters = FStatement == nullptr ? 0 : sqlite3_bind_parameter_count(FStatement);
   FReadOnly = readOnly;
   FShape = readOnly && takesNumbers                                   ? TShape::numbers
            : FParts.size() != 1 || takesNumbers || !Returns().empty() ? TShape::parts
@@ -135,56 +137,65 @@ void TSqliteStatement::Bind(int parameter, const TBind& bind) {
   Assert(index < FBinds.size(), "TSqliteStatement: there is no such parameter");
   Assert(FRun != TRun::row, "TSqliteStatement: a parameter was bound during a run");
   if (FRun == TRun::ended) Reset();
-  FBinds[index] = bind;
-  FBinds[index].run = FRunNumber;
+  TBind& kept = FBinds[index];
+  if (kept.run != FRunNumber) ++FBoundInRun;
+  kept = bind;
+  kept.run = FRunNumber;
   Apply(index);
 }
 
 void TSqliteStatement::Apply(std::size_t parameter) {
-  static constexpr double kExact = 9007199254740992.0;  // whole numbers below are exact
   const TBind& bind = FBinds[parameter];
   const int position = static_cast<int>(parameter) + 1;
-  for (const TRawStatement& part : FParts) {
-    sqlite3_stmt* const statement = part.get();
-    // Not every part has every parameter, and one that is only returned into stands in none.
-    if (position > sqlite3_bind_parameter_count(statement)) continue;
-    int code = SQLITE_OK;
-    switch (bind.kind) {
-      case TBindKind::null:
-        code = sqlite3_bind_null(statement, position);
-        break;
-      case TBindKind::text:
-        code = sqlite3_bind_text64(statement, position, bind.data, bind.size, SQLITE_STATIC,
-                                   SQLITE_UTF8);
-        break;
-      case TBindKind::number:
-        // A whole number goes as one, so that a column of texts takes "5" and not "5.0".
-        if (std::abs(bind.number) < kExact && std::trunc(bind.number) == bind.number) {
-          code = sqlite3_bind_int64(statement, position, static_cast<sqlite3_int64>(bind.number));
-        } else {
-          code = sqlite3_bind_double(statement, position, bind.number);
-        }
-        break;
-      case TBindKind::blob:
-        code = bind.size == 0
-                   ? sqlite3_bind_zeroblob(statement, position, 0)
-                   : sqlite3_bind_blob64(statement, position, bind.data, bind.size, SQLITE_STATIC);
-        break;
-    }
-    if (code != SQLITE_OK) throw SqliteError(FSession.Database(), code, FText->Text());
+  // Not every part has every parameter, and one that is only returned into stands in none.
+  if (FParts.size() == 1) {
+    if (position <= FFirstParameters) ApplyTo(FStatement, position, bind);
+    return;
   }
+  for (const TRawStatement& part : FParts) {
+    if (position <= sqlite3_bind_parameter_count(part.get())) ApplyTo(part.get(), position, bind);
+  }
+}
+
+void TSqliteStatement::ApplyTo(sqlite3_stmt* statement, int position, const TBind& bind) {
+  static constexpr double kExact = 9007199254740992.0;  // whole numbers below are exact
+  int code = SQLITE_OK;
+  switch (bind.kind) {
+    case TBindKind::null:
+      code = sqlite3_bind_null(statement, position);
+      break;
+    case TBindKind::text:
+      code = sqlite3_bind_text64(statement, position, bind.data, bind.size, SQLITE_STATIC,
+                                 SQLITE_UTF8);
+      break;
+    case TBindKind::number:
+      // A whole number goes as one, so that a column of texts takes "5" and not "5.0".
+      if (std::abs(bind.number) < kExact && std::trunc(bind.number) == bind.number) {
+        code = sqlite3_bind_int64(statement, position, static_cast<sqlite3_int64>(bind.number));
+      } else {
+        code = sqlite3_bind_double(statement, position, bind.number);
+      }
+      break;
+    case TBindKind::blob:
+      code = bind.size == 0
+                 ? sqlite3_bind_zeroblob(statement, position, 0)
+                 : sqlite3_bind_blob64(statement, position, bind.data, bind.size, SQLITE_STATIC);
+      break;
+  }
+  if (code != SQLITE_OK) throw SqliteError(FSession.Database(), code, FText->Text());
 }
 
 void TSqliteStatement::PrepareForBinds() {
   TSqlNumberBinds numbers = 0;
-  for (std::size_t i = 0; i < FBinds.size() && i < 64; ++i) {
+  for (TSqlNumberBinds left = FShared->translation.bindsThatMatter; left != 0; left &= left - 1) {
+    const auto i = static_cast<std::size_t>(std::countr_zero(left));
+    if (i >= FBinds.size()) break;
     const TSqlNumberBinds bit = TSqlNumberBinds{1} << i;
     // NULL is either: it goes with what the statement is prepared for.
     const bool isNumber = FBinds[i].kind == TBindKind::number ||
                           (FBinds[i].kind == TBindKind::null && (FNumberBinds & bit) != 0);
     if (isNumber) numbers |= bit;
   }
-  numbers &= FShared->translation.bindsThatMatter;
   if (numbers == FNumberBinds) return;
   if (numbers == 0) {
     Prepare(FShared->translation);
@@ -209,7 +220,7 @@ void TSqliteStatement::Start() {
   FSession.CheckThread();
   FSession.RunBegins();
   if (FSchemaVersion != FSession.SchemaVersion()) Renew();
-  for (std::size_t i = 0; i < FBinds.size(); ++i) {
+  for (std::size_t i = 0; FBoundInRun < FBinds.size() && i < FBinds.size(); ++i) {
     if (FBinds[i].run == FRunNumber || FBinds[i].kind == TBindKind::null) continue;
     FBinds[i] = {};  // the memory of an earlier run's bind may be gone
     Apply(i);
@@ -440,6 +451,7 @@ void TSqliteStatement::Reset() noexcept {
   FPlaces.clear();
   FRun = TRun::idle;
   ++FRunNumber;
+  FBoundInRun = 0;
 }
 
 void TSqliteStatement::ReadAhead() {

@@ -112,6 +112,7 @@ class TSqliteStatement final : public TDriverStatement {
   TRawStatement PreparePart(const TSqlTranslation& translation, std::size_t step);
   void Bind(int parameter, const TBind& bind);
   void Apply(std::size_t parameter);
+  void ApplyTo(sqlite3_stmt* statement, int position, const TBind& bind);
   void Start();
   void PrepareForBinds();
   bool End();
@@ -138,6 +139,8 @@ class TSqliteStatement final : public TDriverStatement {
   std::vector<TBind> FBinds;
   TSqlNumberBinds FNumberBinds = 0;  // those among the binds that matter
   std::uint32_t FRunNumber = 1;
+  std::size_t FBoundInRun = 0;  // parameters that have been bound for it
+  int FFirstParameters = 0;     // of the first part
   TRun FRun = TRun::idle;
   bool FReadOnly = true;
   bool FOpenedTransaction = false;

@@ -1,0 +1,89 @@
+#pragma once
+// TNameCache<T>: what names have led to lately, by their exact bytes. Callers spell a name the same
+// way each time, so that it need not be folded again. Each name has one place, which the last that
+// came keeps; nothing is lost with one that is not there.
+//
+// T is small and trivial. Belongs to one thread at a time.
+
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+namespace perlayer {
+
+template <class T>
+class TNameCache {
+  static_assert(std::is_trivially_copyable_v<T>);
+
+ public:
+  // nullptr for a name that is not kept.
+  const T* Find(std::string_view name) const {
+    if (FPlaces == nullptr) return nullptr;
+    const TKey key(name);
+    const TPlace& place = (*FPlaces)[key.Place()];
+    const bool found = place.key == key && (name.size() <= kWhole || place.name == name);
+    return found ? &place.value : nullptr;
+  }
+  // Without memory for it the name is not kept.
+  void Keep(std::string_view name, T value) noexcept {
+    try {
+      if (FPlaces == nullptr) FPlaces = std::make_unique<TPlaces>();
+      const TKey key(name);
+      TPlace& place = (*FPlaces)[key.Place()];
+      place.key = TKey();
+      if (name.size() > kWhole) place.name = name;
+      place.value = value;
+      place.key = key;
+    } catch (const std::bad_alloc&) {
+    }
+  }
+  void Clear() { FPlaces.reset(); }
+
+ private:
+  static constexpr int kPlaceBits = 6;
+  static constexpr std::size_t kWhole = 16;  // so many bytes stand in the key
+
+  // The first and the last eight bytes, which overlap or are fewer in a short name.
+  struct TKey {
+    TKey() = default;
+    explicit TKey(std::string_view name) : size(name.size()) {
+      const char* const begin = name.data();
+      const char* const end = begin + name.size();
+      if (size >= 8) {
+        std::memcpy(&first, begin, 8);
+        std::memcpy(&last, end - 8, 8);
+      } else if (size >= 4) {
+        std::memcpy(&first, begin, 4);
+        std::memcpy(&last, end - 4, 4);
+      } else if (size > 0) {
+        const auto byte = [](char c) { return std::uint64_t{static_cast<unsigned char>(c)}; };
+        first = byte(begin[0]) | byte(begin[size / 2]) << 8 | byte(end[-1]) << 16;
+      }
+    }
+    // Multiplicative hashing (Knuth, The Art of Computer Programming, vol. 3, 6.4).
+    std::size_t Place() const {
+      return ((first ^ std::rotl(last, 29) ^ size) * 0x9E3779B97F4A7C15u) >> (64 - kPlaceBits);
+    }
+    bool operator==(const TKey&) const = default;
+
+    std::uint64_t first = 0;
+    std::uint64_t last = 0;
+    std::uint64_t size = ~std::uint64_t{0};  // of no name
+  };
+  struct TPlace {
+    TKey key;
+    T value;
+    std::string name;  // where the key does not hold all of it
+  };
+  using TPlaces = std::array<TPlace, std::size_t{1} << kPlaceBits>;
+
+  std::unique_ptr<TPlaces> FPlaces;  // made by the first name
+};
+
+}  // namespace perlayer
