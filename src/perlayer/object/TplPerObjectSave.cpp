@@ -77,7 +77,10 @@ class TCallerName {
 TBoundValue ValueOfText(TFieldType type, std::string_view text) {
   if (text.empty()) return {};
   if (type != TFieldType::ftDateTime) return {TIParam::TKind::text, 0, text};
-  return {TIParam::TKind::number, StrToDateTime(text, FrozenFormatSettings()), {}};
+  const TFormatSettings& settings = FrozenFormatSettings();
+  TDateTime value = 0;
+  if (!TryStrToDateTime(text, value, settings)) value = StrToDateTime(text, settings);  // raises
+  return {TIParam::TKind::number, value, {}};
 }
 
 void Write(TIParam& param, const TBoundValue& value) {
