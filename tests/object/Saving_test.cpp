@@ -10,7 +10,7 @@
 namespace perlayer {
 namespace {
 
-using SavingTest = TSavingTest;
+using SavingTest = TSavingInBothPositions;
 
 class TSession : public TplDatabaseSession {
   TCLASS(TSession, TplDatabaseSession)
@@ -19,7 +19,9 @@ class TSession : public TplDatabaseSession {
   TILockingMode Mode = TILockingMode::lmOld;
 };
 
-TEST_F(SavingTest, ARowIsInsertedChangedAndDeactivated) {
+INSTANTIATE_TEST_SUITE_P(Dictionary, SavingTest, testing::Bool());
+
+TEST_P(SavingTest, ARowIsInsertedChangedAndDeactivated) {
   auto object = NewOf(FPrescriptions, "");
   EXPECT_EQ(object->GetEditState(), TIPersistentObjectState::posCreated);
   EXPECT_EQ(object->GetAttrValue("ACTIVE"), "1");
@@ -51,7 +53,7 @@ TEST_F(SavingTest, ARowIsInsertedChangedAndDeactivated) {
   EXPECT_EQ(object->RefCount(), 1);
 }
 
-TEST_F(SavingTest, AClassOfTwoTablesIsWrittenAndDeletedAsOne) {
+TEST_P(SavingTest, AClassOfTwoTablesIsWrittenAndDeletedAsOne) {
   auto dose = NewOf(FDoses, "3");
   dose->SetAttrValue("NAME", "zjutraj");
   dose->SetAttrValue("NOTE", "po jedi");
@@ -74,7 +76,7 @@ TEST_F(SavingTest, AClassOfTwoTablesIsWrittenAndDeletedAsOne) {
   EXPECT_EQ(Rows("select count(*) from OMRA.DOSE"), "0");
 }
 
-TEST_F(SavingTest, InvalidValuesStayWrittenAndKeepTheObjectFromBeingSaved) {
+TEST_P(SavingTest, InvalidValuesStayWrittenAndKeepTheObjectFromBeingSaved) {
   auto object = NewOf(FPrescriptions, "1");
   EXPECT_TRUE(object->SetAttrValue("NAME", "A"));
   EXPECT_FALSE(object->SetAttrValue("NAME", ""));
@@ -102,7 +104,7 @@ TEST_F(SavingTest, InvalidValuesStayWrittenAndKeepTheObjectFromBeingSaved) {
   EXPECT_EQ(Prescriptions(), "1,,1");
 }
 
-TEST_F(SavingTest, RightsAndReadOnlyAttributesRefuse) {
+TEST_P(SavingTest, RightsAndReadOnlyAttributesRefuse) {
   auto object = NewOf(FPrescriptions, "1");
   object->SetAttrValue("NAME", "A");
   object->SaveData();
@@ -126,7 +128,7 @@ TEST_F(SavingTest, RightsAndReadOnlyAttributesRefuse) {
   EXPECT_EQ(Prescriptions(), "1,C,1");
 }
 
-TEST_F(SavingTest, LockingAndNotificationsOfAnEdit) {
+TEST_P(SavingTest, LockingAndNotificationsOfAnEdit) {
   auto object = NewOf(FPrescriptions, "1");
   object->SetAttrValue("NAME", "A");
   object->SaveData();
@@ -157,7 +159,7 @@ TEST_F(SavingTest, LockingAndNotificationsOfAnEdit) {
   EXPECT_EQ(object->GetAttrValue("NAME"), "A");
 }
 
-TEST_F(SavingTest, ARefusedRegistrationBehindTheCommitIsTriedAgain) {
+TEST_P(SavingTest, ARefusedRegistrationBehindTheCommitIsTriedAgain) {
   auto object = NewOf(FPrescriptions, "1");
   object->SetAttrValue("NAME", "A");
   object->SetBOMasterDBNotifyGlobalID("1");
@@ -170,7 +172,7 @@ TEST_F(SavingTest, ARefusedRegistrationBehindTheCommitIsTriedAgain) {
   EXPECT_TRUE(object->aiNotify());
 }
 
-TEST_F(SavingTest, MessagesAndUnbalancedEnds) {
+TEST_P(SavingTest, MessagesAndUnbalancedEnds) {
   auto* provider = dbProvider();
   provider->Rollback("nobody");
   EXPECT_EQ(provider->aiTransactionCount(), 0);
@@ -198,7 +200,7 @@ TEST_F(SavingTest, MessagesAndUnbalancedEnds) {
             "No active transaction");
 }
 
-TEST_F(SavingTest, WhatFailsAheadOfTheStatementLeavesNothingBehind) {
+TEST_P(SavingTest, WhatFailsAheadOfTheStatementLeavesNothingBehind) {
   auto object = NewOf(FPrescriptions, "1");
   object->SetAttrValue("NAME", "A");
   object->SaveData();

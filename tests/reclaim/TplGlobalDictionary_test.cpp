@@ -203,6 +203,78 @@ TEST_F(TDictionaryTest, AnEntryWithoutItsObjectHealsWhenItIsRead) {
   }
 }
 
+TEST_F(TDictionaryTest, RelationsAreToldFromWhatIsInMemory) {
+  for (const int id : {1, 2, 3, 4}) AddEncounter(id, "V");
+  Execute("update OMRA.ENCOUNTER set PATIENT_ID = 2 where ID = 3");
+  AddPatient(1, "Ana");
+  auto ana = Patient("1");
+  auto* visits = Provider<TplVisit>();
+  std::vector<THold<>> held;
+  for (const char* id : {"1", "2", "3"}) held.emplace_back(FEncounters, id);
+  // The result, whose members are the only ones that know.
+  const auto related = [&](TPlBoList* within, TPlBoList* result, TplPerObject* owner,
+                           const std::string& ownerAttr) {
+    TPlBoList* const given = result;
+    EXPECT_EQ(FDictionary->GetOne2ManyRelation(within, owner, result, "PATIENT_ID", visits,
+                                               ownerAttr, ""),
+              result);
+    EXPECT_TRUE(given == nullptr || given == result);
+    std::string ids;
+    for (TplPerObject* member : *result) ids += member->GetGID();
+    result->Release(given == nullptr ? static_cast<TObject*>(owner) : FForm.Get());
+    return ids;
+  };
+  EXPECT_EQ(related(nullptr, nullptr, ana.Get(), "ID"), "12") << "4 is in nobody's memory";
+  EXPECT_EQ(related(nullptr, nullptr, ana.Get(), "WEIGHT"), "") << "no value relates to nothing";
+  TPlBoList* other = visits->FetchObjectList(FForm.Get(), "ID = 3", "", true);
+  EXPECT_EQ(related(nullptr, other, ana.Get(), "ID"), "12") << "what was there gives way";
+
+  // Limited, the given list alone is looked at, and what is there stays.
+  PerLayerSettings()->aiLimitedOne2ManyRelation(true);
+  TPlBoList* all = visits->FetchObjectList(FForm.Get(), "ID > 0", "", true);
+  other = visits->FetchObjectList(FForm.Get(), "ID > 1", "", true);
+  TplPerObject* owner = held[0].Get();
+  EXPECT_EQ(related(all, nullptr, owner, ""), "124");
+  EXPECT_EQ(related(all, other, owner, ""), "2341") << "nobody twice";
+  TPlBoList* patients = FPatients->FetchObjectList(FForm.Get(), "ID > 0", "", true);
+  TPlBoList* result = nullptr;
+  EXPECT_EQ(Raised([&] {
+              FDictionary->GetOne2ManyRelation(patients, owner, result, "PATIENT_ID", visits, "",
+                                               "");
+            }),
+            "TplPerObject.GetOne2ManyRelationOptimized: Wrong provider: List provider is "
+            "TplPatient, argument provider is TplVisit!");
+  result->Release(owner);
+  patients->Release(FForm.Get());
+  all->Release(FForm.Get());
+}
+
+TEST_F(TDictionaryTest, AListGetsTheLiveObjectsInTheirPlaces) {
+  for (const int id : {1, 2, 3, 4, 5}) AddPatient(id, "Ana");
+  auto two = Patient("2");
+  auto four = Patient("4");
+  two->SetAttrValue("NAME", "Anja");
+  Execute("update OMRA.PATIENT set NAME = 'Bor'");
+  TPlBoList* list = FPatients->FetchObjectList(FForm.Get(), "ID > 0", "", true);
+  std::string members;
+  for (TplPerObject* member : *list) {
+    members += member->GetGID() + member->GetAttrValue("NAME") + " ";
+    EXPECT_EQ(member->RefCount(), member == two.Get() || member == four.Get() ? 2 : 1);
+    EXPECT_EQ(FDictionary->TakeObject(FPatients, member->GetGID()), member);
+  }
+  EXPECT_EQ(members, "1Bor 2Anja 3Bor 4Bor 5Bor ");
+  list->Release(FForm.Get());
+
+  // A class that has nothing to do with the entry's.
+  FEncounters->aiTableName("PATIENT");
+  Provider<TplVisit>()->aiTableName("PATIENT");
+  AddEncounter(2, "V");
+  EXPECT_EQ(Raised([&] { Provider<TplVisit>()->FetchObjectList(FForm.Get(), "ID > 0", "", true); }),
+            "TplGlobalDictionary.ConsultDictionaryForList: Wrong class while putting fetched "
+            "object into global dictionary: Object in dictionary is TpoPatient and fetched object "
+            "is TpoVisit!");
+}
+
 // The parameter is read when the dictionary is made.
 struct TWatchIsOn {
   TWatchIsOn() { ISystemParameters().SetParamValue("CHECKRELEASING", "TRUE"); }
@@ -253,7 +325,7 @@ TEST_F(TDictionaryTest, AfterAnyFailureMapObjectsAndHoldersAgree) {
   };
   const auto reload = [&] { visit->Reload(); };
   const auto list = [&] {
-    FEncounters->FetchObjectList(FForm.Get(), "", "", true)->Release(FForm.Get());
+    FEncounters->FetchObjectList(FForm.Get(), "ID > 0", "", true)->Release(FForm.Get());
   };
   const auto rename = [&] {
     visit->SetAttrValue("ID", "3");

@@ -8,6 +8,7 @@
 
 #include "perlayer/database/TplDatabaseProvider.h"
 #include "perlayer/platform/Format.h"
+#include "perlayer/reclaim/TplGlobalDictionary.h"
 #include "support/HospitalFixture.h"
 
 namespace perlayer {
@@ -173,6 +174,12 @@ class TSavingTest : public THospital {
   TplPrescription* FPrescriptions;
   TplDose* FDoses;
   TplReading* FReadings;
+};
+
+// The same with the dictionary off and on.
+class TSavingInBothPositions : public TSavingTest, public testing::WithParamInterface<bool> {
+ protected:
+  TSavingInBothPositions() { GlobalDictionary()->aiUSEDICTIONARY(GetParam()); }
 };
 
 }  // namespace perlayer

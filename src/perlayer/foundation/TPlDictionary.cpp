@@ -4,14 +4,21 @@
 
 namespace perlayer {
 
-TObject* TPlDictionary::ObjectOf(std::string_view beginning, std::string_view rest) {
+bool TPlDictionary::FindObject(std::string_view beginning, std::string_view rest, TFound& found) {
   if (FHashState == THashState::none && Sorted() && !CaseSensitive()) MakeHash();
+  TEntry listed;
+  const TEntry* entry;
   if (FHashState == THashState::kept) {
-    const TObjectHandle* object = FHash.Find(TFoldedKey(beginning, rest));
-    return object == nullptr ? nullptr : object->Get();
+    entry = FHash.Find(TFoldedKey(beginning, rest));
+  } else {
+    const int index = IndexOf(std::string(beginning).append(rest));
+    if (index >= 0) listed = TEntry(ObjectHandle(index));
+    entry = index < 0 ? nullptr : &listed;
   }
-  const int index = IndexOf(std::string(beginning).append(rest));
-  return index < 0 ? nullptr : ObjectHandle(index).Get();
+  if (entry == nullptr) return false;
+  found.cls = entry->handle.Class();
+  found.object = found.cls == nullptr ? nullptr : entry->object;
+  return true;
 }
 
 // Without memory there is none: whatever asks for it has another way.
@@ -20,7 +27,7 @@ void TPlDictionary::MakeHash() {
     FHash.Reserve(static_cast<std::size_t>(Count()));
     FHashState = THashState::kept;
     for (int i = 0; i < Count() && FHashState == THashState::kept; ++i) {
-      if (!FHash.Insert(Strings(i), ObjectHandle(i))) DropHash(THashState::refused);
+      if (!FHash.Insert(Strings(i), TEntry(ObjectHandle(i)))) DropHash(THashState::refused);
     }
   } catch (const std::bad_alloc&) {
     DropHash(THashState::none);
@@ -36,11 +43,11 @@ void TPlDictionary::Entered(int index) noexcept {
   if (FHashState != THashState::kept) return;
   try {
     const TFoldedKey key(Strings(index));
-    if (TObjectHandle* object = FHash.Find(key)) {
-      *object = ObjectHandle(index);
+    if (TEntry* entry = FHash.Find(key)) {
+      *entry = TEntry(ObjectHandle(index));
       if (FHash.Count() != static_cast<std::size_t>(Count())) DropHash(THashState::refused);
     } else {
-      FHash.Insert(key, ObjectHandle(index));
+      FHash.Insert(key, TEntry(ObjectHandle(index)));
     }
   } catch (const std::bad_alloc&) {
     DropHash(THashState::none);

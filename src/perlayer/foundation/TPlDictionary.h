@@ -23,7 +23,17 @@ class TPlDictionary : public TStringList {
   // The object beside the text that IndexOf would find: nullptr when there is no such text, no
   // object beside it, or the object has been destroyed. The text may come in two parts, which
   // nobody has to put together.
-  TObject* ObjectOf(std::string_view beginning, std::string_view rest = {});
+  TObject* ObjectOf(std::string_view beginning, std::string_view rest = {}) {
+    TFound found;
+    FindObject(beginning, rest, found);
+    return found.object;
+  }
+  // The same, whether there is such a text, and the class of the living object.
+  struct TFound {
+    TObject* object = nullptr;
+    const TClass* cls = nullptr;
+  };
+  bool FindObject(std::string_view beginning, std::string_view rest, TFound& found);
   // Frees every object in index order, then the list itself.
   void FreeWithContents();
 
@@ -41,7 +51,14 @@ class TPlDictionary : public TStringList {
   void MakeHash();
   void DropHash(THashState state) noexcept;
 
-  TKeyHash<TObjectHandle> FHash;
+  // The address stands beside the handle so that both can be followed at once.
+  struct TEntry {
+    explicit TEntry(TObjectHandle of) : handle(of), object(of.Get()) {}
+    TEntry() = default;
+    TObjectHandle handle;
+    TObject* object = nullptr;
+  };
+  TKeyHash<TEntry> FHash;
   THashState FHashState = THashState::none;
 };
 

@@ -145,6 +145,8 @@ class TplPerObject : public TplDomainObject {
   bool AssignFieldswithReloadFlag(TplPerObject* AOther, bool ACheck);
   // Between classes: what both have, but for this class's ID, its active field and ASkipAttr.
   bool AssignFieldsFromDiffBO(TplPerObject* AOther, const std::string& ASkipAttr);
+  // AssignFields; then this object holds what the other, of the same class, holds.
+  void Assign(TplPerObject* AOther);
   // Raises "TplPerObject.AssignFields: Different provider! ..."; an override may accept the object.
   virtual void ManageDiffrentProvider(TplPerObject* AOther);
   virtual bool CanAssignFieldsWithReloadFlag() { return true; }

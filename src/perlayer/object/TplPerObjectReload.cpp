@@ -108,6 +108,13 @@ bool TplPerObject::AssignFieldsFromDiffBO(TplPerObject* AOther, const std::strin
   });
 }
 
+void TplPerObject::Assign(TplPerObject* AOther) {
+  const TAlive alive(this);
+  const TAlive otherAlive(AOther);
+  AssignFields(AOther);
+  if (alive && otherAlive) AssignRegistredPointers(AOther);
+}
+
 void TplPerObject::ManageDiffrentProvider(TplPerObject* AOther) {
   throw Exception(
       Format("TplPerObject.AssignFields: Different provider! (Spomin: %s, GID=%s -->> Baza: %s, "

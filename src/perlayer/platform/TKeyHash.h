@@ -6,6 +6,7 @@
 //
 // T is small and trivial: a pointer or a handle. Belongs to one thread at a time.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -30,13 +31,13 @@ class TKeyHash {
     return *this;
   }
   ~TKeyHash() {
-    for (std::size_t i = 0; FCount > 0 && i <= FMask; ++i) FreeBytes(FPlaces[i]);
+    for (std::size_t i = 0; i < FSize; ++i) FreeBytes(FPlaces[i]);
   }
 
   std::size_t Count() const { return FCount; }
   // The key's value, or nullptr. It stays where it is until a key comes or goes.
   T* Find(const TFoldedKey& key) const {
-    TPlace* place = FMask == 0 ? nullptr : &PlaceOf(key);
+    TPlace* place = FSize == 0 ? nullptr : &PlaceOf(key);
     return place == nullptr || IsFree(*place) ? nullptr : &place->value;
   }
   // Adds the key: true. When it is there already, with whatever value: false, and nothing happens.
@@ -61,7 +62,7 @@ class TKeyHash {
 
   void Swap(TKeyHash& other) noexcept {
     std::swap(FPlaces, other.FPlaces);
-    std::swap(FMask, other.FMask);
+    std::swap(FSize, other.FSize);
     std::swap(FCount, other.FCount);
   }
   static bool IsFree(const TPlace& place) { return place.key[2] == 0; }
@@ -78,10 +79,10 @@ class TKeyHash {
   }
   // The key's place, or the free one where it belongs. REQUIRES: there are places
   TPlace& PlaceOf(const TFoldedKey& key) const {
-    std::size_t i = key.Hash() & FMask;
+    std::size_t i = HomeOf(key.Hash(), FSize);
     if (key.IsShort()) {
       const TWords& words = key.Words();
-      for (;; i = (i + 1) & FMask) {
+      for (;; i = Next(i)) {
         TPlace& place = FPlaces[i];
         if (((place.key[0] ^ words[0]) | (place.key[1] ^ words[1]) | (place.key[2] ^ words[2])) ==
             0) {
@@ -91,7 +92,7 @@ class TKeyHash {
       }
     }
     const std::string_view bytes = key.Bytes();
-    for (const std::uint64_t head = HashAndSize(key);; i = (i + 1) & FMask) {
+    for (const std::uint64_t head = HashAndSize(key);; i = Next(i)) {
       TPlace& place = FPlaces[i];
       if (IsFree(place)) return place;
       if (place.key[2] == kLong && place.key[0] == head &&
@@ -100,28 +101,35 @@ class TKeyHash {
       }
     }
   }
-  static std::size_t Loaded(std::size_t count) { return count + count / 2; }
+  // The first place of a hash, which is its share of all places.
+  static std::size_t HomeOf(std::uint32_t hash, std::size_t places) {
+    return static_cast<std::size_t>(std::uint64_t{hash} * places >> 32);
+  }
+  std::size_t Next(std::size_t i) const { return i + 1 == FSize ? 0 : i + 1; }
+  // How far a place lies behind another.
+  std::size_t Distance(std::size_t from, std::size_t to) const {
+    return to >= from ? to - from : to + FSize - from;
+  }
 
   std::unique_ptr<TPlace[]> FPlaces;
-  std::size_t FMask = 0;  // places are a power of two; 0: there are none
+  std::size_t FSize = 0;
   std::size_t FCount = 0;
 };
 
+// Three quarters of the places are taken at the most, and half of them after growing.
 template <class T>
 void TKeyHash<T>::Reserve(std::size_t count) {
-  std::size_t places = 16;
-  while (Loaded(count) > places) places *= 2;
-  if (places <= FMask + 1) return;
+  if (FSize > 0 && count <= FSize / 4 * 3) return;
+  const std::size_t places = std::max<std::size_t>(16, (count * 2 + 3) / 4 * 4);
   auto grown = std::make_unique<TPlace[]>(places);
-  const std::size_t mask = places - 1;
-  for (std::size_t i = 0; FCount > 0 && i <= FMask; ++i) {
+  for (std::size_t i = 0; i < FSize; ++i) {
     if (IsFree(FPlaces[i])) continue;
-    std::size_t to = HashOf(FPlaces[i]) & mask;
-    while (!IsFree(grown[to])) to = (to + 1) & mask;
+    std::size_t to = HomeOf(HashOf(FPlaces[i]), places);
+    while (!IsFree(grown[to])) to = to + 1 == places ? 0 : to + 1;
     grown[to] = FPlaces[i];
   }
   FPlaces = std::move(grown);
-  FMask = mask;
+  FSize = places;
 }
 
 template <class T>
@@ -145,13 +153,13 @@ bool TKeyHash<T>::Insert(const TFoldedKey& key, T value) {
 // Those behind it move up where they would not be found otherwise.
 template <class T>
 bool TKeyHash<T>::Erase(const TFoldedKey& key) noexcept {
-  if (FMask == 0) return false;
+  if (FSize == 0) return false;
   TPlace* gone = &PlaceOf(key);
   if (IsFree(*gone)) return false;
   FreeBytes(*gone);
   auto hole = static_cast<std::size_t>(gone - FPlaces.get());
-  for (std::size_t i = (hole + 1) & FMask; !IsFree(FPlaces[i]); i = (i + 1) & FMask) {
-    if (((i - HashOf(FPlaces[i])) & FMask) >= ((i - hole) & FMask)) {
+  for (std::size_t i = Next(hole); !IsFree(FPlaces[i]); i = Next(i)) {
+    if (Distance(HomeOf(HashOf(FPlaces[i]), FSize), i) >= Distance(hole, i)) {
       FPlaces[hole] = FPlaces[i];
       hole = i;
     }

@@ -48,15 +48,15 @@ int TplGlobalDictionary::ObjectIndex(TplProvider* AProvider, const std::string& 
   return Timed([&] { return IndexOf(Key(AProvider, AID)); });
 }
 
-// What stands beside the key. Nothing may mean an entry whose object has gone, and then reading it
-// by its index mends the list.
+// What stands beside the key. An entry whose object has gone is read by its index, which mends the
+// list.
 TplPerObject* TplGlobalDictionary::Live(std::string_view ABeginning, std::string_view ARest) {
-  if (auto* object = As<TplPerObject>(ObjectOf(ABeginning, ARest))) return object;
-  return Heal(std::string(ABeginning).append(ARest));
-}
-
-TplPerObject* TplGlobalDictionary::Heal(const std::string& AKey) {
-  const int index = IndexOf(AKey);
+  TFound found;
+  if (!FindObject(ABeginning, ARest, found)) return nullptr;
+  if (found.cls != nullptr && found.cls->InheritsFrom(TplPerObject::ClassInfo())) {
+    return static_cast<TplPerObject*>(found.object);
+  }
+  const int index = IndexOf(std::string(ABeginning).append(ARest));
   return index < 0 ? nullptr : GetPerObjectWithIndex(index);
 }
 
@@ -180,24 +180,27 @@ bool TplGlobalDictionary::AddPerObject(TplProvider* AProvider, TplPerObject* AOb
     throw Exception(Format("TplGlobalDictionary.AddPerObject: Ni providerja za objekt razreda %s!",
                            AObject->ClassName()));
   }
-  const std::string id = AObject->GetGID();
-  const std::string key = Key(provider, id);
+  Enter(Key(provider, AObject->GetGID()), AObject, ARetainer);
+  return true;
+}
+
+void TplGlobalDictionary::Enter(const std::string& AKey, TplPerObject* AObject,
+                                TObject* ARetainer) {
   Timed([&] {
     // One that has gone makes room when it is read.
     for (bool added = false; !added;) {
       const int count = Count();
-      const int index = AddObject(key, AObject);
+      const int index = AddObject(AKey, AObject);
       added = Count() > count;
       if (const TplPerObject* other = added ? nullptr : GetPerObjectWithIndex(index)) {
         throw Exception(Format(
             "TplGlobalDictionary.AddPerObject: Objekt razreda %s (ID=%s) je nov, vendar že obstaja "
             "v slovarju!?  V slovarju je objekt tipa %s.",
-            AObject->ClassName(), id, other->ClassName()));
+            AObject->ClassName(), AObject->GetGID(), other->ClassName()));
       }
     }
   });
-  CheckExistanceInReleasingList(key, ARetainer);
-  return true;
+  CheckExistanceInReleasingList(AKey, ARetainer);
 }
 
 int TplGlobalDictionary::ChangeID(TplProvider* AProvider, const std::string& AOldID,

@@ -165,7 +165,7 @@ class TplGlobalDictionary : public TPlDictionary {
   }
   static bool HasKey(TplPerObject* AObject);
   TplPerObject* Live(std::string_view ABeginning, std::string_view ARest);
-  TplPerObject* Heal(const std::string& AKey);
+  void Enter(const std::string& AKey, TplPerObject* AObject, TObject* ARetainer);
   template <class TPut>
   void Merge(TplPerObject* AEntry, TplPerObject* ATwin, TObject* AHolder, TPut&& put);
   void ReloadPerObject(TplPerObject* AObject, const std::string& ASpec);

@@ -47,9 +47,10 @@ void TplGlobalDictionary::Merge(TplPerObject* AEntry, TplPerObject* ATwin, TObje
 
 void TplGlobalDictionary::ConsultDictionary(TObject* ARetainer, TplPerObject*& AObject) {
   if (!FUSEDICTIONARY || AObject == nullptr || AObject->aiProvider() == nullptr) return;
-  TplPerObject* entry = TakeObject(AObject->aiProvider(), AObject->GetGID());
+  const std::string key = Key(AObject->aiProvider(), AObject->GetGID());
+  TplPerObject* entry = Live(key, {});
   if (entry == nullptr) {
-    AddPerObject(AObject->aiProvider(), AObject, ARetainer);
+    Enter(key, AObject, ARetainer);
   } else {
     Merge(entry, AObject, ARetainer, [&](TplPerObject* object) { AObject = object; });
   }
@@ -62,14 +63,20 @@ void TplGlobalDictionary::ConsultDictionaryForList(TPlBoList*& AList, TObject* A
   if (provider == nullptr) return;
   const TAlive alive(list);
   // By the list's provider, though a member may have another key by its own.
-  const std::string key = provider->GetTableNameKeyForDict();
+  std::string key = provider->GetTableNameKeyForDict();
+  const std::size_t beginning = key.size();
   const int count = list->Count();
   for (int i = 0; alive && i < count && i < list->Count(); ++i) {
     TplPerObject* member = list->Get(i);
     if (member == nullptr) continue;
-    TplPerObject* entry = Live(key, member->GetGID());
+    key.replace(beginning, std::string::npos, member->GetGID());
+    TplPerObject* entry = Live(key, {});
     if (entry == nullptr) {
-      AddPerObject(provider, member, ARetainer);
+      if (member->aiProvider() == provider) {
+        Enter(key, member, ARetainer);
+      } else {
+        AddPerObject(provider, member, ARetainer);
+      }
       continue;
     }
     if (!member->InheritsFrom(entry->ClassType()) && !entry->InheritsFrom(member->ClassType())) {
