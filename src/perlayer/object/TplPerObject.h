@@ -43,6 +43,7 @@ class TIParam;
 class TIQuery;
 class TPlBoList;
 class TPlClassMetaData;
+class TplBOListWithSubClass;
 class TPlDictionary;
 class TPlTransaction;
 class TStream;
@@ -320,6 +321,12 @@ class TplPerObject : public TplDomainObject {
   TPlBoList* GetOne2ManyRelation(TplMember<TPlBoList>& AList, const std::string& AForeignAttr,
                                  TplProvider* AProvider, const std::string& AOwnAttr,
                                  const std::string& AWhere, const std::string& AOrder);
+  // The same for a list that can be divided by classes. What it was fetched with stays, and objects
+  // that have no row yet look for theirs.
+  TplBOListWithSubClass* GetOne2ManyRelation(TplMember<TplBOListWithSubClass>& AList,
+                                             const std::string& AForeignAttr,
+                                             TplProvider* AProvider, const std::string& AOwnAttr,
+                                             const std::string& AWhere, const std::string& AOrder);
   // The variable's list, made on need, gets the members of ASource and no others; without ASource
   // it is let go.
   void SetOne2ManyRelation(TplMember<TPlBoList>& AList, TPlBoList* ASource, TplProvider* AProvider);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "perlayer/list/TPlBoList.h"
+#include "perlayer/list/TplBOListWithSubClass.h"
 #include "perlayer/object/TplPerObject.h"
 #include "perlayer/provider/TplProvider.h"
 
@@ -19,6 +20,13 @@ void TplPerObject::CheckRelationList(TplBaseObjectPointer& AList, const std::str
   if (list->Get(0)->GetAttrValue(AForeignAttr) != GetAttrValue(AOwnAttr)) LetGo(AList);
 }
 
+namespace {
+std::string RelationCondition(const std::string& attribute, const std::string& value,
+                              const std::string& where) {
+  return attribute + "='" + value + "'" + (where.empty() ? "" : " AND " + where);
+}
+}  // namespace
+
 TPlBoList* TplPerObject::GetOne2ManyRelation(TplMember<TPlBoList>& AList,
                                              const std::string& AForeignAttr,
                                              TplProvider* AProvider, const std::string& AOwnAttr,
@@ -28,8 +36,7 @@ TPlBoList* TplPerObject::GetOne2ManyRelation(TplMember<TPlBoList>& AList,
   CheckRelationList(AList, AForeignAttr, AOwnAttr);
   if (!alive) return nullptr;
   const std::string ownValue = GetAttrValue(AOwnAttr);
-  std::string condition = AForeignAttr + "='" + ownValue + "'";
-  if (!AWhere.empty()) condition += " AND " + AWhere;
+  const std::string condition = RelationCondition(AForeignAttr, ownValue, AWhere);
   if (AList == nullptr) {
     if (FNewObject && ownValue.find('-') != ownValue.npos) {
       Keep(AList, AProvider->GetObjectList(this));  // nobody's row refers to a temporary key
@@ -42,6 +49,25 @@ TPlBoList* TplPerObject::GetOne2ManyRelation(TplMember<TPlBoList>& AList,
   if (AList == nullptr) return nullptr;
   AList->SetFetchSpec(condition);
   if (AList->GetNeedToRefresh()) AList->Reload();
+  return alive ? AList.Get() : nullptr;
+}
+
+TplBOListWithSubClass* TplPerObject::GetOne2ManyRelation(TplMember<TplBOListWithSubClass>& AList,
+                                                         const std::string& AForeignAttr,
+                                                         TplProvider* AProvider,
+                                                         const std::string& AOwnAttr,
+                                                         const std::string& AWhere,
+                                                         const std::string& AOrder) {
+  const TAlive alive(this);
+  CheckRelationList(AList, AForeignAttr, AOwnAttr);
+  if (!alive) return nullptr;
+  if (AList == nullptr) {
+    TplBOListWithSubClass* fetched = AProvider->FetchObjectListWithSubClass(
+        this, RelationCondition(AForeignAttr, GetAttrValue(AOwnAttr), AWhere), AOrder, true);
+    if (!alive) return nullptr;
+    Keep(AList, fetched);
+  }
+  if (AList != nullptr && AList->GetNeedToRefresh()) AList->Reload();
   return alive ? AList.Get() : nullptr;
 }
 

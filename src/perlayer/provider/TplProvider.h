@@ -31,6 +31,7 @@ class TIProviderCallBacks;
 class TIQuery;
 class TPlBoList;
 class TPlClassMetaData;
+class TplBOListWithSubClass;
 class TStream;
 class TcmpClassMap;
 class TplPerObject;
@@ -176,6 +177,11 @@ class TplProvider : public TplAuthorizedObject {
   TPlBoList* GetListFor(TObject* ARetainer, const std::string& sAttrName,
                         const std::string& sAttrValue, const std::string& sOrder,
                         bool bIncludeSubclasses);
+  // As FetchObjectList, into a list that can be divided by classes.
+  TplBOListWithSubClass* FetchObjectListWithSubClass(TObject* ARetainer,
+                                                     const std::string& FetchSpec,
+                                                     const std::string& Order,
+                                                     bool bIncludeSubclasses);
   // A new list of the objects of those IDs, fetched so many at a time (0: all at once). The IDs
   // stand in the statement as they are given.
   TPlBoList* FetchObjectListFromIDList(TObject* ARetainer, const TStringList* AIDList,

@@ -1,6 +1,7 @@
 // TplProvider: fetching lists.
 
 #include "perlayer/list/TPlBoList.h"
+#include "perlayer/list/TplBOListWithSubClass.h"
 #include "perlayer/provider/FetchSteps.h"
 #include "perlayer/provider/TplProvider.h"
 #include "perlayer/reclaim/TplGlobalDictionary.h"
@@ -33,6 +34,15 @@ TPlBoList* TplProvider::FillList(TPlBoList* list, const TFetch& fetch, const std
 TPlBoList* TplProvider::FetchObjectList(TObject* ARetainer, const std::string& FetchSpec,
                                         const std::string& Order, bool bIncludeSubclasses) {
   return FillList(GetObjectList(ARetainer), {ARetainer, FetchSpec, bIncludeSubclasses}, Order);
+}
+
+TplBOListWithSubClass* TplProvider::FetchObjectListWithSubClass(TObject* ARetainer,
+                                                                const std::string& FetchSpec,
+                                                                const std::string& Order,
+                                                                bool bIncludeSubclasses) {
+  auto* const list = New<TplBOListWithSubClass>(this, ARetainer);
+  FillList(list, {ARetainer, FetchSpec, bIncludeSubclasses}, Order);
+  return list;
 }
 
 TPlBoList* TplProvider::FetchObjectListWithReplacementSELECTandFROM(
