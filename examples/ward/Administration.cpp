@@ -11,6 +11,7 @@ constexpr const char* kStatements[] = {
     "create table OMRA.PATIENT_CONTACT (ID NUMBER primary key references OMRA.PATIENT (ID), "
     "PHONE VARCHAR2(20), KIN VARCHAR2(60))",
     "insert into OMRA.PATIENT_CONTACT (ID) select ID from OMRA.PATIENT",
+    "create view OMRA.CONTACT as select ID PATIENT_ID, PHONE, KIN from OMRA.PATIENT_CONTACT",
 
     // The catalogue of code lists, and a table that they share.
     "create table OMRA.SIFRANTI (NAME VARCHAR2(30) primary key, TABLE_NAME VARCHAR2(30), "

@@ -87,6 +87,21 @@ void ReadShow(TLine line, TArguments& arguments) {
   if (!rest.empty()) Refuse(Format("expected one ID, as in `%s %s 17`", line[0], line[1]));
 }
 
+// "patients" is the kind of "patient".
+void ReadList(TLine line, TArguments& arguments) {
+  std::vector<std::string> words(line.begin(), line.end());
+  if (words.size() > 1 && words[1].ends_with('s')) words[1].pop_back();
+  const TLine rest = ReadObject(words, false, arguments.change);
+  if (!rest.empty()) Refuse(Format("`list` takes no argument \"%s\"", rest[0]));
+}
+
+void ReadWho(TLine line, TArguments& arguments) {
+  if (line.size() != 3 || line[1] != "patient" || line[2].empty()) {
+    Refuse("expected `who patient ID`");
+  }
+  arguments.patient = line[2];
+}
+
 void ReadEdit(TLine line, TArguments& arguments) {
   arguments.change.values = ReadPairs(ReadObject(line, true, arguments.change), "ID");
   if (arguments.change.values.empty()) Refuse("expected NAME=VALUE behind the ID, found nothing");
@@ -107,7 +122,7 @@ void ReadSql(TLine line, TArguments& arguments) {
 }
 
 // Which commands take which options.
-enum TOption : unsigned { kData = 1, kCommit = 2, kWide = 4, kUser = 8, kAsk = 16 };
+enum TOption : unsigned { kData = 1, kCommit = 2, kWide = 4, kUser = 8, kAsk = 16, kList = 32 };
 
 struct TCommandWord {
   std::string_view word;
@@ -118,6 +133,8 @@ struct TCommandWord {
 constexpr TCommandWord kCommands[] = {{"tour", TCommand::tour, ReadNothing, kData},
                                       {"load", TCommand::load, ReadNothing, kData},
                                       {"show", TCommand::show, ReadShow},
+                                      {"list", TCommand::list, ReadList, kList},
+                                      {"who", TCommand::who, ReadWho},
                                       {"edit", TCommand::edit, ReadEdit, kUser | kAsk},
                                       {"new", TCommand::create, ReadNew, kUser | kAsk},
                                       {"delete", TCommand::erase, ReadShow, kUser | kAsk},
@@ -126,7 +143,7 @@ constexpr TCommandWord kCommands[] = {{"tour", TCommand::tour, ReadNothing, kDat
 
 const TCommandWord& CommandOf(const TWords& words) {
   if (words.empty()) {
-    Refuse("expected a command: tour, load, show, edit, new, delete, check or sql");
+    Refuse("expected a command: tour, load, show, list, who, edit, new, delete, check or sql");
   }
   for (const TCommandWord& command : kCommands) {
     if (command.word == words[0]) return command;
@@ -150,6 +167,10 @@ TArguments ReadArguments(const std::vector<std::string>& allWords) {
   const std::string user = TakeOption(words, "--user");
   if (!user.empty()) arguments.change.user = user;
   arguments.change.asks = TakeFlag(words, "--ask");
+  arguments.list.filter = TakeOption(words, "--filter");
+  arguments.list.order = TakeOption(words, "--order");
+  const std::string columns = TakeOption(words, "--columns");
+  arguments.list.columns = SplitText(columns, ",");
   for (const std::string& word : words) {
     if (word.starts_with("--")) Refuse(Format("unknown option \"%s\"", word));
   }
@@ -167,16 +188,22 @@ TArguments ReadArguments(const std::vector<std::string>& allWords) {
   check(arguments.sql.wide, "--wide", kWide);
   check(!user.empty(), "--user", kUser);
   check(arguments.change.asks, "--ask", kAsk);
+  check(!arguments.list.filter.empty(), "--filter", kList);
+  check(!arguments.list.order.empty(), "--order", kList);
+  check(!columns.empty(), "--columns", kList);
   return arguments;
 }
 
 std::string Usage() {
-  return Format(R"(ward: a small hospital, and the layer between its database and its program
+  return Format(R"usage(ward: a small hospital, and the layer between its database and its program
 
   ward tour                 a guided tour of what the layer does
   ward load                 loads the sample hospital into a new database
   ward show KIND ID         one object, attribute by attribute. KIND is
                             %s
+  ward list KIND            all objects of a kind (`ward list patients`), in a table
+  ward who patient ID       loads a patient, its encounters and conditions, and tells who holds
+                            the patient then
   ward edit KIND ID NAME=VALUE...
                             writes attributes of one object, and tells what has changed
   ward new KIND NAME=VALUE...
@@ -196,6 +223,9 @@ std::string Usage() {
                at the end. The log stands beside it, in FILE.log.
   --data DIR   tour and load: where the six CSV files of the hospital are. Default:
                %s
+  --filter T   list: those that meet a condition: "(CITY = 'Boston') AND (DEATHDATE IS NULL)"
+  --order T    list: in that order: "-CITY,LAST"; "-" turns round, "@SEX" goes by the code's text
+  --columns T  list: these attributes: "LAST,FIRST,@SEX"
   --user NAME  edit, new and delete: who does it, WARD unless told otherwise. DESK may not
                delete, and GUEST may do nothing but read
   --ask        edit, new and delete: questions are put to you; otherwise the answer is no
@@ -206,6 +236,7 @@ For example:
 
   ward load
   ward show patient 8
+  ward list patients --filter "CITY LIKE 'Bo%%'" --order "@SEX,-BIRTHDATE"
   ward edit patient 8 CITY=Bled PHONE=041-123-456
   ward new patient LAST=Novak FIRST=Ana BIRTHDATE=12.3.1951 SEX=F
   ward delete patient 8 --user GUEST
@@ -213,7 +244,7 @@ For example:
   ward sql "update OMRA.PATIENT set CITY = 'Bled' where ID = :ID" ID=8 --commit
 
 The status is 1, with a message on the standard error stream, when something is wrong.
-)",
+)usage",
                 KindNames(), PERLAYER_WARD_DIR "/data");
 }
 

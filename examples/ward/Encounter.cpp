@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "Patient.h"
 #include "perlayer/corekit/TDataSet.h"
 #include "perlayer/corekit/TField.h"
 #include "perlayer/corekit/TIQuery.h"
@@ -28,6 +29,15 @@ bool Holds(std::span<const std::string> classes, const std::string& name) {
 }
 
 }  // namespace
+
+void TpoEncounter::Create(TPlBaseObject* AOwner, TObject* ARetainer) {
+  TpoWardObject::Create(AOwner, ARetainer);
+  RegisterAgregatedObjects({&FPatient});
+}
+
+TpoPatient* TpoEncounter::Patient() {
+  return GetOne2OneRelation(FPatient, "ID", Provider<TplPatient>(), "PATIENT_ID");
+}
 
 std::string TpoEncounter::GetTextDescription() {
   return Format("%s, %s: %s", GetAttrValueAsFormatedDate("STARTED"), GetAttrValue(kClass),

@@ -5,18 +5,26 @@
 #include <string>
 
 #include "WardObject.h"
+#include "perlayer/object/TplMember.h"
 
 namespace ward {
 
 using namespace perlayer;
 
+class TpoPatient;
+
 class TpoEncounter : public TpoWardObject {
   TCLASS(TpoEncounter, TpoWardObject)
  public:
+  void Create(TPlBaseObject* AOwner, TObject* ARetainer) override;
+  TpoPatient* Patient();  // nullptr when it is deactivated
   std::string GetTextDescription()
       override;  // "27.01.2023 16:17, ambulatory: Encounter for symptom"
   // HOURS from beginning to end; empty while it lasts.
   std::string GetCalcAttrValue(const std::string& AName) override;
+
+ private:
+  TplMember<TpoPatient> FPatient;
 };
 
 class TpoStay : public TpoEncounter {

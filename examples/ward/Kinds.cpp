@@ -24,4 +24,12 @@ THold<> FetchObject(const TWardTable& table, const std::string& id) {
       Format(deactivated ? "%s %s is deactivated" : "there is no %s %s", KindName(table), id));
 }
 
+THold<TPlBoList> FetchedList(TplProvider* provider, const std::string& condition) {
+  const TOwned<TScopeRetainer> fetcher = Make<TScopeRetainer>();
+  TPlBoList* list = provider->FetchObjectList(fetcher.Get(), condition, "", true);
+  THold<TPlBoList> hold(list);
+  list->Release(fetcher.Get());
+  return hold;
+}
+
 }  // namespace ward

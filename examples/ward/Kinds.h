@@ -4,6 +4,7 @@
 #include <string>
 
 #include "Schema.h"
+#include "perlayer/list/TPlBoList.h"
 #include "perlayer/object/THold.h"
 
 namespace ward {
@@ -15,5 +16,8 @@ TplProvider* ProviderOf(const TWardTable& table);
 
 // A discharge comes with its letter. Raises when there is no such row, or a deactivated one.
 THold<> FetchObject(const TWardTable& table, const std::string& id);
+
+// A list of the objects that the condition (SQL) finds, held.
+THold<TPlBoList> FetchedList(TplProvider* provider, const std::string& condition);
 
 }  // namespace ward

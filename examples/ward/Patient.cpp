@@ -1,5 +1,7 @@
 #include "Patient.h"
 
+#include "Encounter.h"
+#include "Finding.h"
 #include "perlayer/foundation/BoMessageDlg.h"
 #include "perlayer/platform/Format.h"
 #include "perlayer/platform/Text.h"
@@ -19,6 +21,21 @@ int WholeYears(TDateTime from, TDateTime to) {
 }
 
 }  // namespace
+
+void TpoPatient::Create(TPlBaseObject* AOwner, TObject* ARetainer) {
+  TpoWardObject::Create(AOwner, ARetainer);
+  RegisterAgregatedObjects({&FEncounters, &FConditions});
+}
+
+TPlBoList* TpoPatient::Encounters() {
+  return GetOne2ManyRelation(FEncounters, "PATIENT_ID", Provider<TplEncounter>(), "ID", "",
+                             "-STARTED");
+}
+
+TPlBoList* TpoPatient::Conditions() {
+  return GetOne2ManyRelation(FConditions, "PATIENT_ID", Provider<TplCondition>(), "ID", "",
+                             "-STARTED");
+}
 
 std::string TpoPatient::GetTextDescription() {
   return Format("%s (%s)", GetAttrValue("FULLNAME"), GetAttrValue("BIRTHDATE"));

@@ -25,6 +25,7 @@ struct TWardTable {
   const char* file;  // nullptr: the table starts without rows
   const char* name;  // without its owner
   std::vector<TWardColumn> columns;
+  const char* listed;  // the attributes that tell most of an object, comma-separated
 };
 
 // In an order in which a table stands behind those that it refers to.

@@ -67,6 +67,7 @@ void Tour(const std::string& databaseFile, const std::string& dataDirectory, boo
   CheckScene(narrator, database);
   SqlScene(narrator, database);
   WritingAct(narrator, database, databaseFile);
+  SharingAct(narrator, database, databaseFile);
   LogScene(narrator);
   narrator.Say(isScratch
                    ? "\nThat was the tour. Its database and log go now; `ward tour --db FILE` "

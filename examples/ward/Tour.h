@@ -27,4 +27,7 @@ void SqlScene(TNarrator& narrator, TSqliteDatabase& database);
 // TourWriting.cpp: the second act; it takes away what it has written.
 void WritingAct(TNarrator& narrator, TSqliteDatabase& database, const std::string& databaseFile);
 
+// TourSharing.cpp: the third act; what it changes it changes back.
+void SharingAct(TNarrator& narrator, TSqliteDatabase& database, const std::string& databaseFile);
+
 }  // namespace ward

@@ -13,6 +13,7 @@
 #include "Show.h"
 #include "Sql.h"
 #include "Tour.h"
+#include "Who.h"
 #include "perlayer/corekit/ILoginInfo.h"
 #include "perlayer/corekit/TFileLog.h"
 #include "perlayer/platform/TLayer.h"
@@ -47,6 +48,12 @@ int Run(TArguments arguments) {
       return Check(arguments.database, arguments.maps) ? 0 : 1;
     case TCommand::sql:
       Sql(arguments.database, arguments.sql);
+      break;
+    case TCommand::list:
+      List(arguments.database, *arguments.change.table, arguments.list);
+      break;
+    case TCommand::who:
+      Who(arguments.database, arguments.patient);
       break;
     case TCommand::edit:
       Edit(arguments.database, arguments.change);
