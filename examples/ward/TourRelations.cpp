@@ -58,8 +58,9 @@ void HoldersScene(TNarrator& narrator) {
   WARD_ASK(narrator, THold<TpoPatient> patient(Provider<TplPatient>(), "8");)
   if (!patient) return narrator.Answer("nullptr");
   WARD_ASK(narrator, TPlBoList* encounters = patient->Encounters();)
-  for (int i = 0; i < encounters->Count() && i < 2; ++i) {
-    WARD_ASK(narrator, Cast<TpoEncounter>(encounters->Get(i))->Patient();)
+  if (encounters->Count() >= 2) {
+    WARD_ASK(narrator, Cast<TpoEncounter>(encounters->Get(0))->Patient();)
+    WARD_ASK(narrator, Cast<TpoEncounter>(encounters->Get(1))->Patient();)
   }
   WARD_ANSWER(narrator, HolderTable(patient.Get(), &trace));
   CutCycles(patient.Get());
