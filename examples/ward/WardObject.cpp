@@ -46,7 +46,7 @@ std::string NewUuid() {
   uuid = LowerCase(uuid);
   uuid[12] = '4';
   uuid[16] = "89ab"[static_cast<std::size_t>(uuid[16]) % 4];
-  for (const std::size_t at : {8u, 13u, 18u, 23u}) uuid.insert(at, "-");
+  for (const std::size_t at : {8u, 13u, 18u, 23u}) uuid.insert(at, 1, '-');
   return uuid;
 }
 

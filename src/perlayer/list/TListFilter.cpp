@@ -1,6 +1,7 @@
 #include "perlayer/list/TListFilter.h"
 
 #include <new>
+#include <string>
 
 #include "perlayer/list/TFilterCode.h"
 #include "perlayer/platform/Exception.h"
@@ -8,6 +9,14 @@
 #include "perlayer/platform/Text.h"
 
 namespace perlayer {
+
+namespace {
+
+Exception Wrong(const TFilterCode& code, const std::string& detail) {
+  return Exception(Format("Napačen filter: %s! (podrobnosti: %s)", code.text, detail));
+}
+
+}  // namespace
 
 bool TListFilter::Evaluate(TplPerObject* object, std::string_view filter) {
   if (FCode == nullptr || FCode->text != filter) {
@@ -18,10 +27,12 @@ bool TListFilter::Evaluate(TplPerObject* object, std::string_view filter) {
   std::shared_ptr<TFilterCode> kept;  // so that it may be replaced meanwhile
   try {
     return code.Run(object, kept);
+  } catch (const Exception& e) {
+    throw Wrong(code, e.Message());
   } catch (const std::bad_alloc&) {
     throw;  // not the filter's fault
   } catch (const std::exception& e) {
-    throw Exception(Format("Napačen filter: %s! (podrobnosti: %s)", code.text, e.what()));
+    throw Wrong(code, e.what());
   }
 }
 
