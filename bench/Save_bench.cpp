@@ -83,9 +83,9 @@ void UpdateRaw(benchmark::State& state) {
 // comparison: the figures are ratios to UpdateRaw.
 void UpdateRawWholeRow(benchmark::State& state) {
   TRawWriter writer(
-      "update \"OMRA.BENCH\" set SURNAME = ?1, NAME = ?2, CITY = ?3, STREET = ?4, ZIP = ?5, PHONE "
-      "= "
-      "?6, DIAGNOSIS = ?7, WEIGHT = ?8, BORN = ?9, VISITS = ?10, ACTIVE = ?11 where ID = ?12");
+      "update \"OMRA.BENCH\" set SURNAME = ?1, NAME = ?2, CITY = ?3, STREET = ?4, ZIP = ?5, "
+      "PHONE = ?6, DIAGNOSIS = ?7, WEIGHT = ?8, BORN = ?9, VISITS = ?10, ACTIVE = ?11 where ID = "
+      "?12");
   const std::string texts[] = {"Novakovic-Kranjc 012345",
                                "Marija Terezija 012345",
                                "",

@@ -10,14 +10,6 @@
 
 namespace perlayer {
 
-namespace {
-
-Exception Wrong(const TFilterCode& code, const std::string& detail) {
-  return Exception(Format("Napačen filter: %s! (podrobnosti: %s)", code.text, detail));
-}
-
-}  // namespace
-
 bool TListFilter::Evaluate(TplPerObject* object, std::string_view filter) {
   if (FCode == nullptr || FCode->text != filter) {
     if (Empty(filter)) return true;
@@ -27,12 +19,11 @@ bool TListFilter::Evaluate(TplPerObject* object, std::string_view filter) {
   std::shared_ptr<TFilterCode> kept;  // so that it may be replaced meanwhile
   try {
     return code.Run(object, kept);
-  } catch (const Exception& e) {
-    throw Wrong(code, e.Message());
   } catch (const std::bad_alloc&) {
     throw;  // not the filter's fault
   } catch (const std::exception& e) {
-    throw Wrong(code, e.what());
+    const std::string detail = ExceptionMessage(e);
+    throw Exception(Format("Napačen filter: %s! (podrobnosti: %s)", code.text, detail));
   }
 }
 

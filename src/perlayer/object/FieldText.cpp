@@ -39,7 +39,7 @@ std::string TextOf(TplPerObject* object, const std::string& name, TFieldType typ
       const TDateTime value = object->GetAttrValueAsDate(name);
       return value == TplPerObject::kNoDate ? std::string() : DateTimeToStr(value);
     }
-    default:
+    default:  // no class map declares another type; a provider's own fields may have one
       throw Exception("Field type not implemented");
   }
 }

@@ -36,7 +36,11 @@ PERLAYER_EXCEPTION(EStreamError, Exception);       // reading or writing a file 
 PERLAYER_EXCEPTION(EComponentError, Exception);    // component names: duplicate or malformed
 
 // A message for any exception: Message() of ours, what() of the standard library's.
-inline std::string ExceptionMessage(const std::exception& e) { return e.what(); }
+// Whole, also where a message holds a NUL.
+inline std::string ExceptionMessage(const std::exception& e) {
+  const auto* const ours = dynamic_cast<const Exception*>(&e);
+  return ours != nullptr ? ours->Message() : e.what();
+}
 
 // Raises EAssertionFailed with the message unless the condition holds; present in every build.
 inline void Assert(bool condition, const char* message) {
