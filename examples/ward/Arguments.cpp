@@ -236,7 +236,7 @@ For example:
 
   ward load
   ward show patient 8
-  ward list patients --filter "CITY LIKE 'Bo%%'" --order "@SEX,-BIRTHDATE"
+  ward list patients --filter "CITY LIKE 'on'" --order "@SEX,-BIRTHDATE"
   ward edit patient 8 CITY=Bled PHONE=041-123-456
   ward new patient LAST=Novak FIRST=Ana BIRTHDATE=12.3.1951 SEX=F
   ward delete patient 8 --user GUEST

@@ -42,17 +42,22 @@ constexpr TGloss kGlosses[] = {
     {"Vrednost * v polju * ni število.", "The value * of field * is no number."},
     {"Vrednost * v polju * ni datum.", "The value * of field * is no date."},
     {"Napačen filter: *! (podrobnosti: *)", "Wrong filter: * (details: *)"},
+    {"mesto *: pričakovano *, najdeno *", "character *: expected *, found *"},
+    {"mesto *: besedilo nima zaključnega narekovaja", "character *: the text has no closing quote"},
+    {"konec filtra", "the end of the filter"},
     {"Vrednost v polju * je predolga: * znakov, dovoljenih je *.",
      "The value of field * is too long: * characters where * may stand."},
 };
 
-// What stands for each * in the line; false when the line is another.
+// What stands for each * in the line; false when the line is another. The last star takes all that
+// it can, as a filter's fault may itself speak of parentheses.
 bool Matches(std::string_view line, std::string_view pattern, std::vector<std::string>& stars) {
   const std::vector<std::string> pieces = SplitText(pattern, "*");
   std::size_t at = 0;
   for (std::size_t i = 0; i < pieces.size(); ++i) {
-    const std::size_t found = line.find(pieces[i], at);
-    if (found == std::string_view::npos) return false;
+    const bool last = i > 0 && i + 1 == pieces.size();
+    const std::size_t found = last ? line.rfind(pieces[i]) : line.find(pieces[i], at);
+    if (found == std::string_view::npos || found < at) return false;
     if (i > 0) stars.emplace_back(line.substr(at, found - at));
     at = found + pieces[i].size();
   }
@@ -67,7 +72,11 @@ std::string EnglishOf(std::string_view line) {
     if (!Matches(Trim(line), gloss.slovene, stars)) continue;
     const std::vector<std::string> pieces = SplitText(gloss.english, "*");
     std::string english = pieces.front();
-    for (std::size_t i = 1; i < pieces.size(); ++i) english += stars.at(i - 1) + pieces[i];
+    for (std::size_t i = 1; i < pieces.size(); ++i) {
+      const std::string& star = stars.at(i - 1);
+      const std::string said = EnglishOf(star);
+      english += (said.empty() ? star : said) + pieces[i];
+    }
     return english;
   }
   return "";

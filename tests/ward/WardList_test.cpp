@@ -79,6 +79,8 @@ TEST_F(WardList, RefusesWhatItCannotList) {
     EXPECT_EQ(run.status, 1);
     ExpectInOrder(run.output, {"ward: Napačen filter: ", filter, "\n  = Wrong filter: "});
   }
+  ExpectInOrder(Do({"list", "patients", "--filter", "(CITY = 'Boston'"}).output,
+                {"(details: character 17: expected \")\", found the end of the filter)\n"});
 }
 
 TEST_F(WardList, TellsWhoHoldsAPatient) {
