@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <utility>
 
 #include "perlayer/corekit/ISystemParameters.h"
 #include "perlayer/foundation/FoundationState.h"
@@ -16,6 +17,25 @@ namespace perlayer {
 namespace {
 
 using enum TIReleaseType;
+
+// Asks the test before a fetched twin is copied into it.
+class TpoRestless : public TpoPatient {
+  TCLASS(TpoRestless, TpoPatient)
+ public:
+  bool CanAssignFieldsWithReloadFlag() override {
+    if (const auto asked = std::exchange(OnAsked, nullptr)) asked();
+    return true;
+  }
+  static inline std::function<void()> OnAsked;
+};
+class TplRestless : public TplPatient {
+  TCLASS(TplRestless, TplPatient)
+ public:
+  void SetQueryName() override { FQueryName = "quPatient"; }
+  TplPerObject* InternalCreateObject(TObject* ARetainer) override {
+    return New<TpoRestless>(this, ARetainer);
+  }
+};
 
 class TDictionaryTest : public THospital {
  protected:
@@ -273,6 +293,63 @@ TEST_F(TDictionaryTest, AListGetsTheLiveObjectsInTheirPlaces) {
             "TplGlobalDictionary.ConsultDictionaryForList: Wrong class while putting fetched "
             "object into global dictionary: Object in dictionary is TpoPatient and fetched object "
             "is TpoVisit!");
+}
+
+TEST_F(TDictionaryTest, AMergeMindsWhatItsCallsHaveChanged) {
+  auto* provider = New<TplRestless>(nullptr, FMap);
+  provider->aiTableName("PATIENT");
+  for (const int id : {1, 2, 3}) AddPatient(id, "Ana");
+  THold<> live;
+  THold<> other;
+  TPlBoList* list = nullptr;
+  struct TCase {
+    const char* what;
+    std::function<void()> asked;
+    int members;
+  };
+  const TCase kCases[] = {
+      {"nothing", [] {}, 3},
+      {"the entry ends", [&] { live.Reset(); }, 3},
+      {"another is the live one",
+       [&] {
+         live.Reset();
+         other = THold<>(provider, "2");
+       },
+       3},
+      {"the twin ends", [&] { list->Delete(1); }, 2},
+      {"the twin moves", [&] { list->Move(1, 0); }, 3},
+      {"members go", [&] { list->Delete(0); }, 2},
+      {"the list ends", [&] { list->Release(FForm.Get()); }, 0},
+  };
+  provider->FetchObjectList(FForm.Get(), "ID > 0", "", true)->Release(FForm.Get());
+  const std::int64_t before = TSlotTable::LiveCount();
+  for (const TCase& item : kCases) {
+    SCOPED_TRACE(item.what);
+    FDictionary->aiUSEDICTIONARY(false);
+    list = provider->FetchObjectList(FForm.Get(), "ID > 0", "ID", true);
+    FDictionary->aiUSEDICTIONARY(true);
+    live = THold<>(provider, "2");
+    TpoRestless::OnAsked = item.asked;
+    TPlBoList* given = list;
+    FDictionary->ConsultDictionaryForList(given, FForm.Get());
+    ASSERT_TRUE(FDictionary->aiUSEDICTIONARY() && PerLayerStatistics()->aiEnableEvents());
+    if (item.members > 0) {
+      ASSERT_EQ(list->Count(), item.members);
+      for (TplPerObject* member : *list) {
+        ASSERT_NE(member, nullptr);
+        EXPECT_EQ(FDictionary->TakeObject(provider, member->GetGID()), member);
+        const bool isHeld = member == live.Get() || member == other.Get();
+        EXPECT_EQ(member->RefCount(), isHeld ? 2 : 1);
+      }
+      list->Release(FForm.Get());
+    }
+    live.Reset();
+    other.Reset();
+    EXPECT_EQ(TSlotTable::LiveCount(), before);
+    // What has ended while the switch was off leaves when it is read.
+    EXPECT_EQ(FDictionary->Count() == 0 ? nullptr : FDictionary->GetPerObjectWithIndex(0), nullptr);
+    EXPECT_EQ(FDictionary->Count(), 0);
+  }
 }
 
 // The parameter is read when the dictionary is made.

@@ -51,11 +51,12 @@ bool TplPerObject::Copying(TCopy&& copy) {
 }
 
 bool TplPerObject::AssignFields(TplPerObject* AOther) {
+  const TAlive alive(this);
+  const TAlive otherAlive(AOther);
+  if (AOther->FProvider != FProvider) ManageDiffrentProvider(AOther);
+  if (!alive || !otherAlive) return false;
   const bool sameProvider = AOther->FProvider == FProvider;
-  if (!sameProvider) ManageDiffrentProvider(AOther);
   return Copying([&](const auto& write) {
-    const TAlive alive(this);
-    const TAlive otherAlive(AOther);
     const int id = GetMetaData()->GetAttrIndex(FProvider->GetIDAttrName());
     const int count = AttrCount();
     // The first attribute is never copied, be it the ID or not. Who shows the object hears of each
@@ -80,11 +81,12 @@ bool TplPerObject::AssignFieldsForLoad(TplPerObject* AOther) {
 
 bool TplPerObject::AssignFieldswithReloadFlag(TplPerObject* AOther, bool ACheck) {
   const TAlive alive(this);
+  const TAlive otherAlive(AOther);
   FbReloading = true;
   return TryFinally(
       [&] {
-        if (ACheck && (!CanAssignFieldsWithReloadFlag() || GetModified())) return false;
-        return alive && AssignFields(AOther);
+        if (ACheck && (!CanAssignFieldsWithReloadFlag() || !alive || GetModified())) return false;
+        return alive && otherAlive && AssignFields(AOther);
       },
       [&] {
         if (alive) FbReloading = false;

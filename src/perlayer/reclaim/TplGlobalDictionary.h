@@ -71,7 +71,8 @@ class TplGlobalDictionary : public TPlDictionary {
   // Makes one of a freshly fetched object, which ARetainer holds, and the entry of its key: the
   // entry takes the fetched values and comes in the place of the fetched object. Without an entry
   // the object gets one. What copying raises leaves the switch off.
-  // Whatever it raises, ARetainer holds what AObject is then.
+  // Whatever it raises, ARetainer holds what AObject is then; nullptr where ARetainer has let go of
+  // it meanwhile.
   void ConsultDictionary(TObject* ARetainer, TplPerObject*& AObject);
   // The same for each member of a list, which holds them itself. Keys are those of the list's
   // provider. Raises when an entry is of a class that has nothing to do with the member's.

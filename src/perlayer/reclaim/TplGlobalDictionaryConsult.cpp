@@ -1,5 +1,7 @@
 // TplGlobalDictionary: what has been fetched and what is in memory become one.
 
+#include <algorithm>
+
 #include "perlayer/list/TPlBoList.h"
 #include "perlayer/platform/Format.h"
 #include "perlayer/provider/TplProvider.h"
@@ -8,14 +10,21 @@
 
 namespace perlayer {
 
-// The twin's values become the entry's, and the entry comes where the twin was: put(object) is told
-// who AHolder holds now. The entry is held before the twin goes, which may have been the last to
-// hold what holds it. Whatever is raised, what was put last is held.
+// The twin's values become the entry's, and the entry comes where the twin was: put(from, to) puts
+// one in the other's place, unless that is gone, and answers whether it did. The entry is held
+// before the twin goes, which may have been the last to hold what holds it. Whatever is raised,
+// what was put last is held. What the entry asks as it is copied into may end any of the three.
 template <class TPut>
 void TplGlobalDictionary::Merge(TplPerObject* AEntry, TplPerObject* ATwin, TObject* AHolder,
                                 TPut&& put) {
   if (AEntry == ATwin) return;
   const TAlive alive(AEntry);
+  const TAlive twinAlive(ATwin);
+  const TAlive holderAlive(AHolder);
+  const auto replace = [&](TplPerObject* from, TplPerObject* to) {
+    to->AddRef(AHolder);
+    (put(from, to) ? from : to)->Release(AHolder);
+  };
   TIPerLayerStatistics* statistics = PerLayerStatistics();
   const bool events = statistics->aiEnableEvents();
   statistics->aiEnableEvents(false);
@@ -25,24 +34,19 @@ void TplGlobalDictionary::Merge(TplPerObject* AEntry, TplPerObject* ATwin, TObje
         // knows that the object may not be what its row is.
         SetUSEDICTIONARY(false);
         AEntry->AssignFieldswithReloadFlag(ATwin, true);
-        if (alive) {
-          AEntry->AddRef(AHolder);
-          put(AEntry);
-          ATwin->Release(AHolder);
-        }
+        if (alive && twinAlive && holderAlive) replace(ATwin, AEntry);
         SetUSEDICTIONARY(true);
       },
       [&] { statistics->aiEnableEvents(events); });
-  if (!alive) {
-    AddPerObject(ATwin->aiProvider(), ATwin, AHolder);
-    return;
+  // What has been called may have put another object there, or have left none.
+  TplPerObject* const now = alive ? AEntry : twinAlive ? ATwin : nullptr;
+  if (now == nullptr) return;
+  TplPerObject* live = TakeObject(now->aiProvider(), now->GetGID());
+  if (live == nullptr && now == ATwin) {
+    AddPerObject(now->aiProvider(), now, holderAlive ? AHolder : nullptr);
+  } else if (live != nullptr && live != now && holderAlive) {
+    replace(now, live);
   }
-  // What the twin did as it went may have put another object there.
-  TplPerObject* live = TakeObject(AEntry->aiProvider(), AEntry->GetGID());
-  if (live == nullptr || live == AEntry) return;
-  live->AddRef(AHolder);
-  put(live);
-  AEntry->Release(AHolder);
 }
 
 void TplGlobalDictionary::ConsultDictionary(TObject* ARetainer, TplPerObject*& AObject) {
@@ -52,7 +56,13 @@ void TplGlobalDictionary::ConsultDictionary(TObject* ARetainer, TplPerObject*& A
   if (entry == nullptr) {
     Enter(key, AObject, ARetainer);
   } else {
-    Merge(entry, AObject, ARetainer, [&](TplPerObject* object) { AObject = object; });
+    const TAlive alive(AObject);
+    TplPerObject* const twin = AObject;
+    Merge(entry, twin, ARetainer, [&](TplPerObject*, TplPerObject* to) {
+      AObject = to;
+      return true;
+    });
+    if (AObject == twin && !alive) AObject = nullptr;
   }
 }
 
@@ -86,7 +96,14 @@ void TplGlobalDictionary::ConsultDictionaryForList(TPlBoList*& AList, TObject* A
                  "%s!",
                  entry->ClassName(), member->ClassName()));
     }
-    Merge(entry, member, list, [&](TplPerObject* object) { list->Put(i, object); });
+    const int members = list->Count();
+    Merge(entry, member, list, [&](TplPerObject* from, TplPerObject* to) {
+      const int place = i < list->Count() && list->Get(i) == from ? i : list->IndexOf(from);
+      if (place >= 0) list->Put(place, to);
+      return place >= 0;
+    });
+    // Members may have gone meanwhile; those that come a second time are entries already.
+    if (alive) i = std::max(-1, i - std::max(0, members - list->Count()));
   }
 }
 
