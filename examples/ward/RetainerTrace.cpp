@@ -53,8 +53,26 @@ TRetainerTrace::TRetainerTrace() : FBefore(PerLayerStatistics()->aiOnRefChangedE
 
 TRetainerTrace::~TRetainerTrace() { PerLayerStatistics()->aiOnRefChangedEvent(FBefore); }
 
-void TRetainerTrace::Heard(TPlBaseObject* object, TIReferenceEventType type, TObject* holder) {
+// What is known of the object, and of the twins that have ended in its favour.
+std::vector<TRetainerTrace::TReference>& TRetainerTrace::ReferencesTo(TPlBaseObject* object) {
   std::vector<TReference>& references = FReferences[TObjectHandle(object).Value()];
+  auto* const row = As<TplPerObject>(object);
+  const auto made = row == nullptr ? FMade.end() : FMade.find(row->GetGlobalID());
+  if (made == FMade.end()) return references;
+  std::erase_if(made->second, [&](const TObjectHandle& twin) {
+    if (twin.IsAlive()) return false;
+    const auto last = FReferences.find(twin.Value());
+    if (last != FReferences.end()) {
+      references.insert(references.end(), last->second.begin(), last->second.end());
+      FReferences.erase(last);
+    }
+    return true;
+  });
+  return references;
+}
+
+void TRetainerTrace::Heard(TPlBaseObject* object, TIReferenceEventType type, TObject* holder) {
+  std::vector<TReference>& references = ReferencesTo(object);
   const TObjectHandle handle(holder);
   if (type == TIReferenceEventType::reRelease) {
     // A retainer list lets go of a holder's first entry.
@@ -65,16 +83,17 @@ void TRetainerTrace::Heard(TPlBaseObject* object, TIReferenceEventType type, TOb
     if (references.empty()) FReferences.erase(TObjectHandle(object).Value());
     return;
   }
+  if (type == TIReferenceEventType::reCreate) {
+    if (auto* const row = As<TplPerObject>(object)) FMade[row->GetGlobalID()].emplace_back(row);
+  }
   TReference reference{handle, Now(), {}, 0};
   reference.depth = backtrace(reference.frames.data(), kFrames);
   references.push_back(reference);
 }
 
-TRetainerTrace::TTaken TRetainerTrace::Taken(const TplDomainObject* object, const TObject* holder,
-                                             int n) const {
-  const auto found = FReferences.find(TObjectHandle(object).Value());
-  if (found == FReferences.end()) return {};
-  for (const TReference& reference : found->second) {
+TRetainerTrace::TTaken TRetainerTrace::Taken(TplDomainObject* object, const TObject* holder,
+                                             int n) {
+  for (const TReference& reference : ReferencesTo(object)) {
     if (reference.holder != TObjectHandle(holder) || n-- > 0) continue;
     TTaken taken{TimeToStr(reference.time), ""};
     for (int i = 0; i < reference.depth && taken.caller.empty(); ++i) {
@@ -88,7 +107,7 @@ TRetainerTrace::TTaken TRetainerTrace::Taken(const TplDomainObject* object, cons
   return {};
 }
 
-std::vector<std::string> HolderTable(TplDomainObject* object, const TRetainerTrace* trace) {
+std::vector<std::string> HolderTable(TplDomainObject* object, TRetainerTrace* trace) {
   TTextTable table({{"holder"}, {"which"}, {"since"}, {"taken by"}});
   TplRetainerList* holders = object->aiRetainerList();
   std::map<TObject*, int> seen;

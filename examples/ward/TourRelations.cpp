@@ -54,9 +54,9 @@ void HoldersScene(TNarrator& narrator) {
       "reference that is taken, to whoever listens; this program's TRetainerTrace writes down when "
       "and by which function.");
   WARD_ASK(narrator, TRetainerTrace trace;)
-  WARD_ASK(narrator, auto city = FetchedList(Provider<TplPatient>(), "CITY='Weymouth'");)
   WARD_ASK(narrator, THold<TpoPatient> patient(Provider<TplPatient>(), "8");)
   if (!patient) return narrator.Answer("nullptr");
+  WARD_ASK(narrator, auto city = FetchedList(Provider<TplPatient>(), "CITY='Weymouth'");)
   WARD_ASK(narrator, TPlBoList* encounters = patient->Encounters();)
   if (encounters->Count() >= 2) {
     WARD_ASK(narrator, Cast<TpoEncounter>(encounters->Get(0))->Patient();)

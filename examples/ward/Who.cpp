@@ -29,7 +29,7 @@ void Who(const std::string& databaseFile, const std::string& id) {
   const TSqliteDatabase database = OpenWard(databaseFile);
   LoadHospitalClasses();
   const TUseDictionary dictionary(true);
-  const TRetainerTrace trace;
+  TRetainerTrace trace;
   const THold<> object = FetchObject(PatientTable(), id);
   auto* const patient = Cast<TpoPatient>(object.Get());
   for (TplPerObject* encounter : *patient->Encounters()) Cast<TpoEncounter>(encounter)->Patient();
