@@ -89,9 +89,9 @@ void TplPerObject::InitializeFromDataSet(TDataSet* ADataSet) {
 
 std::string TplPerObject::GetAttrValue(const std::string& AName) {
   TPlClassMetaData* metaData = GetMetaData();
-  const int index = metaData->GetAttrIndex(AName);
-  if (index >= 0) return data.GetAttrValueByIndex(index);
-  if (metaData->IsCalcAttr(AName)) {
+  const TPlClassMetaData::TFound found = metaData->Find(AName);
+  if (found.index >= 0) return data.GetAttrValueByIndex(found.index);
+  if (metaData->IsCalcAttr(found, AName)) {
     return FCalcAttrValueProc != nullptr ? (*FCalcAttrValueProc)(this, AName)
                                          : GetCalcAttrValue(AName);
   }

@@ -616,6 +616,8 @@ class TplPerObject : public TplDomainObject {
   int AttrIndexToWrite(const std::string& AName);
   bool WriteID(int AIndex, const std::string& AName, std::string AValue);
   bool EndWrite(int AIndex, const std::string& AName, const std::string& AValue);
+  bool ValidateWrite(int AIndex, const std::string& AName, const std::string& AValue);
+  bool IsReadOnlyIn(TPlClassMetaData& AMetaData, int AIndex);
   std::string PostErrors(bool& AErrors) const;
   void ReleaseEditing();
   void Deactivate(const std::string& AActive);

@@ -66,15 +66,16 @@ bool TplPerObject::SetFromXmlAttrValue(const std::string& AName, const std::stri
 bool TplPerObject::SetAttrValueCommon(const std::string& AName, const std::string& AValue,
                                       bool ACheckReadOnly) {
   TPlClassMetaData* metaData = GetMetaData();
-  int index = metaData->GetAttrIndex(AName);
-  if (index < 0) index = AttrIndexToWrite(AName);  // raises
+  const TPlClassMetaData::TFound found = metaData->Find(AName);
+  const int index = found.index;
+  if (index < 0) AttrIndexToWrite(AName);  // raises
   // The old value may be written back whatever the rights: an edit can be undone.
   if (!FInitializingBo && ACheckReadOnly && AValue != data.OldValueView(index) && GetReadOnly()) {
     throw Exception(Format(RSReadOnlyObject, GetTextDescription(), ClassName(), GetGID(), AName,
                            AValue, GetReadOnlyReason()));
   }
-  if (metaData->IsCalcAttr(AName) ||
-      (IsAttributeReadOnly(index) && AValue != GetAttrOldValue(AName))) {
+  if (metaData->IsCalcAttr(found, AName) ||
+      (IsReadOnlyIn(*metaData, index) && AValue != GetAttrOldValue(AName))) {
     throw Exception(Format(RSReadOnlyField, GetTextDescription(),
                            metaData->GetAttrProperties(AName).sDispLabel));
   }
@@ -111,23 +112,18 @@ bool TplPerObject::PrivateSetAttrValue(int AIndex, const std::string& AValue) {
 // The value is a copy: what the dictionary does may change what it came from.
 bool TplPerObject::WriteID(int AIndex, const std::string& AName, std::string AValue) {
   const bool changed = data.ValueView(AIndex) != AValue;
-  // Written aside: once the dictionary has the new key nothing may fail any more. A new ID is never
-  // a difference, so the old value becomes the same.
-  TIboData written = data;
-  written.SetAttrValueByIndex(AIndex, AValue);
-  written.SetAttrOldValueByIndex(AIndex, AValue);
+  // Written aside: once the dictionary has the new key nothing may fail any more.
+  TIboData::TWrittenBoth written = data.WithBoth(AIndex, AValue);
   GlobalDictionary()->ChangeID(FProvider, GetGID(), this, AValue);
-  data = std::move(written);
+  data.Take(std::move(written));
   return !changed || EndWrite(AIndex, AName, AValue);
 }
 
 // A value has changed: whoever shows the object, validates and hears it is told.
 bool TplPerObject::EndWrite(int AIndex, const std::string& AName, const std::string& AValue) {
-  const TAlive alive(this);
-  std::string kept;  // listeners may change what AValue refers to
-  const bool isShown = FEdits != nullptr && FEdits->FDataSet != nullptr;
-  if (isShown) {
-    kept = AValue;
+  if (FEdits != nullptr && FEdits->FDataSet != nullptr) {
+    const TAlive alive(this);
+    const std::string kept = AValue;  // listeners may change what AValue refers to
     TryFinally(
         [&] {
           FEdits->FDataSet->UpdateAttribute(AName);
@@ -136,13 +132,21 @@ bool TplPerObject::EndWrite(int AIndex, const std::string& AName, const std::str
         [&] {
           if (alive && !FInitializingBo) FModified = FNotChecked = true;
         });
-    if (!alive) return true;
+    return !alive || ValidateWrite(AIndex, AName, kept);
   }
+  return ValidateWrite(AIndex, AName, AValue);
+}
+
+bool TplPerObject::ValidateWrite(int AIndex, const std::string& AName, const std::string& AValue) {
   if (FInitializingBo) return true;
   FModified = FNotChecked = true;
-  const bool valid = FIgnoreValidation || (ValidatesByMapAlone() && PassesMap(AIndex)) ||
-                     ValidateAttribute(AName, Variant(isShown ? kept : AValue));
-  if (alive && IsHeard()) CallNotifyActionForAttribute(TIBaseObjectAction::paModified, AName);
+  bool valid = true;
+  if (!FIgnoreValidation && !(ValidatesByMapAlone() && PassesMap(AIndex))) {
+    const TAlive alive(this);
+    valid = ValidateAttribute(AName, Variant(AValue));
+    if (!alive) return valid;
+  }
+  if (IsHeard()) CallNotifyActionForAttribute(TIBaseObjectAction::paModified, AName);
   return valid;
 }
 
@@ -276,10 +280,12 @@ TPlDictionary* TplPerObject::GetReadOnlyAttributes() {
 
 void TplPerObject::SetReadOnly(bool) { throw Exception("Setting of Read only not implemented"); }
 
-bool TplPerObject::IsAttributeReadOnly(int AIndex) {
-  if (GetMetaData()->AttrPropertiesOf(AIndex).bReadOnly) return true;
+bool TplPerObject::IsAttributeReadOnly(int AIndex) { return IsReadOnlyIn(*GetMetaData(), AIndex); }
+
+bool TplPerObject::IsReadOnlyIn(TPlClassMetaData& AMetaData, int AIndex) {
+  if (AMetaData.AttrPropertiesOf(AIndex).bReadOnly) return true;
   const TPlDictionary* names = GetReadOnlyAttributes();
-  return names != nullptr && names->IndexOf(GetMetaData()->GetAttrNames()->Strings(AIndex)) >= 0;
+  return names != nullptr && names->IndexOf(AMetaData.NameOf(AIndex)) >= 0;
 }
 
 void TplPerObject::SetReadOnlyFields(std::initializer_list<std::string_view> ANames, bool AClear) {

@@ -175,6 +175,19 @@ void TIboData::SetAttrOldValueByIndex(int AIndex, std::string_view sValue) {
   FOldValues.Set(AIndex, sValue);
 }
 
+TIboData::TWrittenBoth TIboData::WithBoth(int AIndex, std::string_view sValue) const {
+  CheckIndex(FValues, AIndex);
+  const TValueRow& old = FModified && FOldValues.Count() > 0 ? FOldValues : FValues;
+  CheckIndex(old, AIndex);
+  return {FValues.With(AIndex, sValue), old.With(AIndex, sValue)};
+}
+
+void TIboData::Take(TWrittenBoth&& AWritten) noexcept {
+  FValues = std::move(AWritten.values);
+  FOldValues = std::move(AWritten.oldValues);
+  FModified = true;
+}
+
 bool TIboData::AttributeModified(std::string_view AAttribute) const {
   const int index = GetAttrIndex(AAttribute);
   CheckIndex(FValues, index);

@@ -70,6 +70,14 @@ class TIboData {
     return row.At(AIndex);
   }
   void SetAttrOldValueByIndex(int AIndex, std::string_view sValue);
+  // A value that is no change, value and old value alike: made by WithBoth, which leaves the store
+  // as it is, and taken by Take, which cannot fail.
+  struct TWrittenBoth {
+    TValueRow values;
+    TValueRow oldValues;
+  };
+  TWrittenBoth WithBoth(int AIndex, std::string_view sValue) const;
+  void Take(TWrittenBoth&& AWritten) noexcept;
   // False while there are no old values.
   bool AttributeModified(std::string_view AAttribute) const;
 

@@ -18,6 +18,7 @@ void TPlClassMetaData::Create(TplProvider* AOwner, TObject* ARetainer) {
   FProvider = AOwner;
   TcmpClassMap* map = AOwner->aiClassMap();
   FData = map->GetQuery(AOwner->aiQueryName());
+  FIsPlain = &ClassType() == &TPlClassMetaData::ClassInfo();
   FCalcAttr.Sorted(true);
   AddCalcAttribute("DESCRIPTION", "Opis", TFieldType::ftString, kDescriptionSize, "");
   for (const TClassMapField& field : map->CalculatedFields(AOwner->aiQueryName())) {
@@ -37,8 +38,7 @@ std::string TPlClassMetaData::ProviderName() const {
   return provider == nullptr ? "[Unknown]" : provider->ClassName();
 }
 
-TDataSet* TPlClassMetaData::Data() const {
-  if (TObject* data = FData.Get()) return static_cast<TIQuery*>(data);
+void TPlClassMetaData::RaiseNoMap() const {
   throw Exception(Format("No class map defined for provider %s", ProviderName()));
 }
 
@@ -97,21 +97,8 @@ TplAttrProperties TPlClassMetaData::GetAttrPropertiesByIndex(int AAttributeIndex
   return AttrPropertiesOf(AAttributeIndex);
 }
 
-const TplAttrProperties& TPlClassMetaData::AttrPropertiesOf(int AAttributeIndex) {
-  return Described(AAttributeIndex).properties;
-}
-
 const TIValInfoRec& TPlClassMetaData::ValInfoOf(int AAttributeIndex) {
   return Described(AAttributeIndex).info;
-}
-
-const TPlClassMetaData::TDescribed& TPlClassMetaData::Described(int AAttributeIndex) {
-  const TDataSet* data = Data();
-  const auto index = static_cast<std::size_t>(AAttributeIndex);
-  if (index < FDescribed.size() && FDescribed[index].made == data->FieldChanges()) {
-    return FDescribed[index];
-  }
-  return Describe(*data, AAttributeIndex);
 }
 
 const TPlClassMetaData::TDescribed& TPlClassMetaData::Describe(const TDataSet& data,

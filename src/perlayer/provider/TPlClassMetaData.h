@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "perlayer/corekit/TDataSet.h"
 #include "perlayer/corekit/TIValidInfo.h"
 #include "perlayer/foundation/TPlBaseObject.h"
 #include "perlayer/platform/TKeyHash.h"
@@ -20,7 +21,6 @@
 
 namespace perlayer {
 
-class TDataSet;
 class TplProvider;
 
 class TPlClassMetaData : public TPlBaseObject {
@@ -48,6 +48,21 @@ class TPlClassMetaData : public TPlBaseObject {
   }
   bool HasAttribute(std::string_view AsName);
   virtual bool IsCalcAttr(std::string_view AAttr);
+  // What a name is, in any case: a real attribute's index, else -1, and whether there is a
+  // calculated one; a name may be both.
+  struct TFound {
+    int index;
+    bool calculated;
+  };
+  TFound Find(std::string_view name) {
+    TakeInNames();
+    const TFound* recent = FRecent.Find(name);
+    return recent != nullptr ? *recent : FindFolded(name);
+  }
+  // As IsCalcAttr, of a name that Find has looked up.
+  bool IsCalcAttr(const TFound& AFound, std::string_view AAttr) {
+    return FIsPlain ? AFound.calculated : IsCalcAttr(AAttr);
+  }
 
   // Adds the name alone; the numbers are not used.
   void AddAttribute(std::string_view sName, int iType, int iSize);
@@ -55,7 +70,9 @@ class TPlClassMetaData : public TPlBaseObject {
   TplAttrProperties GetAttrProperties(std::string_view sName);
   TplAttrProperties GetAttrPropertiesByIndex(int AAttributeIndex);  // real attributes only
   // The same without a copy, and what its validation string says; both live until the next call.
-  const TplAttrProperties& AttrPropertiesOf(int AAttributeIndex);
+  const TplAttrProperties& AttrPropertiesOf(int AAttributeIndex) {
+    return Described(AAttributeIndex).properties;
+  }
   const TIValInfoRec& ValInfoOf(int AAttributeIndex);
   // Whether the attribute's own description lets every value pass, or every one but the empty one.
   enum class TCheck : std::uint8_t { none, required, codeList };
@@ -75,7 +92,11 @@ class TPlClassMetaData : public TPlBaseObject {
   int BookmarkSize() const { return 10; }
 
  private:
-  TDataSet* Data() const;  // raises when the class map has gone
+  TDataSet* Data() const {  // raises when the class map has gone
+    if (TObject* data = FData.Get()) return static_cast<TDataSet*>(data);
+    RaiseNoMap();
+  }
+  [[noreturn]] void RaiseNoMap() const;
 
   struct TDescribed {
     TplAttrProperties properties;
@@ -83,7 +104,14 @@ class TPlClassMetaData : public TPlBaseObject {
     TCheck check = TCheck::none;
     std::uint32_t made = 0;  // the number of the fields' changes then
   };
-  const TDescribed& Described(int AAttributeIndex);
+  const TDescribed& Described(int AAttributeIndex) {
+    const TDataSet* data = Data();
+    const auto index = static_cast<std::size_t>(AAttributeIndex);
+    if (index < FDescribed.size() && FDescribed[index].made == data->FieldChanges()) {
+      return FDescribed[index];
+    }
+    return Describe(*data, AAttributeIndex);
+  }
   const TDescribed& Describe(const TDataSet& data, int AAttributeIndex);
 
   std::string ProviderName() const;  // "[Unknown]" when the provider has gone
@@ -92,18 +120,10 @@ class TPlClassMetaData : public TPlBaseObject {
   TStringList* FAttrNames = nullptr;  // owned; made on first use
   TCalcAttributes FCalcAttr;          // sorted
   TObjectHandle FData;                // the class map's query
-  struct TFound {
-    int index;        // -1: no real attribute
-    bool calculated;  // a name may be both
-  };
+  bool FIsPlain = false;              // IsCalcAttr is the one of this class
   void IndexNames();
   void TakeInNames() {
     if (FAttrNames == nullptr || FIndexed != FAttrNames->Count()) IndexNames();
-  }
-  TFound Find(std::string_view name) {
-    TakeInNames();
-    const TFound* recent = FRecent.Find(name);
-    return recent != nullptr ? *recent : FindFolded(name);
   }
   TFound FindFolded(std::string_view name);
 

@@ -46,6 +46,7 @@ void TplProvider::Create(TPlBaseObject* AOwner, TObject* ARetainer) {
   FActiveFieldName.clear();
   FIdAttrName.clear();
   FIncludeDeactivated = false;
+  FHasPlainID = (ClassType().Facts() & kPlainID) != 0;
   FsTableOwner = "OMRA";
   if (!Is<TcmpClassMap>(ARetainer)) {
     BoMessageDlg("TplProvider.Create: Retainer has to be of type TcmpClassMap",
@@ -112,18 +113,6 @@ std::string TplProvider::GetIDAttrName() {
     FIdAttrName = query->Fields(0)->FieldName();
   }
   return FIdAttrName;
-}
-
-bool TplProvider::IsIDAttr(std::string_view AName) {
-  std::string asked;
-  if ((ClassType().Facts() & kPlainID) == 0 || FIdAttrName.empty()) asked = GetIDAttrName();
-  const std::string& id = asked.empty() ? FIdAttrName : asked;
-  if (AName == id) return true;
-  // Most names differ in their first letter already.
-  const auto letter = [](std::string_view text) { return text.empty() ? 0 : text[0] | 0x20; };
-  const int a = letter(AName);
-  const int b = letter(id);
-  return (a == b || (a | b) < 0) && SameText(AName, id);
 }
 
 std::string TplProvider::GetCaption() { return ClassMapQuery()->Caption(); }

@@ -22,6 +22,7 @@
 #include "perlayer/foundation/TplAuthorizedObject.h"
 #include "perlayer/platform/TDelegate.h"
 #include "perlayer/platform/TStringList.h"
+#include "perlayer/platform/Text.h"
 #include "perlayer/reclaim/TIPerLayerSettings.h"
 
 namespace perlayer {
@@ -168,7 +169,13 @@ class TplProvider : public TplAuthorizedObject {
   // --- what an application calls ---
 
   // Whether the ID attribute has that name, in any case.
-  bool IsIDAttr(std::string_view AName);
+  bool IsIDAttr(std::string_view AName) {
+    if (!FHasPlainID || FIdAttrName.empty()) return SameText(AName, GetIDAttrName());
+    // Most names differ in their first letter already.
+    const int a = AName.empty() ? 0 : AName[0] | 0x20;
+    const int b = FIdAttrName[0] | 0x20;
+    return (a == b || (a | b) < 0) && SameText(AName, FIdAttrName);
+  }
 
   // As FetchObject with the condition sAttrName='sAttrValue'. The value is not escaped.
   TplPerObject* GetObjectFor(TObject* ARetainer, const std::string& sAttrName,
@@ -333,6 +340,7 @@ class TplProvider : public TplAuthorizedObject {
   TObjectHandle cmpClassMap;  // also the retainer
   std::string FQueryName;
   bool FIncludeDeactivated = false;
+  bool FHasPlainID = false;  // GetIDAttrName is the one of this class
 
  private:
   friend class TClass;
