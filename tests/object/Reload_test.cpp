@@ -16,6 +16,7 @@ class TReloadTest : public THospital, public testing::WithParamInterface<bool> {
  protected:
   TReloadTest() {
     Provider<TplVisit>()->aiTableName("ENCOUNTER");
+    Provider<TplStay>()->aiTableName("ENCOUNTER");
     GlobalDictionary()->aiUSEDICTIONARY(GetParam());
     AddPatient(1, "Ana");
     SetPatient(1, "SEX", "F");
@@ -132,6 +133,49 @@ TEST_P(TReloadTest, ClassesShareWhatBothHaveAndDifferencesAreTold) {
   const TOwned<TStringList> lines(described);
   EXPECT_EQ(indices->CommaText(), "1,2");
   EXPECT_EQ(lines->Text(), "Ime : (prej)Ana - Bor\r\nSpol : (prej)F - \r\n");
+}
+
+// Goes where the row has gone that it is copied from.
+class TpoMoving : public TpoPatient {
+  TCLASS(TpoMoving, TpoPatient)
+ public:
+  void ManageDiffrentProvider(TplPerObject* AOther) override { SetProvider(AOther->aiProvider()); }
+};
+
+TEST_P(TReloadTest, AnObjectGoesOverToAnotherProvider) {
+  TplGlobalDictionary* const dictionary = GlobalDictionary();
+  AddEncounter(1, "V");
+  AddEncounter(5, "S");
+  AddPatient(2, "Bor");
+  THold<> stay(FEncounters, "5");
+  auto* moving = New<TpoMoving>(FPatients, FForm.Get());
+  moving->Store().InitData();
+  moving->SetAttrValue("ID", "7");
+  moving->SetAttrValue("ACTIVE", "0");
+  EXPECT_TRUE(moving->AssignFields(stay.Get()));
+  EXPECT_EQ(moving->aiProvider(), Provider<TplStay>());
+  EXPECT_EQ(moving->GetGID() + moving->GetAttrValue("KIND") + moving->GetAttrValue("WARD"),
+            "7SKirurgija");
+  EXPECT_EQ(dictionary->TakeObject(FPatients, "7"), nullptr);
+  EXPECT_EQ(dictionary->TakeObject(FEncounters, "7"), GetParam() ? moving : nullptr);
+  moving->Release(FForm.Get());
+  EXPECT_EQ(dictionary->TakeObject(FEncounters, "7"), nullptr);
+
+  // What an edit returns to goes along. Nobody's key is taken away.
+  auto bor = Patient("2");
+  bor->SetAttrValue("ACTIVE", "0");
+  bor->SetProvider(FEncounters);
+  EXPECT_EQ(bor->GetAttrValue("ACTIVE") + bor->GetAttrOldValue("ACTIVE"), "01");
+  EXPECT_THROW(bor->GetAttrValue("NAME"), Exception);
+  auto ana = Patient("1");
+  THold<> visit(FEncounters, "1");
+  EXPECT_EQ(Raised([&] { ana->SetProvider(FEncounters); }).empty(), !GetParam());
+  if (GetParam()) {
+    EXPECT_EQ(ana->GetAttrValue("NAME"), "Ana");
+    EXPECT_EQ(dictionary->TakeObject(FPatients, "1"), ana.Get());
+    EXPECT_EQ(dictionary->TakeObject(FEncounters, "1"), visit.Get());
+  }
+  EXPECT_NE(Raised([&] { ana->SetProvider(nullptr); }), "");
 }
 
 TEST_P(TReloadTest, AStampTellsWhetherTheRowHasMovedByASecond) {

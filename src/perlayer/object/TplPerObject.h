@@ -148,7 +148,12 @@ class TplPerObject : public TplDomainObject {
   bool AssignFieldsFromDiffBO(TplPerObject* AOther, const std::string& ASkipAttr);
   // AssignFields; then this object holds what the other, of the same class, holds.
   void Assign(TplPerObject* AOther);
-  // Raises "TplPerObject.AssignFields: Different provider! ..."; an override may accept the object.
+  // The object becomes one of another provider, under whose key the dictionary has it then; values
+  // go with it by their names. Raises when there is no provider, or the new key is taken; the
+  // object is as it was then.
+  void SetProvider(TplProvider* AProvider);
+  // Raises "TplPerObject.AssignFields: Different provider! ..."; an override may accept the object,
+  // or go over to its provider.
   virtual void ManageDiffrentProvider(TplPerObject* AOther);
   virtual bool CanAssignFieldsWithReloadFlag() { return true; }
   virtual void InitializeFromBo(TplPerObject* AOther);  // raises "Not implemented yet: %s"

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <utility>
 
 #include "perlayer/corekit/TIValidInfo.h"
 #include "perlayer/foundation/BoMessageDlg.h"
@@ -122,6 +123,32 @@ void TplPerObject::ManageDiffrentProvider(TplPerObject* AOther) {
       Format("TplPerObject.AssignFields: Different provider! (Spomin: %s, GID=%s -->> Baza: %s, "
              "GID=%s)",
              FProvider->ClassName(), GetGID(), AOther->FProvider->ClassName(), AOther->GetGID()));
+}
+
+void TplPerObject::SetProvider(TplProvider* AProvider) {
+  if (AProvider == FProvider) return;
+  if (AProvider == nullptr) {
+    throw Exception("TplPerObject.SetProvider: Can not leave an object without provider!");
+  }
+  TplGlobalDictionary* dictionary = GlobalDictionary();
+  TplProvider* const before = FProvider;
+  const std::string id = GetGID();
+  const bool changesKey = !SameText(dictionary->Key(before, id), dictionary->Key(AProvider, id)) &&
+                          dictionary->aiUSEDICTIONARY() &&
+                          dictionary->TakeObject(before, id) == this;
+  TIboData values = data;
+  values.SetProvider(AProvider);
+  std::swap(data, values);
+  FProvider = AProvider;
+  if (!changesKey) return;
+  try {
+    dictionary->AddPerObject(AProvider, this, nullptr);
+  } catch (...) {
+    FProvider = before;
+    std::swap(data, values);
+    throw;
+  }
+  dictionary->Delete(dictionary->ObjectIndex(before, id));
 }
 
 void TplPerObject::InitializeFromBo(TplPerObject*) {

@@ -110,6 +110,26 @@ void TIboData::InitFromDataSet(TDataSet* ds) {
   FValues = writer.Finish(std::max(FValues.Count(), attributes + 1));
 }
 
+TValueRow TIboData::Arranged(const TValueRow& row, TplProvider* provider) const {
+  if (row.Count() == 0) return {};
+  const TStringList* names = provider->GetMetaData()->GetAttrNames();
+  TRowWriter writer;
+  for (int i = 0; i < names->Count(); ++i) {
+    std::string name = names->Strings(i);
+    if (provider->IsIDAttr(name)) name = FProvider->GetIDAttrName();
+    const int index = FProvider->GetMetaData()->GetAttrIndex(name);
+    writer.WriteValue(index < 0 || index >= row.Count() ? std::string_view() : row.At(index));
+  }
+  return writer.Finish(names->Count() + 1);
+}
+
+void TIboData::SetProvider(TplProvider* AProvider) {
+  TValueRow values = Arranged(FValues, AProvider);
+  FOldValues = Arranged(FOldValues, AProvider);
+  FValues = std::move(values);
+  FProvider = AProvider;
+}
+
 void TIboData::ClearValues() {
   const int count = FValues.Count();
   TValueRow empty;

@@ -29,6 +29,9 @@ class TIboData {
   void InitFromDataSet(TDataSet* ds);
   // Empties every value; old values stay.
   void ClearValues();
+  // The values, current and old, as a class of another provider has them: by their names, and the
+  // ID as the ID. What that class does not have is dropped.
+  void SetProvider(TplProvider* AProvider);
   // What the values are now is what they were before any change.
   void CommitValues();
   // Puts the old values back, all but the first, where the ID stands. The modified flag stays.
@@ -86,6 +89,7 @@ class TIboData {
 
  private:
   void NeedOldValues();
+  TValueRow Arranged(const TValueRow& row, TplProvider* provider) const;
   static void CheckIndex(const TValueRow& row, int index) {
     if (static_cast<unsigned>(index) >= static_cast<unsigned>(row.Count())) RaiseIndex(index);
   }
