@@ -10,6 +10,7 @@
 
 #include "perlayer/corekit/MessageDialogs.h"
 #include "perlayer/foundation/TplDomainNotifier.h"
+#include "perlayer/list/TPlBoList.h"
 #include "perlayer/platform/Format.h"
 #include "support/HospitalFixture.h"
 #include "support/ModelTest.h"
@@ -322,6 +323,9 @@ TEST_F(TPlCustomBoListTest, IndicesAndSizes) {
   EXPECT_EQ(sizes, "4 8 12 28 44 60 76 95 118 ");
   FList->SetCount(105);
   EXPECT_EQ(FList->Get(104), nullptr);
+  FList->Last();
+  EXPECT_EQ(FList->LastObject(), nullptr);
+  EXPECT_EQ(FList->NSCurrIndex(), 104);  // an empty entry moves nobody
   FList->Pack();
   EXPECT_EQ(FList->Count(), 103);
   // An entry that is overwritten keeps its reference, and nobody reads one whose object has gone.
@@ -334,6 +338,44 @@ TEST_F(TPlCustomBoListTest, IndicesAndSizes) {
   FMembers[0]->Release(FList);
   FList->Clear();
   EXPECT_EQ(FList->Capacity(), 0);
+}
+
+// Nothing that a list or an object needs for its end is allocated then; what somebody puts in while
+// a list lets go of its members is let go of, too.
+TEST_F(TPlCustomBoListTest, EndsWithoutMemoryAndWithAllItsMembers) {
+  const auto fill = [&](TPlCustomBoList* list) {
+    for (const char* id : {"1", "2"}) {
+      THold<TpoPatient> patient = Patient(id);
+      list->Add(patient.Get());
+    }
+    list->Add(FMembers[3]);
+  };
+  AddPatient(1, "Ana");
+  AddPatient(2, "Bor");
+  const std::int64_t live = TSlotTable::LiveCount();
+  for (const bool ofProvider : {false, true}) {
+    TPlCustomBoList* list = nullptr;
+    if (ofProvider) {
+      list = FPatients->GetObjectList(FForm.Get());
+    } else {
+      list = New<TPlCustomBoList>(nullptr, FForm.Get());
+    }
+    fill(list);
+    {
+      const TOutOfMemory none(0);
+      list->Release(FForm.Get());
+    }
+    EXPECT_EQ(TSlotTable::LiveCount(), live);
+    EXPECT_EQ(FMembers[3]->RefCount(), 1);
+  }
+  fill(FList);
+  FList->Get(1)->aiOnBeforeFree(TNotifyEvent::From([&](TObject*) {
+    FList->Insert(0, FMembers[4]);
+    FList->Add(FMembers[5]);
+  }));
+  FList->Clear();
+  EXPECT_TRUE(FList->IsEmpty());
+  EXPECT_EQ(TSlotTable::LiveCount(), live);
 }
 
 // Events may do anything to the list that they speak of.

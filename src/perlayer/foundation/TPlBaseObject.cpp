@@ -62,7 +62,8 @@ bool TPlBaseObject::GetDoNotify() const { return FDoNotify && aiNotificationsEna
 
 void TPlBaseObject::CallNotifyAction(TplDomainObject* Sender, TIBaseObjectAction ActionType,
                                      TObject* Data) {
-  if (FNotifying || !GetDoNotify()) return;
+  // Nobody hears of an object that nobody holds: its end needs no memory for a walk.
+  if (FNotifying || FRefCount <= 0 || !GetDoNotify()) return;
   const TOwned<TINotifiedObjectList> visited = Make<TINotifiedObjectList>();
   NotifyAction(Sender, ActionType, Data, visited.Get());
 }

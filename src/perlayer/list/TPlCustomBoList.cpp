@@ -205,7 +205,7 @@ void TPlCustomBoList::Move(int ACurIndex, int ANewIndex) {
       [&] {
         Delete(ACurIndex);
         // Who was told of it may have made the list shorter.
-        if (alive) Insert(std::min(ANewIndex, FCount), item);
+        if (alive && itemAlive) Insert(std::min(ANewIndex, FCount), item);
       },
       [&] {
         if (alive && itemAlive) item->Release(this);
@@ -250,17 +250,21 @@ void TPlCustomBoList::Pack() {
 
 void TPlCustomBoList::ClearWithCycles(bool) {
   const TAlive alive(this);
-  for (int i = 0; i < FCount; ++i) {
-    auto* const object = static_cast<TplPerObject*>(FList[i].Get());
-    if (object == nullptr) continue;
-    FList[i] = TObjectHandle();  // so that nobody lets go of it once more
-    try {
-      object->Release(this);
-    } catch (...) {
-      // One bad object does not keep the others: its entry goes with them.
+  const auto isAlive = [](TObjectHandle entry) { return entry.IsAlive(); };
+  do {
+    for (int i = 0; i < FCount; ++i) {
+      auto* const object = static_cast<TplPerObject*>(FList[i].Get());
+      if (object == nullptr) continue;
+      FList[i] = TObjectHandle();  // so that nobody lets go of it once more
+      try {
+        object->Release(this);
+      } catch (...) {
+        // One bad object does not keep the others: its entry goes with them.
+      }
+      if (!alive) return;
     }
-    if (!alive) return;
-  }
+    // A release may have put others in, in front of the walk.
+  } while (std::any_of(FList.get(), FList.get() + FCount, isAlive));
   ForceClear();
   CallNotifyAction(this, TIBaseObjectAction::paModified, nullptr);
 }
@@ -309,8 +313,11 @@ void TPlCustomBoList::LogNotifyDetails(std::string_view which) {
 
 TplPerObject* TPlCustomBoList::LastObject() {
   TplPerObject* const last = Get(FCount - 1);
-  if (IsObjectFiltered(last)) Prior();
-  return last;
+  if (last == nullptr) return nullptr;
+  const TAlive alive(this);
+  const TObjectHandle entry(last);
+  if (IsObjectFiltered(last) && alive) Prior();
+  return static_cast<TplPerObject*>(entry.Get());
 }
 
 void TPlCustomBoList::Next() {
@@ -385,6 +392,7 @@ int TPlCustomBoList::CountWithFilter() {
 void TPlCustomBoList::ResyncCurrPosition() {
   const TAlive alive(this);
   if (FCount > 0) GetCurrIndex();  // which may set the cursor
+  if (!alive) return;
   if (!EOL()) {
     Next();
     if (alive) Prior();

@@ -94,7 +94,7 @@ class TPlCustomBoList : public TplDomainObject {
   void SetCount(int ACount);  // new entries are empty; entries that go are not released
 
   // Lets go of all members, whatever some of them raise, and tells the listeners (paModified). The
-  // cursor stays as it is.
+  // cursor stays as it is. The end of a list does this too, and needs no memory for it.
   void Clear() { ClearWithCycles(false); }
   void ClearWithCycles(bool AbForce);
   void ForceClear();  // forgets the entries without letting go of anything
@@ -163,6 +163,8 @@ class TPlCustomBoList : public TplDomainObject {
     if (AIndex < 0 || AIndex >= FCount) RaiseIndex(AIndex);
   }
 
+  // The entry's index, looked for at `near` first; -1 without it.
+  int FindEntry(TObjectHandle entry, int near) const;
   // Takes the reference of the entry that was stored there; where that fails the entry goes again.
   void Retain(TplPerObject* AObject, int AIndex);
 
@@ -173,7 +175,6 @@ class TPlCustomBoList : public TplDomainObject {
   struct TFiltering;
   [[noreturn]] void Raise(const char* message, int data) const;
   [[noreturn]] void RaiseIndex(int AIndex) const;
-  int FindEntry(TObjectHandle entry, int near) const;
   void TakeOut(TObjectHandle entry, int near);
   TEvents& NeedEvents();
   TFiltering& NeedFiltering();
