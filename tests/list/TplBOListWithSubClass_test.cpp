@@ -27,6 +27,12 @@ class TplChild : public TplPatient {
   TplPerObject* InternalCreateObject(TObject* ARetainer) override {
     return New<TpoChild>(this, ARetainer);
   }
+  TPlBoList* GetObjectList(TObject* ARetainer) override {
+    TPlBoList* const list = TplPatient::GetObjectList(ARetainer);
+    list->aiOnBeforeAddItemToList(OnAdd);
+    return list;
+  }
+  TIBoListEvent OnAdd;
 };
 
 class TplBOListWithSubClassTest : public THospital {
@@ -124,6 +130,34 @@ TEST_F(TplBOListWithSubClassTest, ForeignListsAndFailuresAreTold) {
   EXPECT_TRUE(
       Logged("Errror while FillSublist: Provider: TplPatient, retainer: TpoPatient: [1] "
              "TpoPatientno"));
+
+  // A deletion that is refused is none; one that is heard may find its entry elsewhere.
+  variable->aiOnBeforeDeleteItemFromList(
+      TIBoListEvent::From([&](TObject*, TplPerObject*) { FList->Insert(0, FOwner); }));
+  FList->aiOnBeforeDeleteItemFromList(
+      TIBoListEvent::From([](TObject*, TplPerObject*) { throw Exception("stays"); }));
+  EXPECT_EQ(Raised([&] { FList->Remove(a); }), "stays");
+  EXPECT_EQ(Names(FList) + " " + Names(variable), "Anaa a");
+  FList->aiOnBeforeDeleteItemFromList(nullptr);
+  FList->Remove(a);
+  EXPECT_EQ(Names(FList) + " " + Names(variable), "AnaAna ");
+
+  // Who hears of a sub-list being filled may ask for it, or end it.
+  Add(FChildren, "c");
+  TplMember<TPlBoList> asked, ended;
+  std::function<void(TObject*)> act;
+  FChildren->OnAdd = TIBoListEvent::From([&](TObject* list, TplPerObject*) {
+    if (const auto once = std::exchange(act, nullptr)) once(list);
+  });
+  const std::int64_t live = TSlotTable::LiveCount();
+  TPlBoList* answer = nullptr;
+  act = [&](TObject*) { answer = SubList(asked, FChildren); };
+  EXPECT_EQ(SubList(asked, FChildren), answer);
+  EXPECT_EQ(Names(asked), "c");
+  asked->Release(FOwner);
+  act = [&](TObject* list) { static_cast<TPlBoList*>(list)->Release(FOwner); };
+  EXPECT_EQ(SubList(ended, FChildren), nullptr);
+  EXPECT_EQ(TSlotTable::LiveCount(), live);
 
   TplBOListWithSubClass* fetched =
       FPatients->FetchObjectListWithSubClass(FForm.Get(), "ID > 0", "NAME", true);

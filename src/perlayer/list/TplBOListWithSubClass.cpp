@@ -35,35 +35,59 @@ void TplBOListWithSubClass::Delete(int AIndex) {
     throw Exception("TplBOListWithSubClass.Delete: Same provider but not in SubList!");
   }
   const TAlive alive(this);
+  const TAlive listAlive(list);
   const TObjectHandle entry(object);
   list->Delete(place);
-  // Who heard of it may have changed this list.
-  if (alive && AIndex < Count() && List()[AIndex] == entry) TPlCustomBoList::Delete(AIndex);
+  // Who heard of it may have moved the entry or taken it out.
+  const int index = alive ? FindEntry(entry, AIndex) : -1;
+  if (index < 0) return;
+  const int count = Count();
+  try {
+    TPlCustomBoList::Delete(index);
+  } catch (...) {
+    // What stays here stays there, or it could not be deleted ever after.
+    if (alive && Count() == count && listAlive && entry.IsAlive()) {
+      list->Insert(std::min(place, list->Count()), object);
+    }
+    throw;
+  }
 }
 
 TPlBoList* TplBOListWithSubClass::GetBOSubList(TplMember<TPlBoList>& ASubList,
                                                TplProvider* AProvider, TplPerObject* ARetainer,
                                                TIAccessRights ARights) {
-  const auto known = std::find(FSubListPointerList.begin(), FSubListPointerList.end(), &ASubList);
-  if (known != FSubListPointerList.end()) return ASubList.Get();
+  const auto isKnown = [&] {
+    return std::find(FSubListPointerList.begin(), FSubListPointerList.end(), &ASubList) !=
+           FSubListPointerList.end();
+  };
+  if (isKnown()) return ASubList.Get();
+  const TAlive alive(this);
   const auto who = [&] {
     return Format("Provider: %s, retainer: %s: %s", AProvider->ClassName(), ARetainer->ClassName(),
                   ARetainer->GetTextDescription());
   };
   FSubListPointerList.reserve(FSubListPointerList.size() + 1);
   TPlBoList* list = ASubList.Get();
-  if (list != nullptr) {
+  const bool isNew = list == nullptr;
+  if (isNew) list = AProvider->GetObjectList(ARetainer);
+  const TAlive listAlive(list);
+  if (!isNew) {
     ILog("TplBOListWithSubClass.GetBOSubList: SubList already assigned! - " + who());
-    for (int i = list->Count() - 1; i >= 0; --i) {
+    for (int i = list->Count() - 1; listAlive && i >= 0; --i) {
       if (i < list->Count()) list->Delete(i);
     }
-  } else {
-    list = AProvider->GetObjectList(ARetainer);
   }
   try {
-    FillSubList(list, AProvider, ARights);
+    if (alive && listAlive) FillSubList(list, AProvider, ARights);
   } catch (const std::exception& e) {
-    ILog("Errror while FillSublist: " + who() + e.what());
+    ILog("Errror while FillSublist: " + who() + ExceptionMessage(e));
+  }
+  if (!listAlive) return nullptr;
+  if (!alive) return list;
+  if (isKnown()) {
+    // Who heard of the filling has asked for this variable: that answer stays.
+    if (isNew) list->Release(ARetainer);
+    return ASubList.Get();
   }
   ASubList = list;
   FSubListPointerList.push_back(&ASubList);
