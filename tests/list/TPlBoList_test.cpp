@@ -181,6 +181,7 @@ TEST_F(TPlBoListTest, AFetchedListHoldsAnObjectForEachRowOfItsClass) {
                 "select ID + 10 ID, NAME, KIND, WARD, CLEANED, CODE", "from OMRA.BED")),
             "11 12");
   EXPECT_EQ(Names(Fetch("ID = 1")), "1");  // and no replacement any more
+  EXPECT_EQ(Names(Fetch("")), "1 2 4 5");
 
   // Several rows for one: the event has them all, and the first is the answer.
   EXPECT_NE(Raised([&] { FBeds->FetchObject(FForm.Get(), "WARD = 'Dve'", true); }), "");

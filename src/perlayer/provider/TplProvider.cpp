@@ -192,6 +192,8 @@ bool TplProvider::FetchSpecToSQL(TIQuery* Query, const std::string& FetchSpec, c
     if (!condition.empty()) condition += " AND ";
     condition += FActiveFieldName + "='1'";
   }
+  // A class without an active field: the statement's WHERE must have something behind it.
+  if (condition.empty()) condition = "1=1";
   SetWhereClause(Query, condition, FBindVariables);
   return true;
 }

@@ -134,7 +134,8 @@ class TplProvider : public TplAuthorizedObject {
                                     bool bIncludeSubclasses);
   // A new empty list of this provider.
   virtual TPlBoList* GetObjectList(TObject* ARetainer);
-  // A new list of the objects that the condition finds, in that order (see TPlBoList::OrderBy).
+  // A new list of the objects that the condition (SQL; empty: all) finds, in that order (see
+  // TPlBoList::OrderBy). nullptr where whoever was called on the way has released it.
   virtual TPlBoList* FetchObjectList(TObject* ARetainer, const std::string& FetchSpec,
                                      const std::string& Order, bool bIncludeSubclasses);
   // The same with another select list and FROM, for this call; an empty text replaces nothing.
@@ -375,6 +376,8 @@ class TplProvider : public TplAuthorizedObject {
     bool includeSubclasses;
   };
   void CheckOneRow(TIQuery* query, TplPerObject* object, const TFetch& fetch);
+  void InternalFetchObjectList(TPlBoList* AboList, const std::string& AFetchSpec,
+                               const std::string& AOrder, bool AbIncludeSubClasses);
   TPlBoList* FillList(TPlBoList* list, const TFetch& fetch, const std::string& order);
 
   std::vector<std::shared_ptr<const TCutText>> FCutTexts;            // the last used first

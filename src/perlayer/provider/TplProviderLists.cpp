@@ -12,23 +12,29 @@ TPlBoList* TplProvider::GetObjectList(TObject* ARetainer) {
   return New<TPlBoList>(this, ARetainer);
 }
 
+void TplProvider::InternalFetchObjectList(TPlBoList* AboList, const std::string& AFetchSpec,
+                                          const std::string& AOrder, bool AbIncludeSubClasses) {
+  const TAlive alive(AboList);
+  const TOwned<TIQuery> query = Make<TIQuery>();
+  GetQuery(query.Get());
+  FetchSpecToSQL(query.Get(), AFetchSpec, AOrder);
+  query->SetQueryAllRecords(true);
+  AboList->LoadFromDataSet(query.Get(), AbIncludeSubClasses);
+  if (alive) AboList->OrderBy(AOrder);
+  if (alive) AboList->SetFetchSpec(AFetchSpec);
+}
+
 // The list is the caller's; when the fetch fails nobody has it.
 TPlBoList* TplProvider::FillList(TPlBoList* list, const TFetch& fetch, const std::string& order) {
   const TAlive alive(list);
   try {
-    const TOwned<TIQuery> query = Make<TIQuery>();
-    GetQuery(query.Get());
-    FetchSpecToSQL(query.Get(), fetch.condition, order);
-    query->SetQueryAllRecords(true);
-    list->LoadFromDataSet(query.Get(), fetch.includeSubclasses);
-    if (alive) list->OrderBy(order);
-    if (alive) list->SetFetchSpec(fetch.condition);
+    InternalFetchObjectList(list, fetch.condition, order, fetch.includeSubclasses);
     if (alive) GlobalDictionary()->ConsultDictionaryForList(list, fetch.retainer);
   } catch (...) {
     if (alive) list->Release(fetch.retainer);
     throw;
   }
-  return list;
+  return alive ? list : nullptr;
 }
 
 TPlBoList* TplProvider::FetchObjectList(TObject* ARetainer, const std::string& FetchSpec,
@@ -40,9 +46,9 @@ TplBOListWithSubClass* TplProvider::FetchObjectListWithSubClass(TObject* ARetain
                                                                 const std::string& FetchSpec,
                                                                 const std::string& Order,
                                                                 bool bIncludeSubclasses) {
-  auto* const list = New<TplBOListWithSubClass>(this, ARetainer);
-  FillList(list, {ARetainer, FetchSpec, bIncludeSubclasses}, Order);
-  return list;
+  return static_cast<TplBOListWithSubClass*>(FillList(New<TplBOListWithSubClass>(this, ARetainer),
+                                                      {ARetainer, FetchSpec, bIncludeSubclasses},
+                                                      Order));
 }
 
 TPlBoList* TplProvider::FetchObjectListWithReplacementSELECTandFROM(
@@ -96,7 +102,7 @@ TPlBoList* TplProvider::FetchObjectListFromIDList(TObject* ARetainer, const TStr
     if (alive) result->Release(ARetainer);
     throw;
   }
-  return result;
+  return alive ? result : nullptr;
 }
 
 void TplProvider::ReloadObjectsInGlobalDictionary(
