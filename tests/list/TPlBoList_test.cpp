@@ -52,6 +52,11 @@ class TplIcuBed : public TplBed {
     return New<TpoIcuBed>(this, ARetainer);
   }
 };
+class TplAnyBed : public TplBed {
+  TCLASS(TplAnyBed, TplBed)
+ public:
+  void SetQueryName() override { FQueryName = "quAnyBed"; }
+};
 class TplCot : public TplProvider {
   TCLASS(TplCot, TplProvider)
  public:
@@ -76,6 +81,11 @@ class TplKind : public TplCachableProvider {
   TplPerObject* InternalCreateObject(TObject* ARetainer) override {
     return New<TpoBed>(this, ARetainer);
   }
+  void ReadInCache(const std::string& ASpec, const std::vector<std::string>& AIDs) override {
+    Asked = ASpec + ": ";
+    for (const std::string& id : AIDs) Asked += id + ",";
+  }
+  std::string Asked;
 };
 
 // Who holds the list, and hears of it.
@@ -90,18 +100,22 @@ class TListener : public TplDomainNotifier {
 };
 
 TClassMapDefinition BedMap() {
-  return TClassMapBuilder("beds")
-      .Query("quBed", "Postelja")
-      .Sql("select ID, NAME, KIND, WARD, CLEANED, CODE\nfrom OMRA.BED\nwhere\nID = :ID")
-      .Float("ID")
-      .String("NAME", 20, "Ime")
-      .Required()
-      .String("KIND", 1)
-      .String("WARD", 20)
-      .DateTime("CLEANED")
-      .String("CODE", 1)
-      .CodeList("VRP")
-      .Update("usBed")
+  TClassMapBuilder map("beds");
+  const auto query = [&](const char* name, const std::string& columns) {
+    map.Query(name, "Postelja")
+        .Sql("select " + columns + "\nfrom OMRA.BED\nwhere\nID = :ID")
+        .Float("ID")
+        .String("NAME", 20, "Ime")
+        .Required()
+        .String("KIND", 1)
+        .String("WARD", 20)
+        .DateTime("CLEANED")
+        .String("CODE", 1)
+        .CodeList("VRP");
+  };
+  query("quAnyBed", "*");
+  query("quBed", "ID, NAME, KIND, WARD, CLEANED, CODE");
+  return map.Update("usBed")
       .Insert(
           "insert into OMRA.BED\n(ID, NAME, KIND, WARD, CLEANED)\nvalues\n"
           "(:ID, :NAME, :KIND, :WARD, :CLEANED)")
@@ -486,14 +500,30 @@ TEST_F(TPlBoListTest, TheProviderOfItsCodesIsAskedForByColumn) {
         catalog.provider = answer;
       }));
   InstallSifranti(TOwned<TISifranti>(service));
+  Execute("update OMRA.BED set CODE = decode(ID, 4, 'V', 'U') where ID <> 2");
   TPlBoList* list = Fetch("ID > 0");
   list->LoadCatalogueForColumns({"NAME", "CODE", "X"});
   EXPECT_EQ(asked, "VRP ");
   answer = FBeds;
   EXPECT_THROW(list->LoadCatalogueForColumns({"CODE"}), EInvalidCast);
-  answer = New<TplKind>(nullptr, FBeds->aiClassMap());
+  auto* const kinds = New<TplKind>(nullptr, FBeds->aiClassMap());
+  answer = kinds;
   list->LoadCatalogueForColumns({"CODE"});
+  EXPECT_EQ(kinds->Asked, ": U,,V,U,");
+  kinds->aiCacheEnabled(false);
+  kinds->Asked.clear();
+  list->LoadCatalogueForColumns({"CODE"});
+  EXPECT_EQ(kinds->Asked, "");
+  // The column takes the place of the star.
+  kinds->aiCacheEnabled(true);
   list->Clear();
+  TPlBoList* const any =
+      New<TplAnyBed>(nullptr, FBeds->aiClassMap())
+          ->FetchObjectList(FForm.Get(), "KIND = 'B' and WARD = 'Dve'", "", true);
+  any->LoadCatalogueForColumns({"CODE"});
+  EXPECT_EQ(kinds->Asked,
+            "ID in ( select CODE from OMRA.BED\r\nwhere KIND = 'B' and WARD = 'Dve' ) : V,U,");
+  any->Release(FForm.Get());
   asked.clear();
   TPlBoList::LoadCatalogueForOneColumn(list, "CODE");
   TPlBoList::LoadCatalogueForOneColumn(nullptr, "CODE");

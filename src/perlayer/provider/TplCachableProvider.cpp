@@ -18,6 +18,20 @@ TplPerObject* TplCachableProvider::GetByCode(TObject* ARetainer, const std::stri
   return GetObject(ARetainer, Sifranti().ShortDescToCode(table, ACode), AIncludeSubclasses);
 }
 
+void TplCachableProvider::ReadValuesInCache(const std::vector<std::string>& AIDs) {
+  if (FCacheEnabled) ReadSet("", AIDs);
+}
+
+void TplCachableProvider::ReadFetchSpecInCache(const std::string& ASpec,
+                                               const std::vector<std::string>& AIDs) {
+  if (FCacheEnabled && !ASpec.empty()) ReadSet(ASpec, AIDs);
+}
+
+void TplCachableProvider::ReadSet(const std::string& spec, const std::vector<std::string>& ids) {
+  if (ids.size() == 1 && !ids[0].empty()) return ReadSingleValueInCache(ids[0]);
+  ReadInCache(spec, ids);
+}
+
 void TplCachableProvider::SetFetchBufferList(TPlBoList* AList) {
   if (AList != nullptr) NotImplemented("TplCachableProvider.SetFetchBufferList");
 }

@@ -30,11 +30,13 @@ class TplCachableProvider : public TplProvider {
   bool CatalogueExitstInGlobalCache(const std::string&) { return false; }
   // The object while it is cached, without a reference.
   virtual TplPerObject* TakeObject(const std::string&) { return nullptr; }
-  // Read what is not in the cache: by IDs, or by a condition (SQL) that finds those IDs.
+  // Read what is not in the cache: by IDs, or by a condition (SQL) that finds those IDs; nothing
+  // while the cache is off. A class whose sets are read at once does that in ReadInCache.
   void ReadSingleValueInCache(const std::string&) {}
-  void ReadValuesInCache(const std::vector<std::string>&) {}
-  void ReadFetchSpecInCache(const std::string&, const std::vector<std::string>&) {}
-  virtual void ReadInCache(const std::string&, const std::vector<std::string>&) {}
+  void ReadValuesInCache(const std::vector<std::string>& AIDs);
+  void ReadFetchSpecInCache(const std::string& ASpec, const std::vector<std::string>& AIDs);
+  virtual void ReadInCache(const std::string& /*ASpec*/, const std::vector<std::string>& /*AIDs*/) {
+  }
   bool DeleteFromCache(TplPerObject*) { return false; }
   TplPerObject* ObjectCachedWithAttrValue(const std::string&, const std::string&) {
     return nullptr;
@@ -45,6 +47,8 @@ class TplCachableProvider : public TplProvider {
   void aiCacheEnabled(bool enabled) { FCacheEnabled = enabled; }
 
  private:
+  void ReadSet(const std::string& spec, const std::vector<std::string>& ids);
+
   bool FCacheEnabled = true;
 };
 
