@@ -140,6 +140,34 @@ TEST_F(TOrderedList, StandsObjectsThatChangeItOrLetItGo) {
     }
     EXPECT_EQ(meddler->Act, nullptr);
   }
+  // So it does while it is searched; and who is asked may go itself.
+  for (int search = 0; search < 4; ++search) {
+    auto* const list = FPatients->GetObjectList(FForm.Get());
+    for (int i = 0; i < 3; ++i) list->Add(meddler);
+    list->Last();
+    meddler->Act = [&] { list->Release(FForm.Get()); };
+    if (search == 0) {
+      EXPECT_EQ(list->ObjectWithAttrValue("DESCRIPTION", "Y"), nullptr);
+    } else if (search == 1) {
+      EXPECT_EQ(list->DeleteObjectsObjectWithAttrValue("DESCRIPTION", "X"), 0);
+    } else if (search == 2) {
+      list->UnionWithList(FList, "DESCRIPTION");
+    } else {
+      EXPECT_EQ(list->IndexOfObjectWithAttrValueAndMinDateAndEmptyValue("DESCRIPTION", "X", 0,
+                                                                        "BORN", "DESCRIPTION"),
+                -1);
+    }
+    EXPECT_EQ(meddler->Act, nullptr);
+  }
+  auto* const list = FPatients->GetObjectList(FForm.Get());
+  auto* const passing = New<TpoMeddler>(FPatients, FForm.Get());
+  list->Add(passing);
+  passing->Release(FForm.Get());
+  passing->Act = [&] { list->Delete(0); };
+  list->GoToBookmark("0");
+  EXPECT_EQ(Raised([&] { list->SetListFilter("DESCRIPTION = 'Y'"); }), "");
+  EXPECT_TRUE(list->IsEmpty());
+  list->Release(FForm.Get());
   meddler->Release(FForm.Get());
 }
 

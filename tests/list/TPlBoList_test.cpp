@@ -95,8 +95,10 @@ class TListener : public TplDomainNotifier {
   void DoNotifyAction(TplDomainObject* Sender, TIBaseObjectAction ActionType, TObject*,
                       TINotifiedObjectList*) override {
     Heard += Sender->ClassName() + " " + BaseObjectActionName(ActionType) + "; ";
+    if (ActionType == TIBaseObjectAction::paDelete && Act) std::exchange(Act, nullptr)();
   }
   std::string Heard;
+  std::function<void()> Act;
 };
 
 TClassMapDefinition BedMap() {
@@ -445,6 +447,24 @@ TEST_F(TPlBoListTest, NewMembersComeAndAreCancelled) {
       << listener->Heard;
   EXPECT_EQ(Names(list, true), "");
   EXPECT_EQ(Raised([&] { list->DeleteObject(); }), "List index out of bounds (0)");
+
+  // A listener takes the entry out, or moves it: nobody else goes.
+  for (const bool takesOut : {true, false}) {
+    TplPerObject* objects[] = {FBeds->NewObject(list), FBeds->NewObject(list)};
+    listener->Act = [&] {
+      if (takesOut) {
+        list->Remove(objects[0]);
+      } else {
+        list->Move(0, 1);
+      }
+    };
+    list->First();
+    list->Next();
+    list->DeleteObject();
+    EXPECT_EQ(list->Count(), 1);
+    EXPECT_EQ(list->Get(0), objects[1]);
+    list->Clear();
+  }
   list->Release(listener);
   listener->Release(FForm.Get());
 }
@@ -479,6 +499,9 @@ TEST_F(TPlBoListTest, AListEndsByTheReleaseType) {
   list->Put(0, passing);
   passing->Release(FForm.Get());
   replaced->Release(list);
+  const TOwned<TStringList> nested = Make<TStringList>();
+  EXPECT_EQ(Raised([&] { list->GetNestedObjectList(nested.Get()); }),
+            "TplBoList(TplBed).GetNestedObjectList: Podobjekt ne obstaja več!");
   int errors = 7;
   list->ForgetSubobjects(errors);
   EXPECT_EQ(errors, 1);
@@ -487,7 +510,21 @@ TEST_F(TPlBoListTest, AListEndsByTheReleaseType) {
   EXPECT_EQ(list->_AddRef(), 2);
   EXPECT_EQ(list->aiRetainerList()->Objects(1), FBeds);
   EXPECT_EQ(list->_Release(), 1);
-  list->Release(FForm.Get());
+
+  // The end that lets go of nobody: the members are somebody else's to settle.
+  list->Add(first.Get());
+  list->GetNestedObjectList(nested.Get());
+  EXPECT_EQ(nested->Count(), 1);
+  EXPECT_EQ(nested->Strings(0), first->GetMemorySequence());
+  EXPECT_EQ(nested->Objects(0), first.Get());
+  const std::int64_t before = TSlotTable::LiveCount();
+  const TObjectHandle gone(list);
+  list->ForceRelease();
+  EXPECT_FALSE(gone.IsAlive());
+  EXPECT_EQ(TSlotTable::LiveCount(), before - 1);
+  EXPECT_EQ(first->RefCount(), 2);
+  first->aiRetainerList()->Replace(1, FForm.Get());
+  first->Release(FForm.Get());
 }
 
 TEST_F(TPlBoListTest, TheProviderOfItsCodesIsAskedForByColumn) {

@@ -8,6 +8,7 @@
 #include "perlayer/corekit/TDataSet.h"
 #include "perlayer/foundation/FoundationState.h"
 #include "perlayer/platform/Format.h"
+#include "perlayer/platform/TStringList.h"
 #include "perlayer/platform/Text.h"
 #include "perlayer/provider/TPlClassMetaData.h"
 #include "perlayer/provider/TplCachableProvider.h"
@@ -27,6 +28,8 @@ void TPlBoList::Create(TPlBaseObject* AOwner, TObject* ARetainer) {
 }
 
 namespace {
+
+constexpr const char* kGone = "Podobjekt ne obstaja več!";
 
 bool ObjectsGoWithoutAnalysis() {
   return GlobalDictionary()->aiReleaseType() == TIReleaseType::rtDLL;
@@ -155,18 +158,20 @@ void TPlBoList::Merge(TPlBoList* AList) {
 
 void TPlBoList::UnionWithList(TPlBoList* AList, const std::string& AAttr) {
   if (AList == nullptr) return;
+  const TAlive alive(this);
+  const TAlive otherAlive(AList);
   std::unordered_set<std::string> values;
-  if (!AAttr.empty()) {
-    for (TplPerObject* object : *this) {
-      if (object != nullptr) values.insert(object->GetAttrValue(AAttr));
-    }
+  for (int i = 0; !AAttr.empty() && alive && i < Count(); ++i) {
+    if (TplPerObject* const object = Get(i)) values.insert(object->GetAttrValue(AAttr));
   }
+  if (!alive || !otherAlive) return;
   const int end = AList->Count();
-  for (int i = 0; i < end && i < AList->Count(); ++i) {
+  for (int i = 0; alive && otherAlive && i < end && i < AList->Count(); ++i) {
     TplPerObject* const object = AList->Get(i);
+    const TAlive objectAlive(object);
     if (object == nullptr) continue;
     if (!AAttr.empty() && !values.insert(object->GetAttrValue(AAttr)).second) continue;
-    Retain(object, SimpleAdd(object));
+    if (alive && objectAlive) Retain(object, SimpleAdd(object));
   }
 }
 
@@ -208,9 +213,11 @@ void TPlBoList::DeleteObject() {
   TplPerObject* const object = CurrObject();
   if (object == nullptr) CheckIndex(Count());  // raises
   const TAlive alive(this);
+  const TObjectHandle entry(object);
   object->DeleteObject();
   if (!alive || FCurrIndex == -1) return;
-  Delete(FCurrIndex);
+  // Who heard of it may have moved the entry or taken it out: nobody else goes in its stead.
+  if (const int index = FindEntry(entry, FCurrIndex); index >= 0) Delete(index);
   if (!alive) return;
   if (FCurrIndex > 0) --FCurrIndex;
   Refresh();
@@ -248,8 +255,9 @@ void TPlBoList::LoadFromDataSet(TDataSet* ADataSet, bool AbIncludeSubClasses) {
 
 // The reference that the fetch has taken for the list is the entry's.
 void TPlBoList::LoadRow(TDataSet* dataSet, bool includeSubClasses) {
+  const TAlive alive(this);
   TplPerObject* const object = FProvider->GetObjectFromDataSet(this, dataSet, includeSubClasses);
-  if (object == nullptr) return;
+  if (object == nullptr || !alive) return;
   if (object->aiProvider() == FProvider ||
       object->aiProvider()->InheritsFrom(FProvider->ClassType())) {
     try {
@@ -271,16 +279,25 @@ bool TPlBoList::AttrValueExists(const std::string& AAttr, const std::string& AVa
 }
 
 TplPerObject* TPlBoList::ObjectWithAttrValue(const std::string& AAttr, const std::string& AValue) {
+  const TAlive alive(this);
   const int index = IndexOfObjectWithAttrValue(AAttr, AValue, 0, true);
-  return index < 0 ? nullptr : Get(index);
+  return index < 0 || !alive ? nullptr : Get(index);
+}
+
+// The object there if it has that value: whoever answers may let go of it and of the list.
+TplPerObject* TPlBoList::Matching(int index, const std::string& attr,
+                                  const std::string& value) const {
+  TplPerObject* const object = Get(index);
+  const TAlive alive(object);
+  return object != nullptr && object->GetAttrValue(attr) == value && alive ? object : nullptr;
 }
 
 int TPlBoList::IndexOfObjectWithAttrValue(const std::string& AAttr, const std::string& AValue,
                                           int AStart, bool AbSkipDeleted) {
-  for (int i = AStart; i < Count(); ++i) {
-    TplPerObject* const object = Get(i);
-    if (object == nullptr || object->GetAttrValue(AAttr) != AValue) continue;
-    if (!AbSkipDeleted || !object->aiObjectMarkedDeleted()) return i;
+  const TAlive alive(this);
+  for (int i = AStart; alive && i < Count(); ++i) {
+    TplPerObject* const object = Matching(i, AAttr, AValue);
+    if (object != nullptr && !(AbSkipDeleted && object->aiObjectMarkedDeleted())) return i;
   }
   return -1;
 }
@@ -292,10 +309,13 @@ int TPlBoList::IndexOfObjectWithAttrValueAndMinDateAndEmptyValue(const std::stri
                                                                  const std::string& AEmptyAttr) {
   TDateTime smallest = 50000.0;
   int result = -1;
-  for (int i = AStart; i < Count(); ++i) {
-    TplPerObject* const object = Get(i);
-    if (object == nullptr || object->GetAttrValue(AAttr) != AValue) continue;
-    if (!AEmptyAttr.empty() && !object->GetAttrValue(AEmptyAttr).empty()) continue;
+  const TAlive alive(this);
+  for (int i = AStart; alive && i < Count(); ++i) {
+    TplPerObject* const object = Matching(i, AAttr, AValue);
+    const TAlive objectAlive(object);
+    if (object == nullptr) continue;
+    if (!AEmptyAttr.empty() && (!object->GetAttrValue(AEmptyAttr).empty() || !objectAlive))
+      continue;
     if (ADateAttr.empty()) return i;
     const TDateTime date = object->GetAttrValueAsDate(ADateAttr);
     if (date >= smallest) continue;
@@ -309,8 +329,8 @@ int TPlBoList::DeleteObjectsObjectWithAttrValue(const std::string& AAttr,
                                                 const std::string& AValue) {
   const TAlive alive(this);
   for (int i = Count() - 1; alive && i >= 0; --i) {
-    TplPerObject* const object = i < Count() ? Get(i) : nullptr;
-    if (object != nullptr && object->GetAttrValue(AAttr) == AValue) Delete(i);
+    const TplPerObject* const object = i < Count() ? Matching(i, AAttr, AValue) : nullptr;
+    if (object != nullptr && alive && i < Count() && Get(i) == object) Delete(i);
   }
   return 0;
 }
@@ -340,8 +360,9 @@ int TPlBoList::GetCurrIndex() {
 // --- code lists ---
 
 void TPlBoList::LoadCatalogueForColumns(std::initializer_list<std::string_view> AColumns) {
+  const TAlive alive(this);
   for (const std::string_view column : AColumns) {
-    LoadCatalogueForOneColumn(this, std::string(column));
+    if (alive) LoadCatalogueForOneColumn(this, std::string(column));
   }
 }
 
@@ -374,8 +395,9 @@ void TPlBoList::LoadCatalogueForOneColumn(TPlBoList* AList, const std::string& A
   if (AList == nullptr || AList->IsEmpty()) return;
   const std::string code = CodeListOf(*AList, AColumn);
   if (code.empty()) return;
+  const TAlive alive(AList);
   TplProvider* const found = CatalogProvider(code, false).provider;
-  if (found == nullptr) return;
+  if (found == nullptr || !alive) return;
   auto* const provider = Cast<TplCachableProvider>(found);
   std::vector<std::string> values;
   for (TplPerObject* object : *AList) {
@@ -394,6 +416,26 @@ void TPlBoList::LoadCatalogueForOneColumn(TPlBoList* AList, const std::string& A
 
 // --- reclamation ---
 
+void TPlBoList::GetNestedObjectList(TStringList* AList) {
+  AList->Clear();
+  for (int i = 0; i < Count(); ++i) {
+    if (List()[i].IsNil()) continue;
+    TplPerObject* const object = Get(i);
+    if (object == nullptr) {
+      throw Exception(Format("TplBoList(%s).GetNestedObjectList: %s",
+                             FProvider == nullptr ? "nil" : FProvider->ClassName(), kGone));
+    }
+    AList->AddObject(object->GetMemorySequence(), object);
+  }
+}
+
+void TPlBoList::ForceRelease() {
+  ForceClear();
+  aiRetainerList()->Clear();
+  FRefCount = 0;
+  Free();
+}
+
 void TPlBoList::ForgetSubobjects(int& AErrors) {
   AErrors = 0;
   const TAlive alive(this);
@@ -402,12 +444,12 @@ void TPlBoList::ForgetSubobjects(int& AErrors) {
     try {
       if (!entry.IsNil() && !entry.IsAlive()) {
         ++AErrors;
-        ILog("[3] ForgetSubobjects: Podobjekt ne obstaja več!");
+        ILog(Format("[3] ForgetSubobjects: %s", kGone));
       }
       Delete(0);
     } catch (const std::exception& e) {
       ++AErrors;
-      ILog(Format("[4] ForgetSubobjects: %s", e.what()));
+      ILog(Format("[4] ForgetSubobjects: %s", ExceptionMessage(e)));
       return;
     }
   }

@@ -135,8 +135,14 @@ class TPlBoList : public TPlCustomBoList {
 
   // --- for the reclamation of whole groups ---
 
+  // The living members under their memory sequences, for whoever walks the graph. Raises
+  // "TplBoList(%s).GetNestedObjectList: Podobjekt ne obstaja več!" for one that has gone.
+  void GetNestedObjectList(TStringList* AList);
   // Lets go of all members; AErrors counts those that had gone already or would not go.
   void ForgetSubobjects(int& AErrors);
+  // Ends the list without letting go of its members, whoever holds it: for whoever has settled
+  // both.
+  void ForceRelease();
   // Lets go of the list with nothing but the count.
   void ForceKillRef(TObject* ARetainer) { TPlCustomBoList::Release(ARetainer); }
   bool FNewRefs() const { return FbNewRefs; }
@@ -162,6 +168,7 @@ class TPlBoList : public TPlCustomBoList {
 
  private:
   void LoadRow(TDataSet* dataSet, bool includeSubClasses);
+  TplPerObject* Matching(int index, const std::string& attr, const std::string& value) const;
 
   TplProvider* FProvider = nullptr;  // not owned
   std::unique_ptr<IboListDataSet> FDataSet;
