@@ -26,6 +26,7 @@
 #include "perlayer/list/TBoOrder.h"
 #include "perlayer/object/TplPerObject.h"
 #include "perlayer/platform/TDelegate.h"
+#include "perlayer/platform/TIndexIterator.h"
 
 namespace perlayer {
 
@@ -34,7 +35,6 @@ using TIBoListEvent = TDelegate<void(TObject* Sender, TplPerObject* Item)>;
 class TPlCustomBoList : public TplDomainObject {
   TCLASS_WITH_DESTRUCTOR(TPlCustomBoList, TplDomainObject)
  public:
-  class TIterator;
   static constexpr int kMaxCount = 0x7FFFFFF;
 
   TPlCustomBoList();
@@ -99,9 +99,8 @@ class TPlCustomBoList : public TplDomainObject {
   void ClearWithCycles(bool AbForce);
   void ForceClear();  // forgets the entries without letting go of anything
 
-  // `for (TplPerObject* object : *list)` goes by index and reads Count anew at each step: the body
-  // may add and delete entries. The list itself must stay.
-  TIterator begin() const;
+  // `for (TplPerObject* object : *list)`: see TIndexIterator.h.
+  TIndexIterator<TPlCustomBoList> begin() const { return TIndexIterator<TPlCustomBoList>(this); }
   std::nullptr_t end() const { return nullptr; }
 
   // --- the cursor ---
@@ -186,22 +185,5 @@ class TPlCustomBoList : public TplDomainObject {
   std::unique_ptr<TEvents> FEvents;        // most lists have none
   std::unique_ptr<TFiltering> FFiltering;  // nor this
 };
-
-class TPlCustomBoList::TIterator {
- public:
-  explicit TIterator(const TPlCustomBoList* list) : FList(list) {}
-  TplPerObject* operator*() const { return FList->Get(FIndex); }
-  TIterator& operator++() {
-    ++FIndex;
-    return *this;
-  }
-  bool operator!=(std::nullptr_t) const { return FIndex < FList->Count(); }
-
- private:
-  const TPlCustomBoList* FList;
-  int FIndex = 0;
-};
-
-inline TPlCustomBoList::TIterator TPlCustomBoList::begin() const { return TIterator(this); }
 
 }  // namespace perlayer

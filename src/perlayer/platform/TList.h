@@ -12,6 +12,7 @@
 #include <functional>
 #include <vector>
 
+#include "perlayer/platform/TIndexIterator.h"
 #include "perlayer/platform/TObject.h"
 
 namespace perlayer {
@@ -19,11 +20,10 @@ namespace perlayer {
 class TList : public TObject {
   TCLASS(TList, TObject)
  public:
-  class TIterator;
-
   int Count() const { return static_cast<int>(FItems.size()); }
   // nullptr for a nil entry and for an object that has been destroyed.
   TObject* Items(int index) const { return FItems[Checked(index)].Get(); }
+  TObject* operator[](int index) const { return Items(index); }
   void Items(int index, TObject* object);
   // A hint that the object of that entry, if there is one, will be looked at soon.
   void Prefetch(int index) const {
@@ -53,9 +53,8 @@ class TList : public TObject {
   void Assign(const TList& other);
   void Capacity(int count);
 
-  // `for (TObject* item : *list)` goes by index and reads Count anew at each step: the body may add
-  // and delete entries. The list itself must stay.
-  TIterator begin() const;
+  // `for (TObject* item : *list)`: see TIndexIterator.h.
+  TIndexIterator<TList> begin() const { return TIndexIterator<TList>(this); }
   std::nullptr_t end() const { return nullptr; }
 
  protected:
@@ -71,23 +70,6 @@ class TList : public TObject {
 
   std::vector<TObjectHandle> FItems;
 };
-
-class TList::TIterator {
- public:
-  explicit TIterator(const TList* list) : FList(list) {}
-  TObject* operator*() const { return FList->Items(FIndex); }
-  TIterator& operator++() {
-    ++FIndex;
-    return *this;
-  }
-  bool operator!=(std::nullptr_t) const { return FIndex < FList->Count(); }
-
- private:
-  const TList* FList;
-  int FIndex = 0;
-};
-
-inline TList::TIterator TList::begin() const { return TIterator(this); }
 
 class TObjectList : public TList {
   TCLASS(TObjectList, TList)
