@@ -107,6 +107,14 @@ TEST_P(TReloadTest, ACopyTakesAllButTheFirstAttributeOrNothing) {
   EXPECT_TRUE(ana->AssignFieldswithReloadFlag(bor.Get(), false));
   ana->CancelData();
   EXPECT_EQ(ana->GetAttrValue("NAME"), "Ana");
+
+  auto* copy = FPatients->NewObject(FForm.Get());
+  EXPECT_TRUE(copy->AssignFieldsForLoad(bor.Get()));
+  EXPECT_EQ(copy->GetAttrValue("NAME"), "Bor");
+  EXPECT_EQ(copy->GetEditState(), TIPersistentObjectState::posBrowse);
+  copy->Release(FForm.Get());
+  EXPECT_EQ(Raised([&] { ana->InitializeFromBo(bor.Get()); }),
+            "Not implemented yet: TplPerObject.InitializeFromBo");
 }
 
 TEST_P(TReloadTest, ClassesShareWhatBothHaveAndDifferencesAreTold) {
@@ -193,6 +201,11 @@ TEST_P(TReloadTest, AStampTellsWhetherTheRowHasMovedByASecond) {
   visit->Reload();
   EXPECT_FALSE(visit->IsObjectInDbNewer());
   EXPECT_NEAR(visit->GetTimeStamp(), 45000.5 + 60000 / kMillisecondsPerDay, 1e-9);
+  Execute("delete from OMRA.ENCOUNTER");
+  EXPECT_TRUE(visit->IsObjectInDbNewer()) << "no stamp is another one";
+  EXPECT_TRUE(Logged("!!! No TimeStamp for select DATUMIPL from OMRA.ENCOUNTER where ID=5"));
+  visit->SetTimeStamp(TplPerObject::kNoDate);
+  EXPECT_FALSE(visit->IsObjectInDbNewer());
   visit->Release(FForm.Get());
   auto ana = Patient("1");
   EXPECT_FALSE(ana->IsObjectInDbNewer()) << "a class without stamps";

@@ -6,9 +6,11 @@
 #include <utility>
 
 #include "perlayer/corekit/ISystemParameters.h"
+#include "perlayer/corekit/TField.h"
 #include "perlayer/foundation/FoundationState.h"
 #include "perlayer/list/TPlBoList.h"
 #include "perlayer/platform/TSlotTable.h"
+#include "perlayer/provider/TplCachableProvider.h"
 #include "support/HospitalFixture.h"
 #include "support/ModelTest.h"
 #include "support/TestLog.h"
@@ -18,7 +20,8 @@ namespace {
 
 using enum TIReleaseType;
 
-// Asks the test before a fetched twin is copied into it.
+// Asks the test when it is a twin that has been loaded, and before a fetched twin is copied into
+// it.
 class TpoRestless : public TpoPatient {
   TCLASS(TpoRestless, TpoPatient)
  public:
@@ -26,10 +29,16 @@ class TpoRestless : public TpoPatient {
     if (const auto asked = std::exchange(OnAsked, nullptr)) asked();
     return true;
   }
+  void InitializeAfterGetDataFromDataSet() override {
+    if (const auto loaded = std::exchange(OnLoaded, nullptr)) loaded();
+  }
+  void DeletingFromDictionary() override { Left += GetGID(); }
   static inline std::function<void()> OnAsked;
+  static inline std::function<void()> OnLoaded;
+  static inline std::string Left;
 };
-class TplRestless : public TplPatient {
-  TCLASS(TplRestless, TplPatient)
+class TplRestless : public TplCachableProvider {
+  TCLASS(TplRestless, TplCachableProvider)
  public:
   void SetQueryName() override { FQueryName = "quPatient"; }
   TplPerObject* InternalCreateObject(TObject* ARetainer) override {
@@ -350,6 +359,89 @@ TEST_F(TDictionaryTest, AMergeMindsWhatItsCallsHaveChanged) {
     EXPECT_EQ(FDictionary->Count() == 0 ? nullptr : FDictionary->GetPerObjectWithIndex(0), nullptr);
     EXPECT_EQ(FDictionary->Count(), 0);
   }
+}
+
+TEST_F(TDictionaryTest, WhatADataSetShowsIsFetchedAnewWhereItIsInMemory) {
+  for (int id = 1; id <= 120; ++id) AddPatient(id, "Ana");
+  TPlBoList* held = FPatients->FetchObjectList(FForm.Get(), "ID < 116", "ID", true);
+  held->Get(6)->SetAttrValue("NAME", "Anja");
+  Execute("update OMRA.PATIENT set NAME = 'Bor'");
+  const TOwned<TIQuery> shown = Make<TIQuery>();
+  FPatients->GetQuery(shown.Get());
+  FPatients->FetchSpecToSQL(shown.Get(), "ID > 4", "");
+  int reloaded = 0;
+  int fetched = 0;
+  const auto counted = [](int& counter) {
+    return TIOnReloadObjectsInDictionary::From([&counter](TplPerObject*) {
+      if (++counter == 0) throw Exception("enough");
+    });
+  };
+  const auto reload = [&] {
+    FPatients->ReloadObjectsInGlobalDictionary(shown.Get(), counted(reloaded), counted(fetched));
+  };
+  reload();
+  EXPECT_EQ(reloaded + fetched, 0) << "a closed data set shows nothing";
+  shown->Open();
+  shown->MoveBy(2);
+  ASSERT_EQ(shown->FieldByName("ID")->AsString(), "7");
+  const std::int64_t live = TSlotTable::LiveCount();
+  reload();
+  EXPECT_EQ(reloaded, 111);
+  EXPECT_EQ(fetched, 111);
+  std::string names;
+  for (int i = 0; i < 8; ++i) names += held->Get(i)->GetAttrValue("NAME") + " ";
+  EXPECT_EQ(names, "Ana Ana Ana Ana Bor Bor Anja Bor ");
+  // Either event stops it by raising; the data set is where it was all the same.
+  for (int* counter : {&reloaded, &fetched}) {
+    *counter = -50;
+    EXPECT_EQ(Raised(reload), "enough");
+    EXPECT_EQ(shown->FieldByName("ID")->AsString(), "7");
+    EXPECT_FALSE(shown->ControlsDisabled());
+    EXPECT_EQ(TSlotTable::LiveCount(), live);
+  }
+  held->Release(FForm.Get());
+  EXPECT_EQ(FDictionary->Count(), 0);
+}
+
+TEST_F(TDictionaryTest, AReloadGoesPastCacheMapAndListeners) {
+  auto* provider = New<TplRestless>(nullptr, FMap);
+  provider->aiTableName("PATIENT");
+  AddPatient(1, "Ana");
+  TplPerObject* object = provider->GetObject(provider, "1", true);
+  TPlBoList* list = provider->FetchObjectList(FForm.Get(), "ID > 0", "", true);
+  const auto state = [&] {
+    std::string letters = provider->aiCacheEnabled() ? "C" : "c";
+    letters += FDictionary->aiUSEDICTIONARY() ? "D" : "d";
+    letters += aiNotificationsEnabled() ? "N" : "n";
+    return letters + (provider->GetRegisterNotify() ? "R" : "r");
+  };
+  for (const bool fails : {false, true}) {
+    for (TplDomainObject* each : std::initializer_list<TplDomainObject*>{object, list}) {
+      const std::int64_t live = TSlotTable::LiveCount();
+      std::string seen;
+      TpoRestless::OnLoaded = [&] {
+        seen = state();
+        if (fails) throw Exception("no");
+      };
+      EXPECT_EQ(Raised([&] { each->Reload(); }), fails ? "no" : "");
+      EXPECT_EQ(seen, "cdnr");
+      EXPECT_EQ(state(), "CDNR");
+      EXPECT_EQ(TSlotTable::LiveCount(), live);
+      EXPECT_EQ(object->RefCount(), 2);
+    }
+  }
+  EXPECT_EQ(Raised([&] { FDictionary->Reload(FForm.Get(), ""); }),
+            "TplGlobalDictionary.Reload: Class not valid!");
+  // What a cache lets go of it has handed on; an object leaves the map once.
+  list->Release(FForm.Get());
+  EXPECT_FALSE(FDictionary->Decide(object, provider));
+  EXPECT_TRUE(FDictionary->Decide(object, FForm.Get()));
+  TpoRestless::Left.clear();
+  object->AddRef(FForm.Get());
+  object->Release(provider);
+  EXPECT_EQ(TpoRestless::Left, "");
+  object->Release(FForm.Get());
+  EXPECT_EQ(TpoRestless::Left, "1");
 }
 
 // The parameter is read when the dictionary is made.

@@ -23,7 +23,7 @@ class TplCachableProvider : public TplProvider {
 
   // The list that keeps the objects; nullptr takes it back. Raises "Not implemented yet: %s".
   void SetFetchBufferList(TPlBoList* AList);
-  virtual TPlBoList* GetFetchBufferList() { return nullptr; }
+  virtual TPlBoList* GetFetchBufferList() { return FFetchBufferList; }
   virtual void AddToCache(TplPerObject*) {}
   virtual void CheckCacheSize() {}
   void ClearCache(int /*AFrom*/) {}
@@ -49,6 +49,7 @@ class TplCachableProvider : public TplProvider {
  private:
   void ReadSet(const std::string& spec, const std::vector<std::string>& ids);
 
+  TPlBoList* FFetchBufferList = nullptr;  // the application's, which keeps this provider by it
   bool FCacheEnabled = true;
 };
 

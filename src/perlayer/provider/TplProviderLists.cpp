@@ -115,6 +115,7 @@ void TplProvider::ReloadObjectsInGlobalDictionary(
     for (ADataSet->First(); !ADataSet->Eof(); ADataSet->Next()) {
       TObjectSql sql(ADataSet);
       TplProvider* const provider = GetProviderFromDataSet(ADataSet, sql.query);
+      Assert(provider != nullptr, "Wrong class in provider");
       TplPerObject* const object =
           GlobalDictionary()->TakeObject(provider, RowText(ADataSet, GetIDAttrName()));
       if (object == nullptr) continue;
@@ -127,7 +128,7 @@ void TplProvider::ReloadObjectsInGlobalDictionary(
     TryFinally(
         [&] {
           for (int i = 0; AOnFetchEvent && alive && i < list->Count(); ++i) {
-            AOnFetchEvent(list->Get(i));
+            if (TplPerObject* const object = list->Get(i)) AOnFetchEvent(object);
           }
         },
         [&] {

@@ -12,17 +12,19 @@ namespace perlayer {
 
 class TFindTimes {
  public:
-  void Start() { FStart = TClock::Current().CoarseTicks(); }
+  void Start() { FTime = TClock::Current().CoarseTicks(); }
   void Stop() {
-    const std::int64_t duration = TClock::Current().CoarseTicks() - FStart;
-    FMax = std::max(FMax, duration);
-    FSum += duration;
-    ++FCount;
+    const std::int64_t duration = TClock::Current().CoarseTicks() - FTime;
+    FMaxFindTime = std::max(FMaxFindTime, duration);
+    FTimeSum += duration;
+    ++FNumTimes;
   }
   // In the weights that monitors know: milliseconds plus 100 per second plus 6000 per minute; hours
   // are lost. 0 before the first timing.
-  double Max() const { return Weight(FMax); }
-  double Average() const { return FCount == 0 ? 0 : Weight(FSum) / FCount; }
+  double Max() const { return Weight(FMaxFindTime); }
+  double Average() const {
+    return FNumTimes == 0 ? 0 : Weight(FTimeSum) / static_cast<double>(FNumTimes);
+  }
 
  private:
   static double Weight(std::int64_t milliseconds) {
@@ -30,10 +32,10 @@ class TFindTimes {
                                milliseconds / 60000 % 60 * 6000);
   }
 
-  std::int64_t FStart = 0;  // milliseconds, like the other two
-  std::int64_t FMax = 0;
-  std::int64_t FSum = 0;
-  int FCount = 0;
+  std::int64_t FTime = 0;  // milliseconds, like the next two
+  std::int64_t FMaxFindTime = 0;
+  std::int64_t FTimeSum = 0;
+  std::int64_t FNumTimes = 0;
 };
 
 }  // namespace perlayer

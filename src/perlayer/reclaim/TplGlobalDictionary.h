@@ -15,6 +15,7 @@
 //
 // It also decides how objects are reclaimed: aiReleaseType, and Decide. Main thread only.
 
+#include <cstdint>
 #include <string>
 
 #include "perlayer/foundation/TPlDictionary.h"
@@ -144,11 +145,13 @@ class TplGlobalDictionary : public TPlDictionary {
   void SetUSEDICTIONARY(bool AUse) { FUSEDICTIONARY = AUse; }
 
   // How many times GetObject has been answered from memory.
-  int aiFetchSaveNumber() const { return FFetchSaveNumber; }
+  std::int64_t aiFetchSaveNumber() const { return FFetchSaveNumber; }
   // The longest search and the average, in the weights of TFindTimes; the average is 0 with the
   // switch off.
-  double aiMaxFindTime() const { return FTimes.Max(); }
-  double aiAverageFindTime() const { return FUSEDICTIONARY ? FTimes.Average() : 0; }
+  double aiMaxFindTime() const { return GetMaxFindTime(); }
+  double aiAverageFindTime() const { return GetAverageFindTime(); }
+  double GetMaxFindTime() const { return FTimes.Max(); }
+  double GetAverageFindTime() const { return FUSEDICTIONARY ? FTimes.Average() : 0; }
   // The bytes of all objects here, without their values.
   std::size_t MemoryUsed();
   void GetDictCount(int& ACount) const { ACount = Count(); }
@@ -175,7 +178,7 @@ class TplGlobalDictionary : public TPlDictionary {
   bool TakeTwins(TPlBoList* AList, const TPlBoList* ATwins, bool AUse, bool ANotify);
 
   bool FUSEDICTIONARY = false;
-  int FFetchSaveNumber = 0;
+  std::int64_t FFetchSaveNumber = 0;
   TFindTimes FTimes;
   TNotifyEvent FOnShowDictionaryToGUI;
   TIReleaseType FReleaseType = TIReleaseType::rtUndefined;
