@@ -582,6 +582,11 @@ TEST_F(TSqliteSessionTest, ARunUsesOnlyWhatWasBoundForIt) {
   EXPECT_EQ(statement.Next(), "end");
   EXPECT_EQ(statement.Next(), "end") << "it does not begin anew";
   EXPECT_THROW(statement->BindText(2, "y"), EAssertionFailed);
+  for (const char* text : {"", "z", "", "", "w"}) {
+    statement->Reset();
+    statement.Bind({text, nullptr});
+    EXPECT_EQ(statement.Rest(), std::string(text) + "--" + text);
+  }
 }
 
 // Statements built at random of pieces of the language, and cut and patched at random: each ends in

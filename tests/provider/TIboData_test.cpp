@@ -99,6 +99,23 @@ TEST_F(TIboDataTest, OldValuesAreThoseBeforeTheFirstChange) {
   EXPECT_EQ(store.GetAttrOldValue("NAME"), "ana");
 }
 
+// In rows that have room for it and in such that have none.
+TEST_F(TIboDataTest, AValueWrittenToBothIsNoDifferenceAndComesWhenItIsTaken) {
+  TIboData& store = FreshStore();
+  store.InitData();
+  for (const std::string& id : {std::string("-1"), std::string("17"), std::string(3000, '1')}) {
+    const std::string before = store.GetAttrValueByIndex(0);
+    TIboData::TWrittenBoth written = store.WithBoth(0, id);
+    EXPECT_EQ(store.GetAttrValueByIndex(0), before);
+    store.Take(std::move(written), 0, id);
+    EXPECT_EQ(store.GetAttrValueByIndex(0), id);
+    EXPECT_EQ(store.GetAttrOldValueByIndex(0), id);
+    EXPECT_TRUE(store.DataModified());
+    store.SetAttrValueByIndex(1, id);
+  }
+  EXPECT_EQ(store.GetAttrOldValueByIndex(1), "") << "only the one is alike";
+}
+
 TEST_F(TIboDataTest, TextsOfAnyLengthComeWhole) {
   AddPatient(1, "Ana");
   EXPECT_EQ(Stored("NOTES"), "");

@@ -31,5 +31,15 @@ TEST(TNameCache, NeverAnswersForAnotherName) {
   EXPECT_EQ(cache.Find(""), nullptr);
 }
 
+TEST(TNameCache, NamesThatShareAPlaceAreAllKept) {
+  TNameCache<int> cache;
+  const auto name = [](int i) { return "COLUMN_" + std::to_string(i); };
+  for (int i = 0; i < 20; ++i) cache.Keep(name(i), i);
+  for (int i = 0; i < 20; ++i) {
+    ASSERT_NE(cache.Find(name(i)), nullptr) << i;
+    EXPECT_EQ(*cache.Find(name(i)), i);
+  }
+}
+
 }  // namespace
 }  // namespace perlayer

@@ -92,14 +92,21 @@ void TIDatabase::ForceCommit(std::string_view phrase) {
 
 bool TIDatabase::InTransaction() const { return FSession->InTransaction(); }
 
-void TIDatabase::AddTrace(std::string_view line) noexcept {
+void TIDatabase::AddTrace(std::span<const std::string_view> pieces) noexcept {
   FTraceRead = false;
   try {
-    if (FTraceRing.size() < static_cast<std::size_t>(kTraceLines)) {
-      FTraceRing.emplace_back(line);
-    } else {
-      FTraceRing[FTraceNext] = line;
-      FTraceNext = (FTraceNext + 1) % FTraceRing.size();
+    std::size_t size = 0;
+    for (const std::string_view piece : pieces) size += piece.size();
+    std::string first;
+    const bool isFull = FTraceRing.size() == static_cast<std::size_t>(kTraceLines);
+    std::string& line = isFull ? FTraceRing[FTraceNext] : first;
+    line.reserve(size);  // or the line that stands there stays
+    line.clear();
+    for (const std::string_view piece : pieces) line += piece;
+    if (!isFull) {
+      FTraceRing.push_back(std::move(first));
+    } else if (++FTraceNext == FTraceRing.size()) {
+      FTraceNext = 0;
     }
   } catch (const std::bad_alloc&) {
   }

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -53,7 +54,8 @@ class TIDatabase : public TComponent {
   // The list is brought up to date by this call.
   const TStringList& TransactionTrace() const;
   // A line that there is no memory for is left out: no transaction fails for its label.
-  void AddTrace(std::string_view line) noexcept;
+  void AddTrace(std::string_view line) noexcept { AddTrace(std::span(&line, 1)); }
+  void AddTrace(std::span<const std::string_view> pieces) noexcept;  // of one line
 
   // Work that the application has begun on this session and not ended; zero means that a forced
   // commit takes nothing of its own with it.

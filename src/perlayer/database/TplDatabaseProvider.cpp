@@ -1,6 +1,6 @@
 #include "perlayer/database/TplDatabaseProvider.h"
 
-#include <charconv>
+#include <array>
 #include <cmath>
 #include <memory>
 
@@ -22,10 +22,10 @@ namespace perlayer {
 
 namespace {
 
-constexpr const char* kStartTransaction = "TplDatabaseProvider.StartTransaction";
-constexpr const char* kCommit = "TplDatabaseProvider.Commit";
+constexpr std::string_view kStartTransaction = "->TplDatabaseProvider.StartTransaction";
+constexpr std::string_view kCommit = "->TplDatabaseProvider.Commit";
+constexpr std::string_view kRollback = "->TplDatabaseProvider.Rollback";
 constexpr int kAhead = 8;
-constexpr const char* kRollback = "TplDatabaseProvider.Rollback";
 
 struct TDatabaseProviderPart {
   TplDatabaseProvider* const object = New<TplDatabaseProvider>();
@@ -35,18 +35,6 @@ struct TDatabaseProviderPart {
   TDatabaseProviderPart(const TDatabaseProviderPart&) = delete;
   TDatabaseProviderPart& operator=(const TDatabaseProviderPart&) = delete;
 };
-
-void WriteLabel(std::string& label, std::string_view text, const char* operation,
-                int count) noexcept {
-  char digits[16];
-  const char* const end = std::to_chars(digits, digits + sizeof digits, count).ptr;
-  try {
-    label.assign(text).append("->").append(operation);
-    label.append(digits, static_cast<std::size_t>(end - digits));
-  } catch (const std::bad_alloc&) {
-    label.clear();
-  }
-}
 
 void ShowInformation(const std::string& text) {
   BoMessageDlg(text, TMsgDlgType::mtInformation, {TMsgDlgBtn::mbOK}, TMsgDlgBtn::mbOK,
@@ -73,11 +61,15 @@ void TplDatabaseProvider::Destroy() {
 
 // --- the session ---
 
-TIDatabase* TplDatabaseProvider::aiDatabase() const { return FDatabase.GetAs<TIDatabase>(); }
+TIDatabase* TplDatabaseProvider::aiDatabase() const {
+  return static_cast<TIDatabase*>(FDatabase.Get());
+}
 
 TIDatabase* TplDatabaseProvider::FindSession() {
-  if (aiDatabase() == nullptr) FDatabase = FindDatabase(TcmpClassMap::kDatabaseName);
-  return aiDatabase();
+  if (TIDatabase* known = aiDatabase()) return known;
+  TIDatabase* database = FindDatabase(TcmpClassMap::kDatabaseName);
+  FDatabase = database;
+  return database;
 }
 
 TIDatabase& TplDatabaseProvider::Database() {
@@ -86,19 +78,22 @@ TIDatabase& TplDatabaseProvider::Database() {
 }
 
 // Empty without memory: a rollback must not fail for its label.
-std::string TplDatabaseProvider::Label(std::string_view text, const char* operation,
+std::string TplDatabaseProvider::Label(std::string_view text, std::string_view operation,
                                        int count) noexcept {
-  std::string label;
-  WriteLabel(label, text, operation, count);
-  return label;
+  try {
+    return std::string(text).append(operation).append(std::to_string(count));
+  } catch (const std::bad_alloc&) {
+    return {};
+  }
 }
 
 // A nested level's label, which goes nowhere else.
-void TplDatabaseProvider::Trace(std::string_view text, const char* operation, int count) noexcept {
+void TplDatabaseProvider::Trace(std::string_view text, std::string_view operation,
+                                int count) noexcept {
   TIDatabase* database = FindSession();
   if (database == nullptr) return;
-  WriteLabel(FTraceLine, text, operation, count);
-  database->AddTrace(FTraceLine);
+  const std::string digits = std::to_string(count);  // too short to take memory
+  database->AddTrace(std::array<std::string_view, 3>{text, operation, digits});
 }
 
 bool TplDatabaseProvider::InTransaction() {

@@ -104,8 +104,8 @@ class TplDatabaseProvider : public TPlBaseObject {
   enum class TTold : std::uint8_t { committed, rolledBack };
   TIDatabase* FindSession();  // nullptr without one
   TIDatabase& Database();     // raises
-  static std::string Label(std::string_view text, const char* operation, int count) noexcept;
-  void Trace(std::string_view text, const char* operation, int count) noexcept;
+  static std::string Label(std::string_view text, std::string_view operation, int count) noexcept;
+  void Trace(std::string_view text, std::string_view operation, int count) noexcept;
   void CommitOutermost(std::string_view text);
   void RollbackOutermost(std::string_view text);
   void TellObjects(TTold told);
@@ -120,7 +120,6 @@ class TplDatabaseProvider : public TPlBaseObject {
   TDateTime FStartTransactionTime = 0;
   bool FIgnoreTimer = false;
   TWriteQueries FWriteQueries;
-  std::string FTraceLine;  // keeps its memory from one label to the next
 };
 
 // The one transaction manager of the loaded layer.

@@ -37,7 +37,9 @@ bool Holds(int code) { return code == TAuthManager::kNotControlled || ILoginInfo
 
 TAuthManager* AuthManager() {
   TAuthManagerPart& part = Part();
-  if (!part.object) part.object.Reset(part.cls.New());
+  if (part.object) [[likely]]
+    return part.object.Get();
+  part.object.Reset(part.cls.New());
   return part.object.Get();
 }
 
@@ -59,8 +61,10 @@ int TAuthManager::GetActionCode(const std::string&) {
   throw Exception("TAuthManager: Using wrong class!");
 }
 
+bool TAuthManager::IsOpen() const { return FIsOpen && !FbLogRights(); }
+
 bool TAuthManager::IsOpenTo(const TplAuthorizedObject* AObject) const {
-  return ClassType().Facts() != 0 && !FbLogRights() && !Is<TplProvider>(AObject);
+  return IsOpen() && !Is<TplProvider>(AObject);
 }
 
 TIAccessRights TAuthManager::GetObjectRights(TplAuthorizedObject* AObject) {

@@ -45,6 +45,9 @@ class TAuthManager : public TObject {
   virtual bool IsSPDependant(TplProvider*) { return false; }
   virtual void Create() {}
 
+  // Everybody has every right on every object that is no provider, and nobody wants to read of
+  // that.
+  bool IsOpen() const;
   TIAccessRights GetObjectRights(TplAuthorizedObject* AObject);
   bool HasObjectRights(TplAuthorizedObject* AObject, TIAccessRights AR);
   bool HasObjectActionRight(TplAuthorizedObject* AObject, const std::string& AsActionName);
@@ -53,8 +56,9 @@ class TAuthManager : public TObject {
                                        TIAccessRights ARights);
 
  private:
-  // Everything on it is granted to everybody, and nobody wants to read of that.
   bool IsOpenTo(const TplAuthorizedObject* AObject) const;
+
+  const bool FIsOpen = ClassType().Facts() != 0;
 };
 
 // For programs that control no action: whoever gets that far may do everything.

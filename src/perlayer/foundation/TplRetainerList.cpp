@@ -45,7 +45,7 @@ void TplRetainerList::Grow() {
 
 void TplRetainerList::AddWithGrowth(const TObject* retainer) {
   const TEntry entry = {&retainer->ClassType(), retainer};
-  if (FCount == std::max(FCapacity, 1u)) Grow();
+  if (FCount == std::max(FCapacity, kFirst)) Grow();
   if (FCapacity == kIndexed) {
     FIndex->Add(entry);
   } else {
@@ -90,7 +90,7 @@ void TplRetainerList::Clear() {
   }
   FCapacity = 0;
   FCount = 0;
-  FFirst = {nullptr, {}};
+  std::fill_n(FFirst, kFirst, TEntry{});
 }
 
 }  // namespace perlayer

@@ -4,7 +4,7 @@
 //
 // An entry is the retainer's class, as it was at AddRef, and a handle to the retainer. A retainer
 // that was destroyed without letting go is thus told from a living one without its memory being
-// read, and its class can still be named. The first entry needs no memory of its own.
+// read, and its class can still be named. The first two entries need no memory of their own.
 //
 // A list that has grown past kShortList entries indexes itself, until it is empty again: from then
 // on adding takes constant time on the average, as does deleting a retainer's first entry, and what
@@ -51,7 +51,7 @@ class TplRetainerList {
 
   // REQUIRES, here and in Replace: retainer != nullptr
   void Add(const TObject* retainer) {
-    // Room in the array that nearly every list is; the slot in FFirst is Grow's.
+    // Room in the array that nearly every longer list is; the room in FFirst is Grow's.
     if (FCount >= FCapacity || FCapacity == kIndexed) return AddWithGrowth(retainer);
     FEntries[FCount++] = {&retainer->ClassType(), retainer};
   }
@@ -74,21 +74,23 @@ class TplRetainerList {
 
  private:
   using TEntry = TRetainerIndex::TEntry;
+  // One holds what is only read, a transaction too what is saved.
+  static constexpr std::uint32_t kFirst = 2;
   static constexpr std::uint32_t kShortList = 128;
   static constexpr std::uint32_t kIndexed = UINT32_MAX;
 
   const TEntry& At(int index) const;  // raises EListError outside
-  TEntry* Entries() { return FCapacity == 0 ? &FFirst : FEntries; }
-  const TEntry* Entries() const { return FCapacity == 0 ? &FFirst : FEntries; }
+  TEntry* Entries() { return FCapacity == 0 ? FFirst : FEntries; }
+  const TEntry* Entries() const { return FCapacity == 0 ? FFirst : FEntries; }
   void Grow();
   void AddWithGrowth(const TObject* retainer);
   bool DeleteIndexed(const TObject* retainer);
 
   std::uint32_t FCount = 0;
-  // Which storage is in use. 0: FFirst, for one entry; kIndexed: FIndex; otherwise FEntries.
+  // Which storage is in use. 0: FFirst; kIndexed: FIndex; otherwise FEntries.
   std::uint32_t FCapacity = 0;
   union {
-    TEntry FFirst = {nullptr, {}};
+    TEntry FFirst[kFirst] = {};
     TEntry* FEntries;
     TRetainerIndex* FIndex;
   };

@@ -32,7 +32,8 @@ void TplPerObject::DoNotifyAction(TplDomainObject* Sender, TIBaseObjectAction Ac
 std::string TplPerObject::GetTextDescription() { return Format("[%s] %s", GetGID(), ClassName()); }
 
 bool TplPerObject::GetReadOnly() {
-  if (AuthManager()->HasObjectRights(this, {TIAccessRight::arUpdate})) return false;
+  TAuthManager* const manager = AuthManager();
+  if (manager->IsOpen() || manager->HasObjectRights(this, {TIAccessRight::arUpdate})) return false;
   return !(FNewObject && AuthManager()->HasObjectRights(this, {TIAccessRight::arInsert}));
 }
 
@@ -47,7 +48,7 @@ void TplPerObject::SetInitializingBo(bool AInitializing) {
 
 // An object whose row has not come yet has no ID.
 std::string TplPerObject::GetGID() {
-  return data.Count() == 0 ? std::string() : data.GetAttrValue(FProvider->GetIDAttrName());
+  return data.Count() == 0 ? std::string() : data.GetAttrValue(FProvider->IDAttrName());
 }
 
 std::string TplPerObject::GetGlobalID() { return FProvider->GetTableNameKeyForDict() + GetGID(); }
@@ -72,7 +73,7 @@ void TplPerObject::DiposeNewlyCreatedMe() {
   const std::string id = CDefNumericNoIdValue();
   // The row's key is free again: the object is not that row any more.
   GlobalDictionary()->ChangeID(FProvider, GetGID(), this, id);
-  data.SetAttrValue(FProvider->GetIDAttrName(), id);
+  data.SetAttrValue(FProvider->IDAttrName(), id);
 }
 
 void TplPerObject::InitializeFromDataSet(TDataSet* ADataSet) {
@@ -90,8 +91,12 @@ void TplPerObject::InitializeFromDataSet(TDataSet* ADataSet) {
 std::string TplPerObject::GetAttrValue(const std::string& AName) {
   TPlClassMetaData* metaData = GetMetaData();
   const TPlClassMetaData::TFound found = metaData->Find(AName);
-  if (found.index >= 0) return data.GetAttrValueByIndex(found.index);
-  if (metaData->IsCalcAttr(found, AName)) {
+  return found.index >= 0 ? data.GetAttrValueByIndex(found.index)
+                          : CalculatedValue(AName, metaData->IsCalcAttr(found, AName));
+}
+
+std::string TplPerObject::CalculatedValue(const std::string& AName, bool AIsCalculated) {
+  if (AIsCalculated) {
     return FCalcAttrValueProc != nullptr ? (*FCalcAttrValueProc)(this, AName)
                                          : GetCalcAttrValue(AName);
   }

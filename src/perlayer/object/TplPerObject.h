@@ -448,6 +448,8 @@ class TplPerObject : public TplDomainObject {
   bool AttrExists(const std::string& AName);
 
   TIPersistentObjectState GetEditState() const;
+  // posBrowse or posCreated: the next change takes the object into edit state.
+  bool IsUnedited() const { return !FModified && !(FNewObject && FInitializingBo); }
   void OnCommit() { DoOnCommit(); }
   void OnRollback() { DoOnRollback(); }
   void SetNewObject(bool ANewObject) { FNewObject = ANewObject; }
@@ -579,6 +581,7 @@ class TplPerObject : public TplDomainObject {
     kHearsNothing = 4,
     kHasStatementsOfProvider = 8
   };
+  std::string CalculatedValue(const std::string& AName, bool AIsCalculated);
   double NoFloat() const { return FbEmptyFloatReturnsZero ? 0.0 : kNoFloat; }
 
   template <class TCopy>
@@ -601,6 +604,7 @@ class TplPerObject : public TplDomainObject {
   bool PassesMap(int AIndex);
   bool ValidateCode(const std::string& AName, const std::string& ACode, TIValInfoRec AInfo);
 
+  bool IsShown() const;   // by a data set
   TObjectEdits& Edits();  // made on first use, as Relations
   TObjectRelations& Relations();
   void TestRegistered(const TplBaseObjectPointer& pointer);
@@ -619,8 +623,11 @@ class TplPerObject : public TplDomainObject {
   void ReleaseHeld();
   void HeadIntoDestruction();
   int AttrIndexToWrite(const std::string& AName);
+  [[noreturn]] void RaiseReadOnly(const std::string& AName, const std::string& AValue);
+  [[noreturn]] void RaiseReadOnlyField(const std::string& ALabel);
   bool WriteID(int AIndex, const std::string& AName, std::string AValue);
   bool EndWrite(int AIndex, const std::string& AName, const std::string& AValue);
+  bool EndShownWrite(int AIndex, const std::string& AName, std::string AValue);
   bool ValidateWrite(int AIndex, const std::string& AName, const std::string& AValue);
   bool IsReadOnlyIn(TPlClassMetaData& AMetaData, int AIndex);
   std::string PostErrors(bool& AErrors) const;

@@ -38,6 +38,8 @@ TObjectEdits& TplPerObject::Edits() {
   return *FEdits;
 }
 
+bool TplPerObject::IsShown() const { return FEdits != nullptr && FEdits->FDataSet != nullptr; }
+
 void TplPerObject::TEndEdits::operator()(TObjectEdits* edits) const noexcept { delete edits; }
 
 // What this frees may ask the object once more: it finds nothing any more.
@@ -71,25 +73,28 @@ bool TplPerObject::SetAttrValueCommon(const std::string& AName, const std::strin
   if (index < 0) AttrIndexToWrite(AName);  // raises
   // The old value may be written back whatever the rights: an edit can be undone.
   if (!FInitializingBo && ACheckReadOnly && AValue != data.OldValueView(index) && GetReadOnly()) {
-    throw Exception(Format(RSReadOnlyObject, GetTextDescription(), ClassName(), GetGID(), AName,
-                           AValue, GetReadOnlyReason()));
+    RaiseReadOnly(AName, AValue);
   }
   if (metaData->IsCalcAttr(found, AName) ||
       (IsReadOnlyIn(*metaData, index) && AValue != GetAttrOldValue(AName))) {
-    throw Exception(Format(RSReadOnlyField, GetTextDescription(),
-                           metaData->GetAttrProperties(AName).sDispLabel));
+    RaiseReadOnlyField(metaData->GetAttrProperties(AName).sDispLabel);
   }
-  if (data.ValueView(index) != AValue) {
-    const TIPersistentObjectState state = GetEditState();
-    if (state == TIPersistentObjectState::posBrowse ||
-        state == TIPersistentObjectState::posCreated) {
-      const TAlive alive(this);
-      const std::string value = AValue;  // who hears of the edit may change what it refers to
-      TryEdit(AName);
-      return !alive || PrivateSetAttrValue(index, value);
-    }
+  if (IsUnedited() && data.ValueView(index) != AValue) {
+    const TAlive alive(this);
+    const std::string value = AValue;  // who hears of the edit may change what it refers to
+    TryEdit(AName);
+    return !alive || PrivateSetAttrValue(index, value);
   }
   return PrivateSetAttrValue(index, AValue);
+}
+
+void TplPerObject::RaiseReadOnly(const std::string& AName, const std::string& AValue) {
+  throw Exception(Format(RSReadOnlyObject, GetTextDescription(), ClassName(), GetGID(), AName,
+                         AValue, GetReadOnlyReason()));
+}
+
+void TplPerObject::RaiseReadOnlyField(const std::string& ALabel) {
+  throw Exception(Format(RSReadOnlyField, GetTextDescription(), ALabel));
 }
 
 bool TplPerObject::SetReadOnlyAttrValue(const std::string& AName, const std::string& AValue) {
@@ -115,26 +120,27 @@ bool TplPerObject::WriteID(int AIndex, const std::string& AName, std::string AVa
   // Written aside: once the dictionary has the new key nothing may fail any more.
   TIboData::TWrittenBoth written = data.WithBoth(AIndex, AValue);
   GlobalDictionary()->ChangeID(FProvider, GetGID(), this, AValue);
-  data.Take(std::move(written));
+  data.Take(std::move(written), AIndex, AValue);
   return !changed || EndWrite(AIndex, AName, AValue);
 }
 
 // A value has changed: whoever shows the object, validates and hears it is told.
 bool TplPerObject::EndWrite(int AIndex, const std::string& AName, const std::string& AValue) {
-  if (FEdits != nullptr && FEdits->FDataSet != nullptr) {
-    const TAlive alive(this);
-    const std::string kept = AValue;  // listeners may change what AValue refers to
-    TryFinally(
-        [&] {
-          FEdits->FDataSet->UpdateAttribute(AName);
-          if (alive) AttributeValueChanged(AIndex, AName, kept);
-        },
-        [&] {
-          if (alive && !FInitializingBo) FModified = FNotChecked = true;
-        });
-    return !alive || ValidateWrite(AIndex, AName, kept);
-  }
-  return ValidateWrite(AIndex, AName, AValue);
+  return IsShown() ? EndShownWrite(AIndex, AName, AValue) : ValidateWrite(AIndex, AName, AValue);
+}
+
+// The value is a copy: listeners may change what it came from.
+bool TplPerObject::EndShownWrite(int AIndex, const std::string& AName, std::string AValue) {
+  const TAlive alive(this);
+  TryFinally(
+      [&] {
+        FEdits->FDataSet->UpdateAttribute(AName);
+        if (alive) AttributeValueChanged(AIndex, AName, AValue);
+      },
+      [&] {
+        if (alive && !FInitializingBo) FModified = FNotChecked = true;
+      });
+  return !alive || ValidateWrite(AIndex, AName, AValue);
 }
 
 bool TplPerObject::ValidateWrite(int AIndex, const std::string& AName, const std::string& AValue) {
@@ -180,11 +186,7 @@ bool TplPerObject::GetObjectHasChangedAttribute(std::initializer_list<std::strin
 void TplPerObject::TryEdit(const std::string&) { TryEdit(true); }
 
 void TplPerObject::TryEdit(bool ALock) {
-  if (FInitializingBo || FbReloading) return;
-  const TIPersistentObjectState state = GetEditState();
-  if (state != TIPersistentObjectState::posBrowse && state != TIPersistentObjectState::posCreated) {
-    return;
-  }
+  if (FInitializingBo || FbReloading || !IsUnedited()) return;
   const TAlive alive(this);
   try {
     const bool isManual = GetManualNotification();
@@ -216,7 +218,7 @@ void TplPerObject::TryEdit(bool ALock) {
       if (alive) Touch();
     }
   } catch (...) {
-    if (alive && FEdits != nullptr && FEdits->FDataSet != nullptr) FEdits->FDataSet->Cancel();
+    if (alive && IsShown()) FEdits->FDataSet->Cancel();
     throw;
   }
 }
@@ -243,7 +245,7 @@ void TplPerObject::CancelData() {
         FModified = false;
         CallNotifyAction(this, TIBaseObjectAction::paModified, nullptr);
         if (alive) CallNotifyAction(this, TIBaseObjectAction::paCancelData, nullptr);
-        if (alive && FEdits != nullptr && FEdits->FDataSet != nullptr) {
+        if (alive && IsShown()) {
           FEdits->FDataSet->RefreshFromBo();
         }
       },
@@ -301,7 +303,7 @@ void TplPerObject::SetReadOnlyFields(std::initializer_list<std::string_view> ANa
 // --- who shows and hears it ---
 
 IboDataSet* TplPerObject::GetDataSet() {
-  if (FEdits == nullptr || FEdits->FDataSet == nullptr) {
+  if (!IsShown()) {
     const TAlive alive(this);
     Edits().FDataSet = MakeboDataSet(this);
     try {

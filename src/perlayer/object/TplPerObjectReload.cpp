@@ -202,13 +202,13 @@ void TplPerObject::TakeReloaded(TplPerObject* ATwin, bool AUseDictionary) {
 
 void TplPerObject::CancelAndRefreshDataSet() {
   const TAlive alive(this);
-  if (FEdits == nullptr || FEdits->FDataSet == nullptr) return;
+  if (!IsShown()) return;
   FEdits->FDataSet->Cancel();
   if (alive) Refresh();
 }
 
 void TplPerObject::Refresh() {
-  if (FEdits != nullptr && FEdits->FDataSet != nullptr) FEdits->FDataSet->Refresh();
+  if (IsShown()) FEdits->FDataSet->Refresh();
 }
 
 // --- differences ---

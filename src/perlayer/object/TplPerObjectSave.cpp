@@ -74,13 +74,17 @@ class TCallerName {
   std::string FLong;
 };
 
-TBoundValue ValueOfText(TFieldType type, std::string_view text) {
-  if (text.empty()) return {};
-  if (type != TFieldType::ftDateTime) return {TIParam::TKind::text, 0, text};
+TBoundValue ValueOfDate(std::string_view text) {
   const TFormatSettings& settings = FrozenFormatSettings();
   TDateTime value = 0;
   if (!TryStrToDateTime(text, value, settings)) value = StrToDateTime(text, settings);  // raises
   return {TIParam::TKind::number, value, {}};
+}
+
+TBoundValue ValueOfText(TFieldType type, std::string_view text) {
+  if (text.empty()) return {};
+  return type == TFieldType::ftDateTime ? ValueOfDate(text)
+                                        : TBoundValue{TIParam::TKind::text, 0, text};
 }
 
 void Write(TIParam& param, const TBoundValue& value) {
@@ -184,7 +188,8 @@ void TplPerObject::KeepStateToReturnTo() {
 void TplPerObject::CheckObjectIDTemporary() {
   const std::string id = GetGID();
   std::int64_t number = -1;  // as one that is too long for its digits
-  if (!Trim(id).starts_with('-') || !IsNumeric(id) || (TryStrToInt(id, number) && number >= 0)) {
+  if (id.find('-') == std::string::npos || !Trim(id).starts_with('-') || !IsNumeric(id) ||
+      (TryStrToInt(id, number) && number >= 0)) {
     return;
   }
   const std::string message =
@@ -235,7 +240,12 @@ bool TplPerObject::ValuesForStatement(const TParamBinding& ABinding, const TData
   AValues.resize(ABinding.params.size());
   for (std::size_t i = 0; i < AValues.size(); ++i) {
     const TParamMeaning& meaning = ABinding.params[i];
-    AValues[i] = ValueForStatement(meaning, meaning.type, ABinding.statement->Parameters()[i]);
+    const std::string_view text = data.ValueView(meaning.index);
+    const bool isText =
+        meaning.type != TFieldType::ftFloat && meaning.type != TFieldType::ftDateTime;
+    AValues[i] =
+        isText ? ValueOfText(meaning.type, text)
+               : ValueForStatement(meaning, meaning.type, ABinding.statement->Parameters()[i]);
   }
   return true;
 }

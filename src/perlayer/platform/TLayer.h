@@ -69,21 +69,15 @@ class TLayer {
   // The part of that rank, made by T's default constructor on first use; T's destructor ends it.
   template <class T>
   static T& Part(TLayerPart rank) {
-    auto& slot = Current().FParts[static_cast<std::size_t>(rank)];
-    if (slot.object == nullptr) {
-      slot.object = new T();
-      slot.destroy = [](void* object) { delete static_cast<T*>(object); };
-    }
+    TSlot& slot = Current().FParts[static_cast<std::size_t>(rank)];
+    if (slot.object == nullptr) MakePart<T>(slot);
     return *static_cast<T*>(slot.object);
   }
   // The same for a part that is a TObject: made by New<T>(), ended by Free().
   template <class T>
   static T* ObjectPart(TLayerPart rank) {
-    auto& slot = Current().FParts[static_cast<std::size_t>(rank)];
-    if (slot.object == nullptr) {
-      slot.object = New<T>();
-      slot.destroy = [](void* object) { static_cast<T*>(object)->Free(); };
-    }
+    TSlot& slot = Current().FParts[static_cast<std::size_t>(rank)];
+    if (slot.object == nullptr) MakeObjectPart<T>(slot);
     return static_cast<T*>(slot.object);
   }
   // The part if it has been made, else nullptr. Answers nullptr with no layer loaded.
@@ -99,6 +93,17 @@ class TLayer {
     void* object = nullptr;
     void (*destroy)(void*) = nullptr;
   };
+  // Out of the way of those who find the part there.
+  template <class T>
+  [[gnu::noinline]] static void MakePart(TSlot& slot) {
+    slot.object = new T();
+    slot.destroy = [](void* object) { delete static_cast<T*>(object); };
+  }
+  template <class T>
+  [[gnu::noinline]] static void MakeObjectPart(TSlot& slot) {
+    slot.object = New<T>();
+    slot.destroy = [](void* object) { static_cast<T*>(object)->Free(); };
+  }
   [[noreturn]] static void RaiseNotLoaded();
 
   static TLayer* FCurrent;

@@ -197,12 +197,19 @@ void TIboData::SetAttrOldValueByIndex(int AIndex, std::string_view sValue) {
 
 TIboData::TWrittenBoth TIboData::WithBoth(int AIndex, std::string_view sValue) const {
   CheckIndex(FValues, AIndex);
-  const TValueRow& old = FModified && FOldValues.Count() > 0 ? FOldValues : FValues;
+  const bool hasOld = FModified && FOldValues.Count() > 0;
+  const TValueRow& old = hasOld ? FOldValues : FValues;
   CheckIndex(old, AIndex);
+  if (hasOld && FValues.HasRoom(AIndex, sValue) && old.HasRoom(AIndex, sValue)) return {};
   return {FValues.With(AIndex, sValue), old.With(AIndex, sValue)};
 }
 
-void TIboData::Take(TWrittenBoth&& AWritten) noexcept {
+void TIboData::Take(TWrittenBoth&& AWritten, int AIndex, std::string_view sValue) {
+  if (AWritten.values.Count() == 0) {
+    SetAttrValueByIndex(AIndex, sValue);
+    SetAttrOldValueByIndex(AIndex, sValue);
+    return;
+  }
   FValues = std::move(AWritten.values);
   FOldValues = std::move(AWritten.oldValues);
   FModified = true;

@@ -73,14 +73,15 @@ class TIboData {
     return row.At(AIndex);
   }
   void SetAttrOldValueByIndex(int AIndex, std::string_view sValue);
-  // A value that is no change, value and old value alike: made by WithBoth, which leaves the store
-  // as it is, and taken by Take, which cannot fail.
+  // A value that is no change, value and old value alike. WithBoth makes the rows, unless the
+  // store's own have room for it, and changes nothing; Take needs no memory, the store being as it
+  // was.
   struct TWrittenBoth {
     TValueRow values;
     TValueRow oldValues;
   };
   TWrittenBoth WithBoth(int AIndex, std::string_view sValue) const;
-  void Take(TWrittenBoth&& AWritten) noexcept;
+  void Take(TWrittenBoth&& AWritten, int AIndex, std::string_view sValue);
   // False while there are no old values.
   bool AttributeModified(std::string_view AAttribute) const;
 

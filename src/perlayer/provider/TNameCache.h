@@ -1,10 +1,12 @@
 #pragma once
 // TNameCache<T>: what names have led to lately, by their exact bytes. Callers spell a name the same
-// way each time, so that it need not be folded again. Each name has one place, which the last that
-// came keeps; nothing is lost with one that is not there.
+// way each time, so that it need not be folded again. A name stands in its place or in one of the
+// next few; where all of them are taken the last that came keeps the first. Nothing is lost with
+// one that is not there.
 //
 // T is small and trivial. Belongs to one thread at a time.
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
@@ -26,16 +28,24 @@ class TNameCache {
   const T* Find(std::string_view name) const {
     if (FPlaces == nullptr) return nullptr;
     const TKey key(name);
-    const TPlace& place = (*FPlaces)[key.Place()];
-    const bool found = place.key == key && (name.size() <= kWhole || place.name == name);
-    return found ? &place.value : nullptr;
+    const std::size_t home = key.Place();
+    for (std::size_t i = 0; i < kTries; ++i) {
+      const TPlace& place = (*FPlaces)[home + i];
+      if (place.Has(key, name)) return &place.value;
+    }
+    return nullptr;
   }
   // Without memory for it the name is not kept.
   void Keep(std::string_view name, T value) noexcept {
     try {
       if (FPlaces == nullptr) FPlaces = std::make_unique<TPlaces>();
       const TKey key(name);
-      TPlace& place = (*FPlaces)[key.Place()];
+      TPlace* const home = &(*FPlaces)[key.Place()];
+      TPlace* const end = home + kTries;
+      TPlace* const free = std::find_if(home, end, [&](const TPlace& place) {
+        return place.key == TKey() || place.Has(key, name);
+      });
+      TPlace& place = free == end ? *home : *free;
       place.key = TKey();
       if (name.size() > kWhole) place.name = name;
       place.value = value;
@@ -47,6 +57,7 @@ class TNameCache {
 
  private:
   static constexpr int kPlaceBits = 6;
+  static constexpr std::size_t kTries = 4;
   static constexpr std::size_t kWhole = 16;  // so many bytes stand in the key
 
   // The first and the last eight bytes, which overlap or are fewer in a short name.
@@ -80,8 +91,12 @@ class TNameCache {
     TKey key;
     T value;
     std::string name;  // where the key does not hold all of it
+
+    bool Has(const TKey& other, std::string_view whole) const {
+      return key == other && (whole.size() <= kWhole || name == whole);
+    }
   };
-  using TPlaces = std::array<TPlace, std::size_t{1} << kPlaceBits>;
+  using TPlaces = std::array<TPlace, (std::size_t{1} << kPlaceBits) + kTries - 1>;
 
   std::unique_ptr<TPlaces> FPlaces;  // made by the first name
 };

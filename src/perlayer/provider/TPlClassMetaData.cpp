@@ -18,7 +18,6 @@ void TPlClassMetaData::Create(TplProvider* AOwner, TObject* ARetainer) {
   FProvider = AOwner;
   TcmpClassMap* map = AOwner->aiClassMap();
   FData = map->GetQuery(AOwner->aiQueryName());
-  FIsPlain = &ClassType() == &TPlClassMetaData::ClassInfo();
   FCalcAttr.Sorted(true);
   AddCalcAttribute("DESCRIPTION", "Opis", TFieldType::ftString, kDescriptionSize, "");
   for (const TClassMapField& field : map->CalculatedFields(AOwner->aiQueryName())) {
@@ -61,7 +60,7 @@ void TPlClassMetaData::IndexNames() {
   for (; FIndexed < names->Count(); ++FIndexed) {
     const std::string& name = names->Strings(FIndexed);
     FNames.resize(static_cast<std::size_t>(FIndexed));  // one that was left over by a failure goes
-    FNames.push_back(name);
+    FNames.push_back(std::make_unique<const std::string>(name));
     const TFoldedKey key(name);
     if (TFound* known = FIndex.Find(key); known == nullptr) {
       FIndex.Insert(key, {FIndexed, false});

@@ -5,7 +5,6 @@
 //
 // Held by its provider. Main thread only.
 
-#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -42,7 +41,7 @@ class TPlClassMetaData : public TPlBaseObject {
   const std::string& NameOf(int AAttributeIndex) {
     TakeInNames();
     if (static_cast<unsigned>(AAttributeIndex) < static_cast<unsigned>(FIndexed)) {
-      return FNames[static_cast<std::size_t>(AAttributeIndex)];
+      return *FNames[static_cast<std::size_t>(AAttributeIndex)];
     }
     return GetAttrNames()->Strings(AAttributeIndex);  // raises
   }
@@ -54,7 +53,7 @@ class TPlClassMetaData : public TPlBaseObject {
     int index;
     bool calculated;
   };
-  TFound Find(std::string_view name) {
+  [[gnu::always_inline]] TFound Find(std::string_view name) {
     TakeInNames();
     const TFound* recent = FRecent.Find(name);
     return recent != nullptr ? *recent : FindFolded(name);
@@ -116,11 +115,11 @@ class TPlClassMetaData : public TPlBaseObject {
 
   std::string ProviderName() const;  // "[Unknown]" when the provider has gone
 
-  TObjectHandle FProvider;            // not owned: it holds this object
-  TStringList* FAttrNames = nullptr;  // owned; made on first use
-  TCalcAttributes FCalcAttr;          // sorted
-  TObjectHandle FData;                // the class map's query
-  bool FIsPlain = false;              // IsCalcAttr is the one of this class
+  TObjectHandle FProvider;                             // not owned: it holds this object
+  TStringList* FAttrNames = nullptr;                   // owned; made on first use
+  TCalcAttributes FCalcAttr;                           // sorted
+  TObjectHandle FData;                                 // the class map's query
+  const bool FIsPlain = &ClassType() == &ClassInfo();  // IsCalcAttr is the one of this class
   void IndexNames();
   void TakeInNames() {
     if (FAttrNames == nullptr || FIndexed != FAttrNames->Count()) IndexNames();
@@ -128,8 +127,8 @@ class TPlClassMetaData : public TPlBaseObject {
   TFound FindFolded(std::string_view name);
 
   TKeyHash<TFound> FIndex;
-  std::deque<std::string> FNames;  // those that FIndex knows, by index
-  int FIndexed = 0;                // their number
+  std::vector<std::unique_ptr<const std::string>> FNames;  // those that FIndex knows, by index
+  int FIndexed = 0;                                        // their number
   TNameCache<TFound> FRecent;
   std::vector<TDescribed> FDescribed;  // by attribute; made again when fields have changed
   std::vector<int> FChecked;

@@ -86,8 +86,7 @@ void TValueRow::Set(int index, std::string_view value) {
   const std::string_view old = At(index);
   const std::size_t count = FBlock[0];
   const std::size_t total = ByteCount();
-  const std::size_t newTotal = total - old.size() + value.size();
-  if (newTotal > FBlock[1] || IsRoomy(newTotal) || Holds(value)) {
+  if (!HasRoom(index, value) || Holds(value)) {
     *this = With(index, value);
     return;
   }

@@ -28,7 +28,13 @@ class TValueRow {
     return {Bytes() + begin, ends[index] - begin};
   }
   // `value` may be a view into this row. A row that is written takes some room for further values.
+  // REQUIRES: 0 <= index < Count()
   void Set(int index, std::string_view value);
+  // Whether Set takes no memory for that value, which is no view into this row. REQUIRES: as there
+  bool HasRoom(int index, std::string_view value) const {
+    const std::size_t total = ByteCount() - At(index).size() + value.size();
+    return total <= FBlock[1] && !IsRoomy(total);
+  }
   // This row with another value. REQUIRES: 0 <= index < Count()
   TValueRow With(int index, std::string_view value) const;
   // Room for short values comes along.

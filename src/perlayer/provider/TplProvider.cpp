@@ -46,7 +46,6 @@ void TplProvider::Create(TPlBaseObject* AOwner, TObject* ARetainer) {
   FActiveFieldName.clear();
   FIdAttrName.clear();
   FIncludeDeactivated = false;
-  FHasPlainID = (ClassType().Facts() & kPlainID) != 0;
   FsTableOwner = "OMRA";
   if (!Is<TcmpClassMap>(ARetainer)) {
     BoMessageDlg("TplProvider.Create: Retainer has to be of type TcmpClassMap",

@@ -171,11 +171,16 @@ class TplProvider : public TplAuthorizedObject {
 
   // Whether the ID attribute has that name, in any case.
   bool IsIDAttr(std::string_view AName) {
-    if (!FHasPlainID || FIdAttrName.empty()) return SameText(AName, GetIDAttrName());
+    const std::string& id = IDAttrName();
     // Most names differ in their first letter already.
     const int a = AName.empty() ? 0 : AName[0] | 0x20;
-    const int b = FIdAttrName[0] | 0x20;
-    return (a == b || (a | b) < 0) && SameText(AName, FIdAttrName);
+    const int b = id[0] | 0x20;
+    return (a == b || (a | b) < 0) && SameText(AName, id);
+  }
+  // GetIDAttrName, without a copy where the class leaves that as it is. Lives until the next call.
+  const std::string& IDAttrName() {
+    if (!FHasPlainID || FIdAttrName.empty()) return FAskedIDAttrName = GetIDAttrName();
+    return FIdAttrName;
   }
 
   // As FetchObject with the condition sAttrName='sAttrValue'. The value is not escaped.
@@ -341,7 +346,6 @@ class TplProvider : public TplAuthorizedObject {
   TObjectHandle cmpClassMap;  // also the retainer
   std::string FQueryName;
   bool FIncludeDeactivated = false;
-  bool FHasPlainID = false;  // GetIDAttrName is the one of this class
 
  private:
   friend class TClass;
@@ -358,6 +362,8 @@ class TplProvider : public TplAuthorizedObject {
       return 0;
     }
   }
+  const bool FHasPlainID = (ClassType().Facts() & kPlainID) != 0;
+  std::string FAskedIDAttrName;  // as it was answered last
   void AppendActiveCondition(TIQuery* query);
   TOwned<TList> UpdateSQLList();  // not empty
   std::string QualifiedTableName();

@@ -139,9 +139,10 @@ void TSqliteStatement::Bind(int parameter, const TBind& bind) {
   if (FRun == TRun::ended) Reset();
   TBind& kept = FBinds[index];
   if (kept.run != FRunNumber) ++FBoundInRun;
+  const bool isApplied = kept.kind == TBindKind::null && bind.kind == TBindKind::null;
   kept = bind;
   kept.run = FRunNumber;
-  Apply(index);
+  if (!isApplied) Apply(index);
 }
 
 void TSqliteStatement::Apply(std::size_t parameter) {
