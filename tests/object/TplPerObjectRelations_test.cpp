@@ -84,6 +84,12 @@ TEST_F(TplPerObjectRelationsTest, OneToOneFollowsTheOwnAttribute) {
                EInvalidCast);
   EXPECT_TRUE(ward->FPartner.IsNil());
   ward->CancelData();
+
+  // One of a class that is only read, and has no table of its own, ends with its holder.
+  ward->Link(1, THold<>(FEncounters, "1").Get());
+  const TObjectHandle visit(ward->FLinks[1].Get());
+  ward.Reset();
+  EXPECT_FALSE(visit.IsAlive());
 }
 
 TEST_F(TplPerObjectRelationsTest, TemporaryKeyIsNoForeignKey) {
@@ -205,7 +211,11 @@ TEST_F(TplPerObjectRelationsTest, ListsAreMadeOfListsInMemory) {
   room->GetSubObjectList(all, result, FDepartments, TpoDepartment::ClassInfo(), {});
   room->GetSubObjectList(all, result, FDepartments, TpoPatient::ClassInfo(), {});
   EXPECT_EQ(IDs(result), "1,4,1,2,3,4,5");
-  for (TPlBoList* list : {all, links, empty}) list->Release(FForm.Get());
+  auto* loose = New<TPlBoList>(nullptr, FForm.Get());  // of no provider
+  loose->Add(all->Get(0));
+  room->GetSubObjectList(nullptr, loose, "PARENT_ID", "", room->FParts);
+  EXPECT_EQ(room->FParts->aiProvider(), FDepartments);
+  for (TPlBoList* list : {all, links, empty, loose}) list->Release(FForm.Get());
   result->Release(clinic.Get());
 }
 

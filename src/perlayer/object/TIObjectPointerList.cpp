@@ -4,6 +4,7 @@
 
 #include "perlayer/corekit/ILog.h"
 #include "perlayer/list/TPlBoList.h"
+#include "perlayer/object/TFlag.h"
 #include "perlayer/object/TplPerObject.h"
 #include "perlayer/platform/Format.h"
 #include "perlayer/platform/TList.h"
@@ -115,6 +116,8 @@ bool TIObjectPointerList::Modified() {
 }
 
 void TIObjectPointerList::CancelData() {
+  if (FCancelling) return;
+  const TFlag cancelling(FOwner, FCancelling);
   Walk([this](TplBaseObjectPointer&, TplDomainObject* item, int i) {
     const TClass& owner = FOwner->ClassType();
     if (item == nullptr) RaiseReleasing(owner, i);

@@ -44,7 +44,9 @@ class TIObjectPointerList {
   void Release(TObject* ARetainer);
   // Whether something held is modified. What cannot answer is logged, and is not.
   bool Modified();
-  void CancelData();  // of objects; lists cancel their members. A failure ends the walk.
+  // Of objects; lists cancel their members. A failure ends the walk. Does nothing within itself:
+  // objects that hold each other are cancelled once.
+  void CancelData();
 
   // The objects that are held, directly or as members of lists, in the order of registration; one
   // that is held twice stands there twice.
@@ -60,6 +62,7 @@ class TIObjectPointerList {
 
   TplPerObject* const FOwner;
   std::vector<TplBaseObjectPointer*> FPointers;
+  bool FCancelling = false;
 };
 
 }  // namespace perlayer

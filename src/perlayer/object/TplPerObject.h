@@ -28,6 +28,7 @@
 
 #include "perlayer/foundation/TplDomainObject.h"
 #include "perlayer/object/TplMember.h"
+#include "perlayer/platform/Exception.h"
 #include "perlayer/platform/TDateTime.h"
 #include "perlayer/platform/TDelegate.h"
 #include "perlayer/platform/Variant.h"
@@ -370,7 +371,8 @@ class TplPerObject : public TplDomainObject {
   // --- the end ---
 
   // One holder less. The last one's release ends the object: BeforeDestroy, the count, destruction.
-  // What BeforeDestroy raises leaves the object held; somebody who holds nothing ends nothing.
+  // What BeforeDestroy raises leaves the object held, and the live one of its row; somebody who
+  // holds nothing ends nothing.
   void Release(TObject* ARetainer) override;
   // Whether the object ends when ARetainer lets go: it is the last holder.
   bool ReleaseCountWillBecomeZero(TObject* ARetainer);
@@ -382,8 +384,9 @@ class TplPerObject : public TplDomainObject {
   // Ends the object if nobody but what it holds itself holds it; answers whether it did.
   bool Remove();
   void inheritedRelease(TObject* ARetainer) { TplDomainObject::Release(ARetainer); }
-  // Gives a reference back with no question asked; the object may end by it all the same.
-  void ForceKillRef(TObject* ARetainer) { inheritedRelease(ARetainer); }
+  // Gives a reference back with no question asked; the object may end by it all the same. Where its
+  // end fails the reference stays.
+  void ForceKillRef(TObject* ARetainer);
   void ForceRelease() { Free(); }
   bool aiFinalized() const { return FFinalized; }
 
@@ -611,6 +614,14 @@ class TplPerObject : public TplDomainObject {
   TplPerObject* One2One(TplBaseObjectPointer& variable, const TClass& cls,
                         const std::string& foreignAttr, TplProvider* provider,
                         const std::string& ownAttr);
+  // Fetches in this object's name. What the fetch calls may let go of the object: it ends when that
+  // is over, and what was kept with it.
+  template <class TFetch>
+  void HoldingItself(TFetch&& fetch) {
+    if (RefCount() < 1) return fetch();  // it is ending
+    AddRef(this);
+    TryFinally(fetch, [this] { Release(this); });
+  }
   // Puts what a fetch has brought, with one reference in it, into a variable.
   void Keep(TplBaseObjectPointer& variable, TPlBaseObject* fetched);
   void LetGo(TplBaseObjectPointer& variable);
@@ -619,6 +630,7 @@ class TplPerObject : public TplDomainObject {
   void ForEachInLockGroup(const std::string& group, TAction&& action);
   void ReleaseInDLL(TObject* retainer);
   void TellBeforeFree();
+  void ComeBack(bool known, bool notified);
   void TakeDown(TObject* holder);
   void ReleaseHeld();
   void HeadIntoDestruction();

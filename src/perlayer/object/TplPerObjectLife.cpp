@@ -65,10 +65,28 @@ void TplPerObject::BeforeDestroy() {
   const int holders = RefCount();
   if (FEdits != nullptr) TellBeforeFree();
   if (alive && RefCount() > holders) return;  // somebody holds it anew: it stays as it is
+  const bool notified = FbNotify;
   if (alive && !FNewObject) SetNotify(false);
-  if (alive) GlobalDictionary()->RemoveFromDictionary(this);
-  if (alive && FRelations != nullptr) ReleaseHeld();
+  const bool known = alive && GlobalDictionary()->RemoveFromDictionary(this);
+  if (alive && FRelations != nullptr) {
+    try {
+      ReleaseHeld();
+    } catch (...) {
+      if (alive) ComeBack(known, notified);
+      throw;
+    }
+  }
   if (alive) FFinalized = true;
+}
+
+// It is still held: it stays the live object of its row, which hears of changes. Where that fails,
+// too, what has failed first is what the caller must see.
+void TplPerObject::ComeBack(bool known, bool notified) {
+  try {
+    if (known) GlobalDictionary()->AddPerObject(FProvider, this, this);
+    if (notified) SetNotify(true);
+  } catch (...) {
+  }
 }
 
 // The event as it is now: it may be replaced while it runs.
@@ -114,6 +132,18 @@ void TplPerObject::TakeDown(TObject* holder) {
   if (!alive) return;
   if (RefCount() == 1) FFinalized = true;
   inheritedRelease(holder);
+}
+
+// What fails leaves the reference with whose it was.
+void TplPerObject::ForceKillRef(TObject* ARetainer) {
+  const TAlive alive(this);
+  const bool last = RefCount() == 1 && aiRetainerList()->IndexOfObject(ARetainer) == 0;
+  try {
+    inheritedRelease(ARetainer);
+  } catch (...) {
+    if (alive && last && RefCount() == 1) aiRetainerList()->Replace(0, ARetainer);
+    throw;
+  }
 }
 
 void TplPerObject::BeforeDestruction() {

@@ -41,12 +41,11 @@ TPlBoList* TplPerObject::GetOne2ManyRelation(TplMember<TPlBoList>& AList,
     if (FNewObject && ownValue.find('-') != ownValue.npos) {
       Keep(AList, AProvider->GetObjectList(this));  // nobody's row refers to a temporary key
     } else {
-      TPlBoList* fetched = AProvider->FetchObjectList(this, condition, AOrder, true);
-      if (!alive) return nullptr;
-      Keep(AList, fetched);
+      HoldingItself(
+          [&] { Keep(AList, AProvider->FetchObjectList(this, condition, AOrder, true)); });
     }
   }
-  if (AList == nullptr) return nullptr;
+  if (!alive || AList == nullptr) return nullptr;
   AList->SetFetchSpec(condition);
   if (AList->GetNeedToRefresh()) AList->Reload();
   return alive ? AList.Get() : nullptr;
@@ -62,12 +61,12 @@ TplBOListWithSubClass* TplPerObject::GetOne2ManyRelation(TplMember<TplBOListWith
   CheckRelationList(AList, AForeignAttr, AOwnAttr);
   if (!alive) return nullptr;
   if (AList == nullptr) {
-    TplBOListWithSubClass* fetched = AProvider->FetchObjectListWithSubClass(
-        this, RelationCondition(AForeignAttr, GetAttrValue(AOwnAttr), AWhere), AOrder, true);
-    if (!alive) return nullptr;
-    Keep(AList, fetched);
+    const std::string condition = RelationCondition(AForeignAttr, GetAttrValue(AOwnAttr), AWhere);
+    HoldingItself([&] {
+      Keep(AList, AProvider->FetchObjectListWithSubClass(this, condition, AOrder, true));
+    });
   }
-  if (AList != nullptr && AList->GetNeedToRefresh()) AList->Reload();
+  if (alive && AList != nullptr && AList->GetNeedToRefresh()) AList->Reload();
   return alive ? AList.Get() : nullptr;
 }
 
@@ -133,7 +132,8 @@ void TplPerObject::GetSubObjectList(TPlBoList* ALinkList, TPlBoList* ASource,
                                     TplMember<TPlBoList>& AResult) {
   if (ASource == nullptr || ASource->IsEmpty() || ASource->Get(0) == nullptr) return;
   const std::string myID = FProvider->GetIDAttrName();
-  const std::string itsID = ASource->Get(0)->aiProvider()->GetIDAttrName();
+  TplProvider* const itsProvider = ASource->Get(0)->aiProvider();
+  const std::string itsID = itsProvider->GetIDAttrName();
   // Chosen before anything is added: adding tells listeners, who may change what is walked here.
   std::vector<TObjectHandle> chosen;
   if (ALinkList == nullptr) {
@@ -154,7 +154,10 @@ void TplPerObject::GetSubObjectList(TPlBoList* ALinkList, TPlBoList* ASource,
       chosen.insert(chosen.end(), linked->second.begin(), linked->second.end());
     }
   }
-  if (AResult == nullptr) Keep(AResult, ASource->aiProvider()->GetObjectList(this));
+  if (AResult == nullptr) {
+    TplProvider* const provider = ASource->aiProvider();
+    Keep(AResult, (provider == nullptr ? itsProvider : provider)->GetObjectList(this));
+  }
   AResult->SetFetchSpec(AFetchSpec);
   const TAlive resultAlive(AResult.Get());
   TAddByID result(AResult, itsID);

@@ -55,11 +55,21 @@ bool TplPerObject::HeldIsModified() {
 
 // --- one variable ---
 
-// Cleared first: whoever the release reaches finds nothing to release a second time.
+// Cleared first: whoever the release reaches finds nothing to release a second time. Where it fails
+// and the reference stays, so does the variable.
 void TplPerObject::LetGo(TplBaseObjectPointer& variable) {
   auto* item = static_cast<TPlBaseObject*>(variable.Object());
   variable.Set(nullptr);
-  if (item != nullptr) item->Release(this);
+  if (item == nullptr) return;
+  const TAlive alive(this);
+  const TAlive itemAlive(item);
+  const int holders = item->RefCount();
+  try {
+    item->Release(this);
+  } catch (...) {
+    if (alive && itemAlive && item->RefCount() == holders && variable.IsNil()) variable.Set(item);
+    throw;
+  }
 }
 
 // What the fetch has called may have asked for the same relation: then its answer stays.
@@ -168,15 +178,16 @@ TplPerObject* TplPerObject::One2One(TplBaseObjectPointer& variable, const TClass
     const bool isKey = SameText(foreignAttr, provider->GetIDAttrName());
     // Nobody's row refers to a temporary key.
     if (!isKey && FNewObject && ownValue.find('-') != ownValue.npos) return nullptr;
-    TplPerObject* fetched = isKey ? provider->GetObject(this, ownValue, true)
-                                  : provider->FetchObject(this, condition(), true);
-    if (fetched != nullptr && !fetched->InheritsFrom(cls)) {
-      const TClass& found = fetched->ClassType();
-      fetched->Release(this);
-      detail::RaiseInvalidCast(&found, cls);
-    }
-    if (!alive) return nullptr;
-    Keep(variable, fetched);
+    HoldingItself([&] {
+      TplPerObject* fetched = isKey ? provider->GetObject(this, ownValue, true)
+                                    : provider->FetchObject(this, condition(), true);
+      if (fetched != nullptr && !fetched->InheritsFrom(cls)) {
+        const TClass& found = fetched->ClassType();
+        fetched->Release(this);
+        detail::RaiseInvalidCast(&found, cls);
+      }
+      Keep(variable, fetched);
+    });
   } else if (held()->GetNeedToRefresh()) {
     held()->Reload(held()->aiNewObject() ? condition() : std::string());
   }

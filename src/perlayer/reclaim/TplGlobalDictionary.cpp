@@ -227,13 +227,15 @@ bool TplGlobalDictionary::HasKey(TplPerObject* AObject) {
   return AObject->aiProvider() != nullptr && AObject->data.Count() > 0;
 }
 
-void TplGlobalDictionary::RemoveFromDictionary(TplPerObject* AObject) {
-  if (LayerFinalizing()) return;  // nobody looks anything up any more
-  if (!FUSEDICTIONARY || !HasKey(AObject)) return;
+bool TplGlobalDictionary::RemoveFromDictionary(TplPerObject* AObject) {
+  if (LayerFinalizing()) return false;  // nobody looks anything up any more
+  // A class that is only read may have no key: where nobody is known, nobody is asked for it.
+  if (!FUSEDICTIONARY || Count() == 0 || !HasKey(AObject)) return false;
   const int index = ObjectIndex(AObject->aiProvider(), AObject->GetGID());
-  if (index < 0 || ObjectHandle(index) != TObjectHandle(AObject)) return;
+  if (index < 0 || ObjectHandle(index) != TObjectHandle(AObject)) return false;
   Delete(index);
   AObject->DeletingFromDictionary();
+  return true;
 }
 
 void TplGlobalDictionary::AddToReleasingList(TplPerObject* AObject, std::string& AKey) {

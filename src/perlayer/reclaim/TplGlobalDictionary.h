@@ -83,8 +83,9 @@ class TplGlobalDictionary : public TPlDictionary {
   // taken stays with who has it.
   int ChangeID(TplProvider* AProvider, const std::string& AOldID, TplPerObject* AObject,
                const std::string& ANewID);
-  // The object goes: takes its entry out, if the entry is that object's.
-  void RemoveFromDictionary(TplPerObject* AObject);
+  // The object goes: takes its entry out, if the entry is that object's, and answers whether it
+  // was.
+  bool RemoveFromDictionary(TplPerObject* AObject);
   // Copies a fetched twin into the entry of its key, edited or not.
   void AssignFieldValuesToObjectInDictionary(TplPerObject* ATwin);
 
