@@ -1,11 +1,10 @@
-// How objects end: order, failures, chains, and whole days of work.
+// How objects end: order, failures, chains.
 
 #include <algorithm>
 #include <array>
 #include <numeric>
 #include <random>
 
-#include "perlayer/database/TplDatabaseProvider.h"
 #include "perlayer/platform/TSlotTable.h"
 #include "perlayer/reclaim/TplGlobalDictionary.h"
 #include "support/Departments.h"
@@ -310,125 +309,6 @@ TEST_F(TplPerObjectLifeTest, LongChainsEndNested) {
     first->Release(FForm.Get());
     EXPECT_EQ(TSlotTable::LiveCount(), live);
   }
-}
-
-// Days of work with the identity map on: load, relate, edit, cancel, save, fail, delete, drop.
-// Where a call of the driver or a hook fails, the work goes on with what is there. At the end of
-// each scenario the cycles are cut, and nothing is left.
-class TDaysOfWork : public TplPerObjectLifeTest {
- protected:
-  TDaysOfWork() {
-    GlobalDictionary()->aiReleaseType(TIReleaseType::rtAllAtOnce);
-    GlobalDictionary()->aiUSEDICTIONARY(true);
-    TpoDepartment::EndMayFail = false;
-    for (int id = 1; id <= FLastID; ++id) AddDepartment(id, id / 3, Name(id), Name(id / 2));
-    FDatabase->Commit("departments");
-  }
-  int Below(int limit) { return static_cast<int>(FRandom() % static_cast<unsigned>(limit)); }
-  static std::string Name(int id) { return "D" + std::to_string(id); }
-  TpoDepartment* Any() { return FHeld.empty() ? nullptr : FHeld[Below(std::ssize(FHeld))]; }
-  void Hold(TplPerObject* object) {
-    if (object == nullptr) return;
-    object->AddRef(FForm.Get());
-    FHeld.push_back(static_cast<TpoDepartment*>(object));
-  }
-  void Drop(TpoDepartment* object) {
-    FHeld.erase(std::find(FHeld.begin(), FHeld.end(), object));
-    object->Release(FForm.Get());
-  }
-
-  void Step() {
-    TpoDepartment* any = Any();
-    if (any == nullptr || Below(5) == 0) {
-      TplPerObject* loaded =
-          FDepartments->GetObject(FForm.Get(), std::to_string(1 + Below(FLastID)), true);
-      if (loaded != nullptr) FHeld.push_back(static_cast<TpoDepartment*>(loaded));
-      return;
-    }
-    switch (Below(10)) {
-      case 0:
-        return Hold(any->Parent());
-      case 1:
-        return Hold(any->Partner());
-      case 2:
-      case 3:
-        if (TPlBoList* parts = any->Parts(); parts->Count() > 0) {
-          Hold(parts->Get(Below(parts->Count())));
-        }
-        return;
-      case 4:
-        any->SetAttrValue(Below(2) == 0 ? "NAME" : "PARTNER", Name(1 + Below(FLastID)));
-        return;
-      case 5:
-        any->SetAttrValue("PARENT_ID", std::to_string(1 + Below(FLastID)));
-        return;
-      case 6:
-        return any->CancelData();
-      case 7:
-        if (Below(4) == 0) any->SetObjectMarkedDeleted(true);
-        try {
-          return any->SaveData();
-        } catch (...) {  // a commit that has failed leaves its objects with the transaction
-          while (any->aiRetainerList()->IndexOfObject(dbProvider()) >= 0)
-            any->Release(dbProvider());
-          throw;
-        }
-      case 8: {
-        TPlBoList* parts = any->Parts();
-        TplPerObject* part = FDepartments->NewObject(parts);  // an entry of the list
-        Hold(part);
-        part->SetAttrValue("PARENT_ID", any->GetGID());
-        part->SetAttrValue("ID", std::to_string(++FLastID));
-        return;
-      }
-      default:
-        return Drop(any);
-    }
-  }
-
-  void Scenario() {
-    Faults.FailAt(Below(2) == 0 ? 1 + Below(60) : 0);
-    for (int step = 0; step < 20; ++step) {
-      try {
-        Step();
-      } catch (const Exception&) {
-        ++FFailed;
-      }
-    }
-    Faults.FailAt(0);
-    for (std::size_t i = 0; i < FHeld.size(); ++i) {
-      FHeld[i]->CancelData();
-      const TOwned<TList> objects = FHeld[i]->aiLiAgregatedObjectList()->GetObjectList();
-      for (TObject* object : *objects) {
-        if (std::find(FHeld.begin(), FHeld.end(), object) == FHeld.end()) {
-          Hold(static_cast<TplPerObject*>(object));
-        }
-      }
-    }
-    for (TpoDepartment* object : FHeld) {
-      int errors = 0;
-      object->ForgetSubobjects(errors);
-      ASSERT_EQ(errors, 0);
-    }
-    while (!FHeld.empty()) Drop(FHeld.back());
-    ASSERT_EQ(GlobalDictionary()->Count(), 0);
-  }
-
-  std::mt19937 FRandom{5};
-  int FLastID = 15;
-  int FFailed = 0;
-  std::vector<TpoDepartment*> FHeld;  // an entry for each reference of the form
-};
-
-TEST_F(TDaysOfWork, LeaveTheNumberOfLiveObjectsLevel) {
-  constexpr std::int64_t kKeptQueries = 16;  // those of writes come and go
-  std::int64_t level = 0;
-  for (int round = 0; round < 50; ++round) {
-    for (int scenario = 0; scenario < 30; ++scenario) ASSERT_NO_FATAL_FAILURE(Scenario()) << round;
-    if (round == 0) level = TSlotTable::LiveCount();
-    ASSERT_NEAR(TSlotTable::LiveCount(), level, kKeptQueries) << round;
-  }
-  EXPECT_GT(FFailed, 300);
 }
 
 }  // namespace

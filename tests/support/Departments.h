@@ -2,6 +2,7 @@
 // Departments for tests of relations: each has a parent, parts, and a partner that is told by its
 // name; and variables that a test fills by hand. Their end can be watched and made to fail.
 
+#include <set>
 #include <string>
 
 #include "perlayer/list/TPlBoList.h"
@@ -34,9 +35,12 @@ class TpoDepartment : public TplPerObject {
  public:
   static inline std::string Ended;  // "(7" when department 7 begins to end, "7)" in Destroy
   static inline bool EndMayFail = true;
+  static inline bool CancelsHeld = false;
+  static inline std::set<TpoDepartment*> Living;
 
   void Create(TPlBaseObject* AOwner, TObject* ARetainer) override {
     TplPerObject::Create(AOwner, ARetainer);
+    Living.insert(this);
     RegisterAgregatedObjects({&FParent, &FParts, &FPartner, &FLinks[0], &FLinks[1], &FLinks[2]});
     aiLiObjectsModified()->Register({&FParts, &FPartner, &FLinks[0]});
     AddLockGroup("tree", {&FLinks[0]});
@@ -51,7 +55,18 @@ class TpoDepartment : public TplPerObject {
     Ended += ID() + ")";
     TplPerObject::Destroy();
   }
-  void DoCancelData() override { Faults.Pass("DoCancelData"); }
+  void FreeInstance() override {
+    Living.erase(this);
+    TplPerObject::FreeInstance();
+  }
+  bool CanAssignFieldsWithReloadFlag() override {
+    Faults.Pass("CanAssignFieldsWithReloadFlag");
+    return true;
+  }
+  void DoCancelData() override {
+    Faults.Pass("DoCancelData");
+    if (CancelsHeld) aiLiObjectsModified()->CancelData();
+  }
   void DoBeforeSave() override { Faults.Pass("DoBeforeSave"); }
   void AfterSaveNonEditedObject() override { ++NonEdited; }
 
@@ -90,6 +105,7 @@ class TDepartments : public THospital {
   TDepartments() {
     TpoDepartment::Ended.clear();
     TpoDepartment::EndMayFail = true;
+    TpoDepartment::CancelsHeld = false;
     Execute(
         "create table OMRA.DEPARTMENT (ID number(10) primary key, PARENT_ID number(10), NAME "
         "varchar2(30), PARTNER varchar2(30))");

@@ -5,6 +5,7 @@
 
 #include "perlayer/corekit/TIQuery.h"
 #include "perlayer/object/TplPerObject.h"
+#include "perlayer/reclaim/TplGlobalDictionary.h"
 
 namespace perlayer {
 
@@ -37,16 +38,30 @@ struct TObjectSql {
   TIQuery* query;
 };
 
+// A fetch, which may fail and leave the map off: who ends by that leaves the map all the same.
+class TFetchFailure {
+ public:
+  TFetchFailure() : FUse(GlobalDictionary()->aiUSEDICTIONARY()) {}
+  void LetGo(TplDomainObject* made, TObject* retainer) const {
+    const TUseDictionary use(FUse);
+    made->Release(retainer);
+  }
+
+ private:
+  const bool FUse;
+};
+
 // Runs a step of a fetch. When it raises, the object, which nobody has been given yet, is let go:
 // the one that the variable holds by then.
 template <class TStep>
 void LetGoOnFailure(TplPerObject* const& object, TObject* retainer, TStep&& step) {
   const TplPerObject* const before = object;
   const TAlive alive(before);
+  const TFetchFailure failure;
   try {
     step();
   } catch (...) {
-    if (object != before || alive) object->Release(retainer);
+    if (object != before || alive) failure.LetGo(object, retainer);
     throw;
   }
 }

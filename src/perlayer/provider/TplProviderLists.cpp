@@ -27,11 +27,12 @@ void TplProvider::InternalFetchObjectList(TPlBoList* AboList, const std::string&
 // The list is the caller's; when the fetch fails nobody has it.
 TPlBoList* TplProvider::FillList(TPlBoList* list, const TFetch& fetch, const std::string& order) {
   const TAlive alive(list);
+  const TFetchFailure failure;
   try {
     InternalFetchObjectList(list, fetch.condition, order, fetch.includeSubclasses);
     if (alive) GlobalDictionary()->ConsultDictionaryForList(list, fetch.retainer);
   } catch (...) {
-    if (alive) list->Release(fetch.retainer);
+    if (alive) failure.LetGo(list, fetch.retainer);
     throw;
   }
   return alive ? list : nullptr;
@@ -76,6 +77,7 @@ TPlBoList* TplProvider::FetchObjectListFromIDList(TObject* ARetainer, const TStr
                                                   int AMaxObjectsInOneFetch) {
   TPlBoList* const result = GetObjectList(ARetainer);
   const TAlive alive(result);
+  const TFetchFailure failure;
   try {
     std::string column = GetIDAttrName();
     if (!FTablePrefix.empty()) column = FTablePrefix + "." + column;
@@ -99,7 +101,7 @@ TPlBoList* TplProvider::FetchObjectListFromIDList(TObject* ARetainer, const TStr
           });
     }
   } catch (...) {
-    if (alive) result->Release(ARetainer);
+    if (alive) failure.LetGo(result, ARetainer);
     throw;
   }
   return alive ? result : nullptr;
