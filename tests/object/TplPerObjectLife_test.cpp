@@ -282,6 +282,9 @@ TEST_F(TplPerObjectLifeTest, ObjectThatIsHeldAnewStaysTheLiveOne) {
 // let go.
 TEST_F(TplPerObjectLifeTest, InALibraryOnlyTheCountIsKept) {
   GlobalDictionary()->aiReleaseType(TIReleaseType::rtDLL);
+  AddEncounter(1, "V");
+  const TObjectHandle visit(THold<>(FEncounters, "1").Get());
+  EXPECT_FALSE(visit.IsAlive());  // no class without a key is asked for one
   GlobalDictionary()->aiUSEDICTIONARY(true);
   AddDepartment(1, 0, "Klinika");
   TpoDepartment* known = Department("1").Get();

@@ -211,6 +211,8 @@ TEST_F(TplPerObjectRelationsTest, ListsAreMadeOfListsInMemory) {
   room->GetSubObjectList(all, result, FDepartments, TpoDepartment::ClassInfo(), {});
   room->GetSubObjectList(all, result, FDepartments, TpoPatient::ClassInfo(), {});
   EXPECT_EQ(IDs(result), "1,4,1,2,3,4,5");
+  room->GetSubObjectList(result, result, FDepartments, TpoDepartment::ClassInfo(), {});
+  EXPECT_EQ(result->Count(), 14);
   auto* loose = New<TPlBoList>(nullptr, FForm.Get());  // of no provider
   loose->Add(all->Get(0));
   room->GetSubObjectList(nullptr, loose, "PARENT_ID", "", room->FParts);

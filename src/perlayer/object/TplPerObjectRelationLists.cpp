@@ -174,7 +174,9 @@ void TplPerObject::GetSubObjectList(TPlBoList* ASource, TplMember<TPlBoList>& AR
   if (AResult == nullptr) Keep(AResult, AProvider->GetObjectList(this));
   const TAlive resultAlive(AResult.Get());
   const TAlive sourceAlive(ASource);
-  for (int i = 0; sourceAlive && resultAlive && i < ASource->Count(); ++i) {
+  // The result may be the source: it has its members twice then, and not for ever.
+  const int end = ASource == nullptr ? 0 : ASource->Count();
+  for (int i = 0; sourceAlive && resultAlive && i < end && i < ASource->Count(); ++i) {
     TplPerObject* member = ASource->Get(i);
     if (member == nullptr || !member->InheritsFrom(AClass) || !member->HasRights(ARights)) continue;
     AResult->Add(member);

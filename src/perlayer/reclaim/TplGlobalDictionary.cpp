@@ -80,6 +80,7 @@ TplPerObject* TplGlobalDictionary::GetObjectByObjectIndex(TObject* ARetainer,
 }
 
 TplPerObject* TplGlobalDictionary::TakeObject(TplProvider* AProvider, const std::string& AID) {
+  if (Count() == 0) return nullptr;
   return Live(AProvider->GetTableNameKeyForDict(), AID);
 }
 
@@ -229,7 +230,6 @@ bool TplGlobalDictionary::HasKey(TplPerObject* AObject) {
 
 bool TplGlobalDictionary::RemoveFromDictionary(TplPerObject* AObject) {
   if (LayerFinalizing()) return false;  // nobody looks anything up any more
-  // A class that is only read may have no key: where nobody is known, nobody is asked for it.
   if (!FUSEDICTIONARY || Count() == 0 || !HasKey(AObject)) return false;
   const int index = ObjectIndex(AObject->aiProvider(), AObject->GetGID());
   if (index < 0 || ObjectHandle(index) != TObjectHandle(AObject)) return false;

@@ -10,6 +10,8 @@
 // Invariant, while the switch is on: no two live objects with an entry have the same key, and the
 // entry of an object stands under the ID that it has.
 //
+// A class that is only read may have no key. While the map is empty nobody is asked for one.
+//
 // The switch, aiUSEDICTIONARY, is off at start. The layer also turns it off and on as a mode of the
 // code that is running: while a fetched twin is copied into the entry and ends, and in a reload.
 //
