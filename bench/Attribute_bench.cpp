@@ -69,6 +69,14 @@ void ReadByName(benchmark::State& state) {
   });
 }
 
+// Where it lives until the object is written to.
+void ViewByName(benchmark::State& state) {
+  TBench bench;
+  ForEachName(state, bench, [&](std::size_t i) {
+    benchmark::DoNotOptimize(bench.object->StoredValue(bench.names[i]));
+  });
+}
+
 void ReadByIndex(benchmark::State& state) {
   TBench bench;
   ForEachName(state, bench, [&](std::size_t i) {
@@ -101,6 +109,7 @@ void Validate(benchmark::State& state) {
 BENCHMARK(LookUp);
 BENCHMARK(LookUpAndCopy);
 BENCHMARK(ReadByName);
+BENCHMARK(ViewByName);
 BENCHMARK(ReadByIndex);
 BENCHMARK(Write);
 BENCHMARK(Rights);

@@ -68,6 +68,8 @@ TEST_F(TplPerObjectTest, FetchedObjectTellsItsDefaults) {
 
 TEST_F(TplPerObjectTest, AttributesAreReadByNameInAnyCase) {
   EXPECT_EQ(Ana()->GetAttrValue("nAmE"), "Ana");
+  EXPECT_EQ(Ana()->StoredValue("nAmE"), "Ana");
+  EXPECT_THROW(Ana()->StoredValue("AGE"), Exception);
   EXPECT_EQ(AnaWith("NAME", "Bor")->GetAttrOldValue("NAME"), "Ana");
   EXPECT_TRUE(Ana()->AttrExists("description"));
   EXPECT_EQ(Raised([&] { Ana()->GetAttrValue("AGE"); }),

@@ -446,6 +446,11 @@ class TplPerObject : public TplDomainObject {
   bool TellsStoredValues() const { return HasFact(kTellsStoredValues); }
   // Lives until the object is written to. Raises EListError outside the store.
   std::string_view StoredValue(int AIndex) const { return data.ValueView(AIndex); }
+  // The same by name, in any case. Raises "Attribute not defined %s [%s]" for what is no real
+  // attribute.
+  std::string_view StoredValue(std::string_view AName) const {
+    return data.ValueView(data.GetAttrIndex(AName));
+  }
   int AttrCount();
   std::string AttrName(int AIndex);
   bool AttrExists(const std::string& AName);
@@ -637,6 +642,7 @@ class TplPerObject : public TplDomainObject {
   int AttrIndexToWrite(const std::string& AName);
   [[noreturn]] void RaiseReadOnly(const std::string& AName, const std::string& AValue);
   [[noreturn]] void RaiseReadOnlyField(const std::string& ALabel);
+  bool WriteValue(TPlClassMetaData& AMetaData, int AIndex, const std::string& AValue);
   bool WriteID(int AIndex, const std::string& AName, std::string AValue);
   bool EndWrite(int AIndex, const std::string& AName, const std::string& AValue);
   bool EndShownWrite(int AIndex, const std::string& AName, std::string AValue);

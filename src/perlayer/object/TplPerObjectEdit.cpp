@@ -85,7 +85,7 @@ bool TplPerObject::SetAttrValueCommon(const std::string& AName, const std::strin
     TryEdit(AName);
     return !alive || PrivateSetAttrValue(index, value);
   }
-  return PrivateSetAttrValue(index, AValue);
+  return WriteValue(*metaData, index, AValue);
 }
 
 void TplPerObject::RaiseReadOnly(const std::string& AName, const std::string& AValue) {
@@ -107,11 +107,13 @@ bool TplPerObject::ChangeAttrValueIfNotEmpty(const std::string& AName, const std
 }
 
 bool TplPerObject::PrivateSetAttrValue(int AIndex, const std::string& AValue) {
-  const std::string& name = GetMetaData()->NameOf(AIndex);
+  return WriteValue(*GetMetaData(), AIndex, AValue);
+}
+
+bool TplPerObject::WriteValue(TPlClassMetaData& AMetaData, int AIndex, const std::string& AValue) {
+  const std::string& name = AMetaData.NameOf(AIndex);
   if (FProvider->IsIDAttr(name)) return WriteID(AIndex, name, AValue);
-  const bool changed = data.ValueView(AIndex) != AValue;
-  data.SetAttrValueByIndex(AIndex, AValue);
-  return !changed || EndWrite(AIndex, name, AValue);
+  return !data.SetAttrValueByIndex(AIndex, AValue) || EndWrite(AIndex, name, AValue);
 }
 
 // The value is a copy: what the dictionary does may change what it came from.
@@ -141,19 +143,6 @@ bool TplPerObject::EndShownWrite(int AIndex, const std::string& AName, std::stri
         if (alive && !FInitializingBo) FModified = FNotChecked = true;
       });
   return !alive || ValidateWrite(AIndex, AName, AValue);
-}
-
-bool TplPerObject::ValidateWrite(int AIndex, const std::string& AName, const std::string& AValue) {
-  if (FInitializingBo) return true;
-  FModified = FNotChecked = true;
-  bool valid = true;
-  if (!FIgnoreValidation && !(ValidatesByMapAlone() && PassesMap(AIndex))) {
-    const TAlive alive(this);
-    valid = ValidateAttribute(AName, Variant(AValue));
-    if (!alive) return valid;
-  }
-  if (IsHeard()) CallNotifyActionForAttribute(TIBaseObjectAction::paModified, AName);
-  return valid;
 }
 
 bool TplPerObject::SetAttrValueAsFloat(const std::string& AName, double AValue) {

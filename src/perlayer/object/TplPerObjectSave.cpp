@@ -238,14 +238,16 @@ bool TplPerObject::ValuesForStatement(const TParamBinding& ABinding, const TData
   if (!ABinding.isPlain || !TellsStoredValues()) return false;
   if (AFields != GetMetaData()->Fields()) return false;
   AValues.resize(ABinding.params.size());
-  for (std::size_t i = 0; i < AValues.size(); ++i) {
-    const TParamMeaning& meaning = ABinding.params[i];
+  TBoundValue* value = AValues.data();
+  for (const TParamMeaning& meaning : ABinding.params) {
     const std::string_view text = data.ValueView(meaning.index);
-    const bool isText =
-        meaning.type != TFieldType::ftFloat && meaning.type != TFieldType::ftDateTime;
-    AValues[i] =
-        isText ? ValueOfText(meaning.type, text)
-               : ValueForStatement(meaning, meaning.type, ABinding.statement->Parameters()[i]);
+    if (meaning.type != TFieldType::ftFloat && meaning.type != TFieldType::ftDateTime) {
+      *value = {text.empty() ? TIParam::TKind::null : TIParam::TKind::text, 0, text};
+    } else {
+      const auto i = static_cast<std::size_t>(value - AValues.data());
+      *value = ValueForStatement(meaning, meaning.type, ABinding.statement->Parameters()[i]);
+    }
+    ++value;
   }
   return true;
 }

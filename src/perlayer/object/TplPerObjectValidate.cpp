@@ -18,6 +18,7 @@ namespace perlayer {
 namespace {
 constexpr const char* RSErrorsInRecord = "Napake v zapisu : %s";
 }  // namespace
+
 bool TplPerObject::ValidatesByMapAlone() const {
   return HasFact(kValidatesPlainly) && TellsStoredValues() &&
          (FEdits == nullptr || FEdits->FErrors.Count() == 0) &&
@@ -34,6 +35,20 @@ bool TplPerObject::PassesMap(int AIndex) {
       break;
   }
   return false;
+}
+
+// Of a value that has changed.
+bool TplPerObject::ValidateWrite(int AIndex, const std::string& AName, const std::string& AValue) {
+  if (FInitializingBo) return true;
+  FModified = FNotChecked = true;
+  bool valid = true;
+  if (!FIgnoreValidation && !(ValidatesByMapAlone() && PassesMap(AIndex))) {
+    const TAlive alive(this);
+    valid = ValidateAttribute(AName, Variant(AValue));
+    if (!alive) return valid;
+  }
+  if (IsHeard()) CallNotifyActionForAttribute(TIBaseObjectAction::paModified, AName);
+  return valid;
 }
 
 bool TplPerObject::ValidateObject() {

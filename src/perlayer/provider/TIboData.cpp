@@ -169,16 +169,18 @@ void TIboData::SetAttrValue(std::string_view sAttr, std::string_view sValue) {
   SetAttrValueByIndex(GetAttrIndex(sAttr), sValue);
 }
 
-void TIboData::SetAttrValueByIndex(int AIndex, std::string_view sValue) {
+bool TIboData::SetAttrValueByIndex(int AIndex, std::string_view sValue) {
   CheckIndex(FValues, AIndex);
+  const bool changed = FValues.At(AIndex) != sValue;
   if (FModified) {
-    FValues.Set(AIndex, sValue);
-    return;
+    if (changed) FValues.Set(AIndex, sValue);
+    return changed;
   }
   TValueRow written = FValues.With(AIndex, sValue);
   FOldValues = std::move(FValues);
   FValues = std::move(written);
   FModified = true;
+  return changed;
 }
 
 std::string TIboData::GetAttrValue(std::string_view sAttr) const {
@@ -200,18 +202,22 @@ TIboData::TWrittenBoth TIboData::WithBoth(int AIndex, std::string_view sValue) c
   const bool hasOld = FModified && FOldValues.Count() > 0;
   const TValueRow& old = hasOld ? FOldValues : FValues;
   CheckIndex(old, AIndex);
-  if (hasOld && FValues.HasRoom(AIndex, sValue) && old.HasRoom(AIndex, sValue)) return {};
-  return {FValues.With(AIndex, sValue), old.With(AIndex, sValue)};
+  TWrittenBoth written;
+  if (!FValues.HasRoom(AIndex, sValue)) written.values = FValues.With(AIndex, sValue);
+  if (!hasOld || !old.HasRoom(AIndex, sValue)) written.oldValues = old.With(AIndex, sValue);
+  return written;
 }
 
 void TIboData::Take(TWrittenBoth&& AWritten, int AIndex, std::string_view sValue) {
-  if (AWritten.values.Count() == 0) {
-    SetAttrValueByIndex(AIndex, sValue);
-    SetAttrOldValueByIndex(AIndex, sValue);
-    return;
-  }
-  FValues = std::move(AWritten.values);
-  FOldValues = std::move(AWritten.oldValues);
+  const auto take = [&](TValueRow& row, TValueRow& made) {
+    if (made.Count() > 0) {
+      row = std::move(made);
+    } else if (row.Count() > 0) {
+      row.Set(AIndex, sValue);
+    }
+  };
+  take(FValues, AWritten.values);
+  take(FOldValues, AWritten.oldValues);
   FModified = true;
 }
 

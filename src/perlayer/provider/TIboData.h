@@ -53,9 +53,10 @@ class TIboData {
   const std::string* WholeStatement(bool AInsert) const;
   std::string ConvertSQLStatement(const std::string& sIn) const { return sIn; }
 
-  // The first write after a load or commit keeps the values as they were.
+  // The first write after a load or commit keeps the values as they were. By index: whether it has
+  // changed the value.
   void SetAttrValue(std::string_view sAttr, std::string_view sValue);
-  void SetAttrValueByIndex(int AIndex, std::string_view sValue);
+  bool SetAttrValueByIndex(int AIndex, std::string_view sValue);
   std::string GetAttrValue(std::string_view sAttr) const;
   std::string GetAttrValueByIndex(int AIndex) const { return std::string(ValueView(AIndex)); }
   // The same without a copy; lives until the store is written. Raises EListError outside.

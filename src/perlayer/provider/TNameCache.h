@@ -67,15 +67,22 @@ class TNameCache {
       const char* const begin = name.data();
       const char* const end = begin + name.size();
       if (size >= 8) {
-        std::memcpy(&first, begin, 8);
-        std::memcpy(&last, end - 8, 8);
+        first = Word<std::uint64_t>(begin);
+        last = Word<std::uint64_t>(end - 8);
       } else if (size >= 4) {
-        std::memcpy(&first, begin, 4);
-        std::memcpy(&last, end - 4, 4);
+        first = Word<std::uint32_t>(begin);
+        last = Word<std::uint32_t>(end - 4);
       } else if (size > 0) {
         const auto byte = [](char c) { return std::uint64_t{static_cast<unsigned char>(c)}; };
         first = byte(begin[0]) | byte(begin[size / 2]) << 8 | byte(end[-1]) << 16;
       }
+    }
+    // In a register: half a word that is written to memory is waited for by who reads the whole.
+    template <class TWord>
+    static TWord Word(const char* bytes) {
+      TWord word;
+      std::memcpy(&word, bytes, sizeof word);
+      return word;
     }
     // Multiplicative hashing (Knuth, The Art of Computer Programming, vol. 3, 6.4).
     std::size_t Place() const {

@@ -162,7 +162,7 @@ TIProviderCallBacks* TplProvider::GetCallBackObject() {
 bool TplProvider::GetGreenMode() { return ProviderState().greenMode; }
 void TplProvider::SetGreenMode(bool AGreenMode) { ProviderState().greenMode = AGreenMode; }
 
-std::string CDefNumericNoIdValue() { return "-" + IntToStr(ProviderState().temporaryId++); }
+std::string CDefNumericNoIdValue() { return IntToStr(-ProviderState().temporaryId++); }
 bool IndexIsTemporary(std::string_view AId) { return AId.starts_with('-'); }
 
 // --- queries ---

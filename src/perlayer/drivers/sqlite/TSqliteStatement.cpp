@@ -113,52 +113,11 @@ TRawStatement TSqliteStatement::PreparePart(const TSqlTranslation& translation, 
   return part;
 }
 
-void TSqliteStatement::BindNull(int parameter) { Bind(parameter, {}); }
-
-void TSqliteStatement::BindText(int parameter, std::string_view text) {
-  if (text.empty()) {
-    Bind(parameter, {});
-  } else {
-    Bind(parameter, {TBindKind::text, 0, 0, text.data(), text.size()});
-  }
+void TSqliteStatement::RaiseUnbound(int code) {
+  throw SqliteError(FSession.Database(), code, FText->Text());
 }
 
-void TSqliteStatement::BindNumber(int parameter, double value) {
-  Bind(parameter, {TBindKind::number, 0, value, nullptr, 0});
-}
-
-void TSqliteStatement::BindBlob(int parameter, std::span<const std::byte> bytes) {
-  Bind(parameter,
-       {TBindKind::blob, 0, 0, reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-}
-
-void TSqliteStatement::Bind(int parameter, const TBind& bind) {
-  const auto index = static_cast<std::size_t>(parameter);
-  Assert(index < FBinds.size(), "TSqliteStatement: there is no such parameter");
-  Assert(FRun != TRun::row, "TSqliteStatement: a parameter was bound during a run");
-  if (FRun == TRun::ended) Reset();
-  TBind& kept = FBinds[index];
-  if (kept.run != FRunNumber) ++FBoundInRun;
-  const bool isApplied = kept.kind == TBindKind::null && bind.kind == TBindKind::null;
-  kept = bind;
-  kept.run = FRunNumber;
-  if (!isApplied) Apply(index);
-}
-
-void TSqliteStatement::Apply(std::size_t parameter) {
-  const TBind& bind = FBinds[parameter];
-  const int position = static_cast<int>(parameter) + 1;
-  // Not every part has every parameter, and one that is only returned into stands in none.
-  if (FParts.size() == 1) {
-    if (position <= FFirstParameters) ApplyTo(FStatement, position, bind);
-    return;
-  }
-  for (const TRawStatement& part : FParts) {
-    if (position <= sqlite3_bind_parameter_count(part.get())) ApplyTo(part.get(), position, bind);
-  }
-}
-
-void TSqliteStatement::ApplyTo(sqlite3_stmt* statement, int position, const TBind& bind) {
+inline void TSqliteStatement::ApplyTo(sqlite3_stmt* statement, int position, const TBind& bind) {
   static constexpr double kExact = 9007199254740992.0;  // whole numbers below are exact
   int code = SQLITE_OK;
   switch (bind.kind) {
@@ -183,7 +142,52 @@ void TSqliteStatement::ApplyTo(sqlite3_stmt* statement, int position, const TBin
                  : sqlite3_bind_blob64(statement, position, bind.data, bind.size, SQLITE_STATIC);
       break;
   }
-  if (code != SQLITE_OK) throw SqliteError(FSession.Database(), code, FText->Text());
+  if (code != SQLITE_OK) RaiseUnbound(code);
+}
+
+inline void TSqliteStatement::Apply(std::size_t parameter) {
+  const TBind& bind = FBinds[parameter];
+  const int position = static_cast<int>(parameter) + 1;
+  // Not every part has every parameter, and one that is only returned into stands in none.
+  if (FParts.size() == 1) {
+    if (position <= FFirstParameters) ApplyTo(FStatement, position, bind);
+    return;
+  }
+  for (const TRawStatement& part : FParts) {
+    if (position <= sqlite3_bind_parameter_count(part.get())) ApplyTo(part.get(), position, bind);
+  }
+}
+
+inline void TSqliteStatement::Bind(int parameter, const TBind& bind) {
+  const auto index = static_cast<std::size_t>(parameter);
+  Assert(index < FBinds.size(), "TSqliteStatement: there is no such parameter");
+  Assert(FRun != TRun::row, "TSqliteStatement: a parameter was bound during a run");
+  if (FRun == TRun::ended) Reset();
+  TBind& kept = FBinds[index];
+  if (kept.run != FRunNumber) ++FBoundInRun;
+  const bool isApplied = kept.kind == TBindKind::null && bind.kind == TBindKind::null;
+  kept = bind;
+  kept.run = FRunNumber;
+  if (!isApplied) Apply(index);
+}
+
+void TSqliteStatement::BindNull(int parameter) { Bind(parameter, {}); }
+
+void TSqliteStatement::BindText(int parameter, std::string_view text) {
+  if (text.empty()) {
+    Bind(parameter, {});
+  } else {
+    Bind(parameter, {TBindKind::text, 0, 0, text.data(), text.size()});
+  }
+}
+
+void TSqliteStatement::BindNumber(int parameter, double value) {
+  Bind(parameter, {TBindKind::number, 0, value, nullptr, 0});
+}
+
+void TSqliteStatement::BindBlob(int parameter, std::span<const std::byte> bytes) {
+  Bind(parameter,
+       {TBindKind::blob, 0, 0, reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }
 
 void TSqliteStatement::PrepareForBinds() {

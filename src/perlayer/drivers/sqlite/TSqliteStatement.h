@@ -121,6 +121,7 @@ class TSqliteStatement final : public TDriverStatement {
   void KeepReturned(int parameter, const TCell& cell);
   bool RunForNumbers();
   [[noreturn]] void Fail(int code);
+  [[noreturn]] void RaiseUnbound(int code);
   std::shared_ptr<const TColumnLayout> MakeLayout();
 
   TSqliteSession& FSession;
