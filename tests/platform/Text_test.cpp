@@ -50,6 +50,21 @@ TEST(Text, CaseMapsOneCharacterToOne) {
   EXPECT_EQ(LowerCase("ČŠŽ Đ ÄẞÓŐ Ω Ж 𐐀"), "čšž đ äßóő ω ж 𐐨");
   EXPECT_EQ(FoldCase("ẞ ς ſ K ᾈ"), "ß σ s k ᾀ");
   EXPECT_EQ(AsciiUpperCase("select č from é_z"), "SELECT č FROM é_Z");
+  // Eight bytes at once and what is left over.
+  std::string text;
+  for (char c = 1; text.size() < 150; c = static_cast<char>(c % 127 + 1)) {
+    std::string upper(text.size(), ' ');
+    ASSERT_TRUE(UpperCaseOfAscii(text, upper.data()));
+    ASSERT_EQ(upper, AsciiUpperCase(text));
+    ASSERT_EQ(UpperCase(text + "č"), upper + "Č");
+    ASSERT_EQ(LowerCase(upper), FoldCase(text));
+    text += c;
+  }
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    std::string other = text, upper = text;
+    other[i] = '\xC4';
+    ASSERT_FALSE(UpperCaseOfAscii(other, upper.data()));
+  }
 }
 
 TEST(Text, NamesCompareByFoldedCodePoints) {
@@ -166,10 +181,12 @@ TEST(Numbers, AreWrittenPlainly) {
 
 TEST(Numbers, OnlyNumbersAreRead) {
   EXPECT_EQ(StrToFloat(" +1.5e2\n"), 150);
-  EXPECT_EQ(StrToFloat(".5"), 0.5);
+  EXPECT_EQ(StrToFloat(".5") - StrToFloat("-5."), 5.5);
+  EXPECT_EQ(StrToFloat("123456789.012345678"), 123456789.012345678);
   EXPECT_EQ(StrToInt(" -9223372036854775808 "), std::numeric_limits<std::int64_t>::min());
-  for (const char* word : {"", " ", "+", "-", ".", "e5", "1 2", "1,5", "+-1", "--1", "nan", "inf",
-                           "-inf", "0x10", "1e", "1e999", "12a", "č"}) {
+  for (const char* word :
+       {"",    " ",   "+",    "-",    ".",  "e5",    "1 2", "1,5", "+-1",   "--1",
+        "nan", "inf", "-inf", "0x10", "1e", "1e999", "12a", "č",   "1.2.3", "-."}) {
     double value = 42;
     EXPECT_FALSE(TryStrToFloat(word, value)) << word;
     EXPECT_EQ(value, 42);

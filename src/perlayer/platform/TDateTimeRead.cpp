@@ -188,23 +188,29 @@ bool ReadPlain(std::string_view text, const TFormatSettings& settings, TDateTime
                TDateTime& timeOfDay) {
   if (settings.ShortDateFormat != "dd.mm.yyyy") return false;
   std::size_t at = 0;
-  const auto number = [&](std::size_t fewest, std::size_t most) {
-    int result = 0;
-    std::size_t digits = 0;
-    for (; digits < most && at < text.size() && IsDigit(text[at]); ++digits) {
-      result = result * 10 + (text[at++] - '0');
-    }
-    return digits < fewest ? -1 : result;
+  const auto digit = [&] { return at < text.size() && IsDigit(text[at]) ? text[at++] - '0' : -1; };
+  const auto twoDigits = [&] {
+    const int first = digit();
+    const int second = first < 0 ? -1 : digit();
+    return second < 0 ? -1 : first * 10 + second;
+  };
+  const auto oneOrTwo = [&] {
+    const int first = digit();
+    const int second = first < 0 ? -1 : digit();
+    return second < 0 ? first : first * 10 + second;
   };
   const auto skip = [&](char c) { return at < text.size() && text[at] == c && ++at > 0; };
-  const int dayOfMonth = number(1, 2);
+  const int dayOfMonth = oneOrTwo();
   if (dayOfMonth < 0 || !skip('.')) return false;
-  const int month = number(1, 2);
+  const int month = oneOrTwo();
   if (month < 0 || !skip('.')) return false;
-  const int year = number(4, 4);
-  if (year < 0 || !TryEncodeDate(year, month, dayOfMonth, day)) return false;
+  const int century = twoDigits();
+  const int yearOfCentury = century < 0 ? -1 : twoDigits();
+  if (yearOfCentury < 0 || !TryEncodeDate(century * 100 + yearOfCentury, month, dayOfMonth, day)) {
+    return false;
+  }
   if (at == text.size()) return true;
-  const auto next = [&](char before) { return skip(before) ? number(2, 2) : -1; };
+  const auto next = [&](char before) { return skip(before) ? twoDigits() : -1; };
   const int hour = next(' ');
   const int minute = hour < 0 ? -1 : next(settings.TimeSeparator);
   const int second = minute < 0 ? -1 : next(settings.TimeSeparator);

@@ -22,6 +22,9 @@ struct TFormatSettings;
 std::string AsciiUpperCase(std::string_view text);
 // Unicode simple case mapping: one character for each, so that sharp s has no upper case.
 std::string UpperCase(std::string_view text);
+// The same where the caller has room for as many bytes; false for a text that is not all ASCII,
+// after writing some of it.
+bool UpperCaseOfAscii(std::string_view text, char* result);
 std::string LowerCase(std::string_view text);
 // Simple case folding: texts that differ only in case have equal folds.
 std::string FoldCase(std::string_view text);

@@ -36,10 +36,34 @@ constexpr auto DirectTable(const TCaseRange (&ranges)[N]) {
   return table;
 }
 
-// One case mapping for all code points.
-template <const auto& Ranges>
+// One case mapping for all code points. Of ASCII it changes the letters from First to Last.
+template <const auto& Ranges, char First, char Last>
 struct TCaseMap {
   static constexpr auto kDirect = DirectTable(Ranges);
+
+  // Maps what stands in front of the text in whole words of ASCII; answers how many bytes that are.
+  static std::size_t MapAsciiWords(std::string_view text, char* mapped) {
+    constexpr std::uint64_t kEach = 0x0101010101010101u;
+    std::size_t done = 0;
+    for (std::uint64_t word; done + sizeof word <= text.size(); done += sizeof word) {
+      std::memcpy(&word, text.data() + done, sizeof word);
+      if ((word & 0x80 * kEach) != 0) break;
+      // The upper bit of each byte: set from the first letter on, and from behind the last one on.
+      const std::uint64_t fromFirst = word + (0x80 - First) * kEach;
+      const std::uint64_t behindLast = word + (0x7F - Last) * kEach;
+      word ^= ((fromFirst ^ behindLast) & 0x80 * kEach) >> 2;  // 'a' is 'A' and that bit
+      std::memcpy(mapped + done, &word, sizeof word);
+    }
+    return done;
+  }
+  // The same for all ASCII in front of the text.
+  static std::size_t MapAscii(std::string_view text, char* mapped) {
+    std::size_t i = MapAsciiWords(text, mapped);
+    for (; i < text.size() && static_cast<unsigned char>(text[i]) < 0x80; ++i) {
+      mapped[i] = static_cast<char>(kDirect[static_cast<unsigned char>(text[i])]);
+    }
+    return i;
+  }
 
   static char32_t Map(char32_t c) {
     if (c < kDirectSize) return kDirect[c];
@@ -53,19 +77,16 @@ struct TCaseMap {
 
   static std::string MapText(std::string_view text) {
     std::string result(text);
-    std::size_t i = 0;
-    for (; i < text.size() && static_cast<unsigned char>(text[i]) < 0x80; ++i) {
-      result[i] = static_cast<char>(kDirect[static_cast<unsigned char>(text[i])]);
-    }
+    std::size_t i = MapAscii(text, result.data());
     result.resize(i);
     while (i < text.size()) AppendUtf8(result, Map(DecodeUtf8(text, i)));
     return result;
   }
 };
 
-using TFold = TCaseMap<kFoldRanges>;
-using TUpper = TCaseMap<kUpperRanges>;
-using TLower = TCaseMap<kLowerRanges>;
+using TFold = TCaseMap<kFoldRanges, 'A', 'Z'>;
+using TUpper = TCaseMap<kUpperRanges, 'a', 'z'>;
+using TLower = TCaseMap<kLowerRanges, 'A', 'Z'>;
 
 // Moves both positions over what is equal when folded. Answers how the texts differ there: below 0,
 // above 0, or 0 when at least one of them is at its end.
@@ -85,22 +106,6 @@ int SkipEqual(std::string_view a, std::size_t& i, std::string_view b, std::size_
   return 0;
 }
 
-// Folds what stands in front of the text in whole words of ASCII; answers how many bytes that are.
-std::size_t FoldAsciiWords(std::string_view text, char* folded) {
-  constexpr std::uint64_t kEach = 0x0101010101010101u;
-  std::size_t done = 0;
-  for (std::uint64_t word; done + sizeof word <= text.size(); done += sizeof word) {
-    std::memcpy(&word, text.data() + done, sizeof word);
-    if ((word & 0x80 * kEach) != 0) break;
-    // The upper bit of each byte: set from 'A' on, and from behind 'Z' on.
-    const std::uint64_t fromA = word + (0x80 - 'A') * kEach;
-    const std::uint64_t behindZ = word + (0x7F - 'Z') * kEach;
-    word |= ((fromA ^ behindZ) & 0x80 * kEach) >> 2;  // 'a' is 'A' and that bit
-    std::memcpy(folded + done, &word, sizeof word);
-  }
-  return done;
-}
-
 }  // namespace
 
 std::string AsciiUpperCase(std::string_view text) {
@@ -112,6 +117,9 @@ std::string AsciiUpperCase(std::string_view text) {
 }
 
 std::string UpperCase(std::string_view text) { return TUpper::MapText(text); }
+bool UpperCaseOfAscii(std::string_view text, char* result) {
+  return TUpper::MapAscii(text, result) == text.size();
+}
 std::string LowerCase(std::string_view text) { return TLower::MapText(text); }
 std::string FoldCase(std::string_view text) { return TFold::MapText(text); }
 char32_t FoldCodePoint(char32_t c) { return TFold::Map(c); }
@@ -133,7 +141,7 @@ bool StartsText(std::string_view prefix, std::string_view text) {
 // Folded UTF-8, whose bytes order as its code points do. A stray byte orders behind all code
 // points, and is written as itself behind 0xFF, which no character begins with.
 std::size_t FoldedKey(std::string_view text, char* key, std::size_t size) {
-  std::size_t length = FoldAsciiWords(text.substr(0, size), key);
+  std::size_t length = TFold::MapAsciiWords(text.substr(0, size), key);
   for (std::size_t i = length; i < text.size() && length < size;) {
     const auto byte = static_cast<unsigned char>(text[i]);
     if (byte < 0x80) {

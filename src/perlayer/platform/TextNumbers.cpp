@@ -38,29 +38,46 @@ bool Read(std::string_view text, TNumber& value) {
 // exact in a double, as are the powers of ten, and one division of the two rounds like the number.
 // False for anything else.
 bool ReadPlain(std::string_view text, double& value) {
-  constexpr int kExactDigits = 15;
-  constexpr double kPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+  constexpr std::size_t kExactDigits = 15;
+  static constexpr double kPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                       1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
   const bool negative = text.starts_with('-');
+  if (negative) text.remove_prefix(1);
+  if (text.size() > kExactDigits + 1) return false;  // the one is the point
   std::int64_t digits = 0;
-  int count = 0, decimals = 0;
-  bool point = false;
-  for (const char c : text.substr(negative ? 1 : 0)) {
-    if (c >= '0' && c <= '9') {
-      if (++count > kExactDigits) return false;
-      digits = digits * 10 + (c - '0');
-      if (point) ++decimals;
-    } else if (c == '.' && !point) {
-      point = true;
-    } else {
-      return false;
+  std::size_t at = 0;
+  const auto readDigits = [&] {
+    for (; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at) {
+      digits = digits * 10 + (text[at] - '0');
     }
+  };
+  readDigits();
+  std::size_t count = at, decimals = 0;
+  if (at < text.size() && text[at] == '.') {
+    ++at;
+    readDigits();
+    decimals = at - count - 1;
+    count += decimals;
   }
-  if (count == 0) return false;
+  if (at < text.size() || count == 0 || count > kExactDigits) return false;
   double magnitude = static_cast<double>(digits);
   if (decimals > 0) magnitude /= kPowers[decimals];
   value = negative ? -magnitude : magnitude;
   return true;
+}
+
+// [[gnu::noinline]]: what most numbers need should not save registers for it.
+[[gnu::noinline]] bool ReadAny(std::string_view text, double& value,
+                               const TFormatSettings& settings) {
+  const char separator = settings.DecimalSeparator;
+  text = Trim(text);
+  if (separator == '.' || text.find_first_of(std::string{'.', separator}) == text.npos) {
+    return Read(text, value);
+  }
+  if (text.find('.') != text.npos) return false;
+  std::string withPoint(text);
+  std::replace(withPoint.begin(), withPoint.end(), separator, '.');
+  return Read(std::string_view(withPoint), value);
 }
 
 }  // namespace
@@ -104,16 +121,8 @@ std::string FloatToStr(double value, const TFormatSettings& settings) {
 }
 
 bool TryStrToFloat(std::string_view text, double& value, const TFormatSettings& settings) {
-  const char separator = settings.DecimalSeparator;
-  if (separator == '.' && ReadPlain(text, value)) return true;
-  text = Trim(text);
-  if (separator == '.' || text.find_first_of(std::string{'.', separator}) == text.npos) {
-    return Read(text, value);
-  }
-  if (text.find('.') != text.npos) return false;
-  std::string withPoint(text);
-  std::replace(withPoint.begin(), withPoint.end(), separator, '.');
-  return Read(std::string_view(withPoint), value);
+  return (settings.DecimalSeparator == '.' && ReadPlain(text, value)) ||
+         ReadAny(text, value, settings);
 }
 
 double StrToFloat(std::string_view text, const TFormatSettings& settings) {
