@@ -211,6 +211,24 @@ TEST_F(TFilters, StandObjectsThatFilterOrGoWhileTheyAreAsked) {
             "filter presoja, ni več)");
 }
 
+TEST_F(TFilters, ReadByWhatClassesAndSettingsAreAtThatMoment) {
+  AddEncounter(5, "V", "1");
+  TplPerObject* const encounter = FEncounters->GetObject(FForm.Get(), "5", true);
+  auto* const patient = NewPatient<TpoPatient>({{"ACTIVE", "0"}});
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(Answer(patient, "ACTIVE = '1'") + Answer(encounter, "ACTIVE = '1'"), "falsetrue");
+  }
+  const std::string filter = "(LATER = '') AND (TO_DATE('1.2.1990', 1 + 1) = 32905)";
+  EXPECT_NE(Answer(patient, filter).find("LATER"), std::string::npos);
+  FPatients->GetMetaData()->AddCalcAttribute("LATER", "Pozneje", TFieldType::ftString, 9, "");
+  EXPECT_EQ(Answer(patient, filter), "true");
+  FormatSettings().ShortDateFormat = "mm.dd.yyyy";
+  EXPECT_EQ(Answer(patient, filter), "false");
+  for (TplPerObject* object : {encounter, static_cast<TplPerObject*>(patient)}) {
+    object->Release(FForm.Get());
+  }
+}
+
 TEST_F(TFilters, NestAsDeeplyAsAnybodyWrites) {
   const int depth = 200000;
   std::string filter;

@@ -26,7 +26,10 @@ class TNaiveParser {
   bool Is(char c) const { return FToken == toCharacter && FTokenText[0] == c; }
   const std::string& TokenString() const { return FTokenText; }
   std::int64_t TokenInt() const { return StrToInt(FTokenText); }
-  double TokenFloat() const { return StrToFloat(FTokenText, TFormatSettings()); }
+  double TokenFloat() const {
+    static const TFormatSettings kFormats;
+    return StrToFloat(FTokenText, kFormats);
+  }
   bool TokenSymbolIs(const char* text) const {
     return FToken == toSymbol && SameText(FTokenText, text);
   }
@@ -65,9 +68,7 @@ class TNaiveParser {
   char Here(std::size_t ahead = 0) const {
     return FAt + ahead < FText.size() ? FText[FAt + ahead] : '\0';
   }
-  bool Digit(std::size_t ahead = 0) const {
-    return std::string("0123456789").find(Here(ahead)) < 10;
-  }
+  bool Digit(std::size_t ahead = 0) const { return Here(ahead) >= '0' && Here(ahead) <= '9'; }
   bool Letter() const {
     return (Here() >= 'a' && Here() <= 'z') || (Here() >= 'A' && Here() <= 'Z') || Here() == '_';
   }

@@ -120,7 +120,8 @@ TBoSorter::TKey TBoSorter::Read(TBoOrder::TTerm& term, TplPerObject* object) {
   TValueView view;
   Variant value;
   std::string text;
-  if (!term.attribute.ReadStored(TObjectShape(object), object, view)) {
+  TObjectShape shape(object);
+  if (!term.attribute.ReadStored(shape, object, view)) {
     value = object->GetAttrValueAsVariant(term.attribute.Name());
     view.kind = value.Kind();
     if (view.kind == TVariantKind::String) view.text = text = value.AsText();

@@ -4,6 +4,7 @@
 // when it is reached, after everything before it has been evaluated, and it is the last one.
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -18,16 +19,13 @@ class TplPerObject;
 
 enum class TFilterOp : std::uint8_t {
   // Push a value.
-  constant,   // constants[operand]
-  attribute,  // the value of attributes[operand], or Null without an object
-  // Take two values and push what they give. The second of a comparison is constants[operand - 1]
-  // instead, unless the operand is 0.
-  equal,
-  notEqual,
-  less,
-  lessEqual,
-  greater,
-  greaterEqual,
+  constant,
+  attribute,  // its value, or Null without an object
+  // Push whether the step's comparison holds.
+  compare,           // between the two values that are taken
+  compareConstant,   // between the value that is taken and the constant
+  compareAttribute,  // between the attribute and the constant
+  // Take two values and push what they give.
   like,
   logicalOr,
   add,
@@ -42,15 +40,30 @@ enum class TFilterOp : std::uint8_t {
   raise  // messages[operand]
 };
 
+// How two values stand to each other; a comparison is all the ways in which it holds.
+enum TComparison : std::uint8_t {
+  kLess = 1,
+  kEqual = 2,
+  kGreater = 4,
+  kUnordered = 8,  // to what is no number
+};
+
 struct TFilterCode : std::enable_shared_from_this<TFilterCode> {
   struct TStep {
     TFilterOp op;
-    std::uint32_t operand;
+    std::uint8_t comparison = 0;  // of TComparison
+    std::uint32_t operand = 0;
+    TBoundAttribute* attribute = nullptr;
+    const TValueView* constant = nullptr;
   };
   struct TConstant {
     TValueView value;  // whose text is the one here
     std::string text;
   };
+
+  TFilterCode() = default;
+  TFilterCode(TFilterCode&&) = default;  // steps point into what is moved along
+  TFilterCode(const TFilterCode&) = delete;
 
   // Whether the filter accepts the object, which may be nil. Raises what evaluation raises.
   // Before anybody is called, who may change the list and the object, `kept` takes a share in this
@@ -59,8 +72,8 @@ struct TFilterCode : std::enable_shared_from_this<TFilterCode> {
 
   std::string text;
   std::vector<TStep> steps;
-  std::vector<TConstant> constants;
-  std::vector<TBoundAttribute> attributes;
+  std::deque<TConstant> constants;
+  std::deque<TBoundAttribute> attributes;
   std::vector<TLikePattern> patterns;
   std::vector<std::string> messages;
   std::size_t depth = 0;  // the most values on the stack

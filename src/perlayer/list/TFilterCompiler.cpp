@@ -32,9 +32,13 @@ namespace {
 enum class TRank { bracket, relation, additive, conjunction, negation };
 enum class TBracket { text, parenthesis, dateText, dateFormat, between };
 
+struct TOperator {
+  TFilterOp op = TFilterOp::raise;
+  std::uint8_t comparison = 0;
+};
 struct TOpen {
   TRank rank;
-  TFilterOp op = TFilterOp::raise;    // of an operator
+  TOperator op = {};                  // of an operator
   TBracket bracket = TBracket::text;  // of a bracket
 };
 
@@ -49,46 +53,58 @@ class TFilterCompiler {
       ReadOperand();
       while (!FFailed && !FDone && !ReadOperator()) CloseBracket();
     }
-    for (TFilterCode::TConstant& constant : FCode.constants) constant.value.text = constant.text;
-    return std::move(FCode);  // the constants stay where they are
+    return std::move(FCode);
   }
 
  private:
   // --- steps ---
 
-  void Emit(TFilterOp op, std::size_t operand = 0) {
-    if (!FFailed) FCode.steps.push_back({op, static_cast<std::uint32_t>(operand)});
+  void Emit(TFilterCode::TStep step) {
+    if (!FFailed) FCode.steps.push_back(step);
   }
-  void Push(TFilterOp op, std::size_t operand) {
-    Emit(op, operand);
+  void Push(TFilterCode::TStep step) {
+    Emit(step);
     FCode.depth = std::max(FCode.depth, ++FDepth);
   }
   void PushConstant(TValueView value, std::string text = {}) {
     FCode.constants.push_back({value, std::move(text)});
-    Push(TFilterOp::constant, FCode.constants.size() - 1);
+    TFilterCode::TConstant& constant = FCode.constants.back();
+    constant.value.text = constant.text;
+    Push({.op = TFilterOp::constant, .constant = &constant.value});
   }
-  void EmitComparison(TFilterOp op) {
-    if (FCode.steps.back().op != TFilterOp::constant) return Emit(op);
-    const std::uint32_t constant = FCode.steps.back().operand;
-    FCode.steps.pop_back();
-    Emit(op, constant + 1);
+  // What is compared with a constant, most often an attribute, is so in one step.
+  void EmitComparison(std::uint8_t comparison) {
+    TFilterCode::TStep step{.op = TFilterOp::compare, .comparison = comparison};
+    if (FCode.steps.back().op == TFilterOp::constant) {
+      step.op = TFilterOp::compareConstant;
+      step.constant = FCode.steps.back().constant;
+      FCode.steps.pop_back();
+      if (FCode.steps.back().op == TFilterOp::attribute) {
+        step.op = TFilterOp::compareAttribute;
+        step.attribute = FCode.steps.back().attribute;
+        FCode.steps.pop_back();
+      }
+    }
+    Emit(step);
   }
   void EmitLike() {
     // Of a text that is always the same the pattern is made here.
     if (FCode.steps.back().op != TFilterOp::constant ||
         FCode.constants.back().value.kind != TVariantKind::String) {
-      return Emit(TFilterOp::like);
+      return Emit({.op = TFilterOp::like});
     }
     FCode.patterns.emplace_back(UpperCase(FCode.constants.back().text));
     FCode.constants.pop_back();
     FCode.steps.pop_back();
-    Emit(TFilterOp::likeConstant, FCode.patterns.size() - 1);
+    Emit({.op = TFilterOp::likeConstant,
+          .operand = static_cast<std::uint32_t>(FCode.patterns.size() - 1)});
   }
   // Ends the code: nothing behind this is ever reached.
   void Fail(std::string message) {
     if (FFailed) return;
     FCode.messages.push_back(std::move(message));
-    Emit(TFilterOp::raise, FCode.messages.size() - 1);
+    Emit(
+        {.op = TFilterOp::raise, .operand = static_cast<std::uint32_t>(FCode.messages.size() - 1)});
     FFailed = true;
   }
 
@@ -137,7 +153,7 @@ class TFilterCompiler {
   // False when an operand is still to come.
   bool ReadSymbol() {
     if (FTokens.IsSymbol("NOT")) {
-      FOpen.push_back({TRank::negation, TFilterOp::logicalNot});
+      FOpen.push_back({TRank::negation, {TFilterOp::logicalNot}});
       Next();
       return false;
     }
@@ -153,7 +169,7 @@ class TFilterCompiler {
       Next();
       return true;
     }
-    Push(TFilterOp::attribute, Attribute(FTokens.Text()));
+    Push({.op = TFilterOp::attribute, .attribute = Attribute(FTokens.Text())});
     Next();
     if (!FTokens.IsSymbol("BETWEEN")) return true;
     Open(TBracket::between);
@@ -178,9 +194,9 @@ class TFilterCompiler {
     Next();
   }
 
-  std::size_t Attribute(std::string_view name) {
-    const auto [known, isNew] = FAttributes.try_emplace(name, FCode.attributes.size());
-    if (isNew) FCode.attributes.emplace_back(name);
+  TBoundAttribute* Attribute(std::string_view name) {
+    const auto [known, isNew] = FAttributes.try_emplace(name);
+    if (isNew) known->second = &FCode.attributes.emplace_back(name);
     return known->second;
   }
 
@@ -190,9 +206,9 @@ class TFilterCompiler {
   // relation is complete, too, and its value all that is left within the bracket.
   bool ReadOperator() {
     Reduce(TRank::negation);
-    if (FTokens.IsSymbol("AND")) return OpenOperator(TRank::conjunction, TFilterOp::logicalAnd);
-    if (FTokens.IsSymbol("OR")) return OpenOperator(TRank::additive, TFilterOp::logicalOr);
-    if (FTokens.IsCharacter('+')) return OpenOperator(TRank::additive, TFilterOp::add);
+    if (FTokens.IsSymbol("AND")) return OpenOperator(TRank::conjunction, {TFilterOp::logicalAnd});
+    if (FTokens.IsSymbol("OR")) return OpenOperator(TRank::additive, {TFilterOp::logicalOr});
+    if (FTokens.IsCharacter('+')) return OpenOperator(TRank::additive, {TFilterOp::add});
     Reduce(TRank::additive);
     if (FOpen.back().rank == TRank::bracket) {
       if (const auto op = Relation()) return OpenOperator(TRank::relation, *op);
@@ -202,31 +218,29 @@ class TFilterCompiler {
   }
 
   // Leaves the operator's last token to be passed over.
-  std::optional<TFilterOp> Relation() {
+  std::optional<TOperator> Relation() {
+    const auto comparison = [](int holds) {
+      return TOperator{TFilterOp::compare, static_cast<std::uint8_t>(holds)};
+    };
     if (FTokens.Kind() == TFilterToken::symbol || FTokens.Kind() == TFilterToken::string) {
       // A text in quotes is an operator here as well.
       const std::string word = FTokens.Value();
-      if (word == "IS") return TFilterOp::equal;
-      if (UpperCase(word) == "LIKE") return TFilterOp::like;
+      if (word == "IS") return comparison(kEqual);
+      if (UpperCase(word) == "LIKE") return TOperator{TFilterOp::like};
       return std::nullopt;
     }
-    if (FTokens.IsCharacter('=')) return TFilterOp::equal;
+    if (FTokens.IsCharacter('=')) return comparison(kEqual);
     const bool less = FTokens.IsCharacter('<');
     if (!less && !FTokens.IsCharacter('>')) return std::nullopt;
     Next();
+    const int side = less ? kLess : kGreater;
+    if (FTokens.IsCharacter('=')) return comparison(side | kEqual);
+    if (less && FTokens.IsCharacter('>')) return comparison(kLess | kGreater | kUnordered);
     FTwoRead = true;
-    if (FTokens.IsCharacter('=')) {
-      FTwoRead = false;
-      return less ? TFilterOp::lessEqual : TFilterOp::greaterEqual;
-    }
-    if (less && FTokens.IsCharacter('>')) {
-      FTwoRead = false;
-      return TFilterOp::notEqual;
-    }
-    return less ? TFilterOp::less : TFilterOp::greater;
+    return comparison(side);
   }
 
-  bool OpenOperator(TRank rank, TFilterOp op) {
+  bool OpenOperator(TRank rank, TOperator op) {
     Reduce(rank);
     FOpen.push_back({rank, op});
     if (!std::exchange(FTwoRead, false)) Next();
@@ -236,15 +250,15 @@ class TFilterCompiler {
   // Computes the operators of the innermost bracket that bind at least so tightly.
   void Reduce(TRank rank) {
     for (; FOpen.back().rank >= rank; FOpen.pop_back()) {
-      const TFilterOp op = FOpen.back().op;
-      if (op == TFilterOp::like) {
+      const TOperator op = FOpen.back().op;
+      if (op.op == TFilterOp::like) {
         EmitLike();
-      } else if (FOpen.back().rank == TRank::relation) {
-        EmitComparison(op);
+      } else if (op.op == TFilterOp::compare) {
+        EmitComparison(op.comparison);
       } else {
-        Emit(op);
+        Emit({.op = op.op});
       }
-      if (op != TFilterOp::logicalNot) --FDepth;
+      if (op.op != TFilterOp::logicalNot) --FDepth;
     }
   }
 
@@ -258,7 +272,7 @@ class TFilterCompiler {
     const TBracket bracket = FOpen.back().bracket;
     switch (bracket) {
       case TBracket::text:
-        Emit(TFilterOp::toBoolean);
+        Emit({.op = TFilterOp::toBoolean});
         if (FTokens.Kind() != TFilterToken::end) FailExpecting("konec filtra");
         FDone = true;
         return;
@@ -274,11 +288,15 @@ class TFilterCompiler {
         ReadOperand();
         return;
       case TBracket::dateFormat:
-        Emit(TFilterOp::drop);
+        if (FCode.steps.back().op == TFilterOp::constant) {
+          FCode.steps.pop_back();
+        } else {
+          Emit({.op = TFilterOp::drop});
+        }
         --FDepth;
         ExpectCharacter(')');
         Next();
-        Emit(TFilterOp::toDate);
+        Emit({.op = TFilterOp::toDate});
         FOpen.pop_back();
         return;
       case TBracket::between:
@@ -291,7 +309,7 @@ class TFilterCompiler {
 
   TFilterCode FCode;
   TFilterTokens FTokens;
-  std::unordered_map<std::string_view, std::size_t> FAttributes;  // by name: their index
+  std::unordered_map<std::string_view, TBoundAttribute*> FAttributes;  // by name
   std::vector<TOpen> FOpen;
   std::size_t FDepth = 0;  // values on the stack
   bool FTwoRead = false;   // the token behind "<" or ">" has been read, and is no part of it

@@ -2,7 +2,12 @@
 // is stored in the object, or of texts that this evaluation has made and keeps. The operators are
 // those of Variant; what comes by most, two values of one kind or two numbers, is computed here in
 // the same way.
+//
+// Most steps compare a stored value with a constant. All of that stands in one piece where the step
+// is taken ([[gnu::always_inline]]), so that the value is never put together, and what is seldom
+// reached is kept out of its way.
 
+#include <cmath>
 #include <cstddef>
 #include <forward_list>
 #include <optional>
@@ -24,7 +29,6 @@ bool IsNumber(const TValueView& v) {
 double NumberOf(const TValueView& v) {
   return v.kind == TVariantKind::Integer ? static_cast<double>(v.integer) : v.number;
 }
-bool IsMissing(const TValueView& v) { return v.kind <= TVariantKind::Null; }
 bool AreTexts(const TValueView& a, const TValueView& b) {
   return a.kind == TVariantKind::String && b.kind == TVariantKind::String;
 }
@@ -56,38 +60,34 @@ class TFilterRun {
   TFilterRun(TFilterCode& code, TplPerObject* object, std::shared_ptr<TFilterCode>& kept)
       : FCode(code), FObject(object), FKept(kept) {
     if (code.depth > kInline) {
-      FSpill.resize(code.depth);
-      FTop = FSpill.data();
+      FSpill = std::make_unique<TValueView[]>(code.depth);
+      FTop = FSpill.get();
     }
   }
 
   bool Run() {
     bool answer = false;
-    for (const TFilterCode::TStep step : FCode.steps) {
+    for (const TFilterCode::TStep& step : FCode.steps) {
       switch (step.op) {
         case TFilterOp::constant:
-          Push(step.operand);
+          *FTop++ = *step.constant;
           break;
         case TFilterOp::attribute:
-          Read(FCode.attributes[step.operand]);
+          Read(*step.attribute);
           break;
-        case TFilterOp::equal:
-          Compare(step, [](const auto& a, const auto& b) { return Equals(a, b); });
+        case TFilterOp::compare:
+          --FTop;
+          Compare(step.comparison, *FTop);
           break;
-        case TFilterOp::notEqual:
-          Compare(step, [](const auto& a, const auto& b) { return !Equals(a, b); });
-          break;
-        case TFilterOp::less:
-          Compare(step, [](const auto& a, const auto& b) { return Order(a, b) < 0; });
-          break;
-        case TFilterOp::lessEqual:
-          Compare(step, [](const auto& a, const auto& b) { return Order(a, b) <= 0; });
-          break;
-        case TFilterOp::greater:
-          Compare(step, [](const auto& a, const auto& b) { return Order(a, b) > 0; });
-          break;
-        case TFilterOp::greaterEqual:
-          Compare(step, [](const auto& a, const auto& b) { return Order(a, b) >= 0; });
+        case TFilterOp::compareAttribute:
+          if (TValueView value; ReadStored(*step.attribute, value)) {
+            SetBoolean(*FTop++, (step.comparison & Order(value, *step.constant)) != 0);
+            break;
+          }
+          Ask(*step.attribute);
+          [[fallthrough]];
+        case TFilterOp::compareConstant:
+          Compare(step.comparison, *step.constant);
           break;
         case TFilterOp::like:
           Answer(IsLike(TLikePattern(UpperCase(ToVariant(Right()).AsText()))));
@@ -139,13 +139,9 @@ class TFilterRun {
   const TValueView& Left() const { return FTop[-2]; }
   const TValueView& Right() const { return FTop[-1]; }
 
-  void Push(std::uint32_t constant) { *FTop++ = FCode.constants[constant].value; }
-
-  // The answer takes the place of the operands on the stack.
-  template <class TTest>
-  void Compare(TFilterCode::TStep step, TTest test) {
-    const TValueView& right = step.operand == 0 ? *--FTop : FCode.constants[step.operand - 1].value;
-    SetBoolean(FTop[-1], test(FTop[-1], right));
+  // Whether the last value and the right one compare so, in the place of the last value.
+  [[gnu::noinline]] void Compare(std::uint8_t comparison, const TValueView& right) {
+    SetBoolean(FTop[-1], (comparison & Order(FTop[-1], right)) != 0);
   }
 
   // In the place of two operands.
@@ -182,20 +178,26 @@ class TFilterRun {
   // Lives as long as this evaluation.
   std::string_view Keep(std::string text) { return FTexts.emplace_front(std::move(text)); }
 
-  void Read(TBoundAttribute& attribute) {
-    if (FObject == nullptr) {
-      *FTop++ = {.kind = TVariantKind::Null};
-      return;
-    }
-    if (!FShape) {
-      if (FAlive && !*FAlive) throw Exception("predmeta, ki ga filter presoja, ni več");
-      FShape.emplace(FObject);
-    }
-    if (attribute.ReadStored(*FShape, FObject, *FTop)) {
+  [[gnu::noinline]] void Read(TBoundAttribute& attribute) {
+    if (ReadStored(attribute, *FTop)) {
       ++FTop;
     } else {
       Ask(attribute);
     }
+  }
+
+  // False where the object must be asked.
+  [[gnu::always_inline]] bool ReadStored(TBoundAttribute& attribute, TValueView& value) {
+    if (FObject == nullptr) {
+      value = {.kind = TVariantKind::Null};
+      return true;
+    }
+    if (!FShape) Look();
+    return attribute.ReadStored(*FShape, FObject, value);
+  }
+  [[gnu::noinline]] void Look() {
+    if (FAlive && !*FAlive) throw Exception("predmeta, ki ga filter presoja, ni več");
+    FShape.emplace(FObject);
   }
 
   // Whoever answers may write to the object, and let go of it.
@@ -211,20 +213,26 @@ class TFilterRun {
     PushVariant(FObject->GetAttrValueAsVariant(attribute.Name()));
   }
 
-  static bool Equals(const TValueView& a, const TValueView& b) {
-    if (AreTexts(a, b)) return a.text == b.text;
-    if (IsMissing(a) || IsMissing(b)) return a.kind == b.kind;
-    if (a.kind == TVariantKind::Integer && b.kind == a.kind) return a.integer == b.integer;
-    if (IsNumber(a) && IsNumber(b)) return NumberOf(a) == NumberOf(b);
-    return ToVariant(a) == ToVariant(b);
+  [[gnu::always_inline]] static int Order(const TValueView& a, const TValueView& b) {
+    if (AreTexts(a, b)) return OrderOf(a.text.compare(b.text), 0);
+    if (IsNumber(a) && IsNumber(b)) {
+      return a.kind == TVariantKind::Integer && b.kind == a.kind
+                 ? OrderOf(a.integer, b.integer)
+                 : OrderOf(NumberOf(a), NumberOf(b));
+    }
+    return OrderOfOthers(a, b);
   }
-
-  static std::partial_ordering Order(const TValueView& a, const TValueView& b) {
-    if (AreTexts(a, b)) return a.text <=> b.text;
-    if (IsMissing(a) || IsMissing(b)) return a.kind <=> b.kind;
-    if (a.kind == TVariantKind::Integer && b.kind == a.kind) return a.integer <=> b.integer;
-    if (IsNumber(a) && IsNumber(b)) return NumberOf(a) <=> NumberOf(b);
-    return ToVariant(a) <=> ToVariant(b);
+  // Without a branch that nobody can foretell.
+  template <class T>
+  static int OrderOf(T a, T b) {
+    if constexpr (std::is_floating_point_v<T>) {
+      if (std::isunordered(a, b)) return kUnordered;
+    }
+    return kEqual << (a > b) >> (a < b);
+  }
+  [[gnu::noinline]] static int OrderOfOthers(const TValueView& a, const TValueView& b) {
+    const std::partial_ordering order = ToVariant(a) <=> ToVariant(b);
+    return order < 0 ? kLess : order > 0 ? kGreater : order == 0 ? kEqual : kUnordered;
   }
 
   static bool IsLike(const TValueView& value, const TLikePattern& pattern) {
@@ -235,15 +243,9 @@ class TFilterRun {
   static bool IsLike(std::string_view value, const TLikePattern& pattern) {
     // Most values are short and ASCII: their capitals need no memory.
     char capitals[256];
-    if (value.size() > sizeof capitals) return pattern.Matches(UpperCase(value));
-    unsigned char all = 0;
-    for (std::size_t i = 0; i < value.size(); ++i) {
-      const auto c = static_cast<unsigned char>(value[i]);
-      all |= c;
-      capitals[i] = static_cast<char>(c >= 'a' && c <= 'z' ? c - ('a' - 'A') : c);
-    }
-    if (all >= 0x80) return pattern.Matches(UpperCase(value));
-    return pattern.Matches({capitals, value.size()});
+    return value.size() <= sizeof capitals && UpperCaseOfAscii(value, capitals)
+               ? pattern.Matches({capitals, value.size()})
+               : pattern.Matches(UpperCase(value));
   }
 
   static void ToDate(TValueView& value) {
@@ -257,7 +259,7 @@ class TFilterRun {
     }
   }
 
-  TValueView* Bottom() { return FSpill.empty() ? Inline() : FSpill.data(); }
+  TValueView* Bottom() { return FSpill == nullptr ? Inline() : FSpill.get(); }
   TValueView* Inline() { return reinterpret_cast<TValueView*>(FInline); }
 
   TFilterCode& FCode;
@@ -267,7 +269,7 @@ class TFilterRun {
   std::optional<TAlive> FAlive;        // once somebody was called
   // Room for most filters' values, which need not be cleared.
   alignas(TValueView) std::byte FInline[kInline * sizeof(TValueView)];
-  std::vector<TValueView> FSpill;
+  std::unique_ptr<TValueView[]> FSpill;
   TValueView* FTop = Inline();  // behind the last value
   std::forward_list<std::string> FTexts;
 };

@@ -78,6 +78,22 @@ class TPlClassMetaData : public TPlBaseObject {
   TCheck CheckOf(int AAttributeIndex) { return Described(AAttributeIndex).check; }
   // The attributes that have one, in their order; lives until the next call.
   const std::vector<int>& CheckedAttributes();
+  // Which attributes there are, where and of which types. What has been found out about them holds
+  // as long as this answers the same; false when the class map has gone.
+  struct TVersion {
+    std::uint64_t metaData = 0;  // which one
+    std::uint32_t fieldChanges = 0;
+    int names = 0;
+    bool operator==(const TVersion&) const = default;
+  };
+  bool GetVersion(TVersion& AVersion) {
+    const TObject* const data = FData.Get();
+    if (data == nullptr) return false;
+    if (FAttrNames == nullptr) GetAttrNames();
+    AVersion = {HandleValue(), static_cast<const TDataSet*>(data)->FieldChanges(),
+                FAttrNames->Count()};
+    return true;
+  }
   // The data set whose fields describe the attributes.
   const TDataSet* Fields() const { return Data(); }
   TplAttrProperties GetCalcAttrProperties(std::string_view sName);
