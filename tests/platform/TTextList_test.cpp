@@ -135,6 +135,24 @@ class TTextListModel : public TModelTest {
             });
     }
   }
+  // Texts that come, and some that go, before anybody asks about order.
+  void ComeAndGo() {
+    for (int i = Below(100); i > 0 && !HasFailure(); --i) {
+      const std::string text = RandomText();
+      int index;
+      if (!Find(text, index) && !text.empty()) {
+        if (!Attempt([&] { list.AddLater(text, next); })) continue;
+        model.insert(model.begin() + index, {text, next++});
+      } else if (Count() > 0) {
+        const auto place = model.begin() + Below(Count());
+        if (place->text.empty() || !list.DeleteWaiting(place->text, place->value)) continue;
+        model.erase(place);
+        ++gone;
+      }
+      ASSERT_EQ(list.Count(), Count());
+    }
+    Attempt([&] { list.IndexOf(""); });
+  }
   void Look(const std::string& text) {
     int expected;
     int index = -7;
@@ -187,6 +205,7 @@ class TTextListModel : public TModelTest {
   std::vector<TEntry> model;
   int beginning = static_cast<int>(GetParam() % 5);
   int next = 0;
+  int gone = 0;  // of those that waited
 };
 
 TEST_P(TTextListModel, AnswersAsAPlainArrayDoes) {
@@ -200,6 +219,8 @@ TEST_P(TTextListModel, AnswersAsAPlainArrayDoes) {
       Look(RandomText());
     } else if (kind < 71) {
       LookForPrefix(RandomText());
+    } else if (kind < 72) {
+      ComeAndGo();
     } else if (kind < 98) {
       if (Count() == 0) continue;
       const int index = Below(Count());
@@ -211,6 +232,8 @@ TEST_P(TTextListModel, AnswersAsAPlainArrayDoes) {
     if (step % 1000 == 0) Check();
   }
   Check();
+  EXPECT_GT(gone, 100);
+  ComeAndGo();
   const TTextList<int> copy(list);
   list.Clear();
   list = copy;

@@ -5,19 +5,64 @@
 namespace perlayer {
 
 bool TPlDictionary::FindObject(std::string_view beginning, std::string_view rest, TFound& found) {
-  if (FHashState == THashState::none && Sorted() && !CaseSensitive()) MakeHash();
   TEntry listed;
   const TEntry* entry;
-  if (FHashState == THashState::kept) {
+  if (NeedHash()) {
     entry = FHash.Find(TFoldedKey(beginning, rest));
   } else {
     const int index = IndexOf(std::string(beginning).append(rest));
-    if (index >= 0) listed = TEntry(ObjectHandle(index));
+    if (index >= 0) listed = ObjectHandle(index);
     entry = index < 0 ? nullptr : &listed;
   }
   if (entry == nullptr) return false;
   found.cls = entry->handle.Class();
   found.object = found.cls == nullptr ? nullptr : entry->object;
+  return true;
+}
+
+bool TPlDictionary::AddNew(std::string_view text, TObject* object) {
+  if (text.empty() || !NeedHash()) {
+    if (IndexOf(text) >= 0) return false;
+    AddObject(text, object);
+    return true;
+  }
+  const TFoldedKey key(text);
+  if (FHash.Find(key) != nullptr) return false;
+  AddUnplaced(text, object);
+  try {
+    FHash.Insert(key, TObjectHandle(object));
+  } catch (const std::bad_alloc&) {
+    DeleteUnplaced(text, object);
+    throw;
+  }
+  Changed();
+  return true;
+}
+
+void TPlDictionary::Expect(int count) noexcept {
+  try {
+    if (!NeedHash()) return;
+    FHash.Reserve(FHash.Count() + static_cast<std::size_t>(count));
+    ReserveUnplaced(count);
+  } catch (const std::bad_alloc&) {
+  }
+}
+
+bool TPlDictionary::DeleteOf(std::string_view text, const TObject* object) {
+  const TObjectHandle handle(object);
+  if (!text.empty() && NeedHash()) {
+    const TFoldedKey key(text);
+    const TEntry* entry = FHash.Find(key);
+    if (entry == nullptr || entry->handle != handle) return false;
+    if (DeleteUnplaced(text, object)) {
+      FHash.Erase(key);
+      Changed();
+      return true;
+    }
+  }
+  const int index = IndexOf(text);
+  if (index < 0 || ObjectHandle(index) != handle) return false;
+  Delete(index);
   return true;
 }
 
@@ -27,7 +72,7 @@ void TPlDictionary::MakeHash() {
     FHash.Reserve(static_cast<std::size_t>(Count()));
     FHashState = THashState::kept;
     for (int i = 0; i < Count() && FHashState == THashState::kept; ++i) {
-      if (!FHash.Insert(Strings(i), TEntry(ObjectHandle(i)))) DropHash(THashState::refused);
+      if (!FHash.Insert(Strings(i), ObjectHandle(i))) DropHash(THashState::refused);
     }
   } catch (const std::bad_alloc&) {
     DropHash(THashState::none);
@@ -44,10 +89,10 @@ void TPlDictionary::Entered(int index) noexcept {
   try {
     const TFoldedKey key(Strings(index));
     if (TEntry* entry = FHash.Find(key)) {
-      *entry = TEntry(ObjectHandle(index));
+      *entry = ObjectHandle(index);
       if (FHash.Count() != static_cast<std::size_t>(Count())) DropHash(THashState::refused);
     } else {
-      FHash.Insert(key, TEntry(ObjectHandle(index)));
+      FHash.Insert(key, ObjectHandle(index));
     }
   } catch (const std::bad_alloc&) {
     DropHash(THashState::none);

@@ -7,6 +7,7 @@
 // constant time: a hash of the folded texts stands beside the list, made by the first look-up and
 // kept from then on. The list remains what counts. Where the hash cannot follow it (the list is
 // sorted anew or replaced, memory runs out) it is dropped, and the next look-up makes another.
+// Texts that come and go by AddNew and DeleteOf are not put in order before somebody asks by order.
 
 #include <cstdint>
 
@@ -34,6 +35,14 @@ class TPlDictionary : public TStringList {
     const TClass* cls = nullptr;
   };
   bool FindObject(std::string_view beginning, std::string_view rest, TFound& found);
+  // Adds a text with its object, unless an equal one is there, whatever Duplicates says: whether it
+  // did. When it raises, everything is as it was.
+  bool AddNew(std::string_view text, TObject* object);
+  // So many are likely to come by AddNew: takes the room for them at once, if there is memory.
+  void Expect(int count) noexcept;
+  // Deletes the entry that IndexOf would find if that object stands in it, alive or not: whether it
+  // did. REQUIRES: object != nullptr
+  bool DeleteOf(std::string_view text, const TObject* object);
   // Frees every object in index order, then the list itself.
   void FreeWithContents();
 
@@ -48,12 +57,17 @@ class TPlDictionary : public TStringList {
     kept,     // it has every text of the list
     refused,  // the list has equal texts
   };
+  // Whether there is one.
+  bool NeedHash() {
+    if (FHashState == THashState::none && Sorted() && !CaseSensitive()) MakeHash();
+    return FHashState == THashState::kept;
+  }
   void MakeHash();
   void DropHash(THashState state) noexcept;
 
   // The address stands beside the handle so that both can be followed at once.
   struct TEntry {
-    explicit TEntry(TObjectHandle of) : handle(of), object(of.Get()) {}
+    TEntry(TObjectHandle of) : handle(of), object(of.Get()) {}
     TEntry() = default;
     TObjectHandle handle;
     TObject* object = nullptr;

@@ -46,8 +46,10 @@ class TKeyHash {
   // False when the key is not there.
   bool Erase(const TFoldedKey& key) noexcept;
   void Clear() noexcept { *this = TKeyHash(); }
-  // Room for that many keys.
-  void Reserve(std::size_t count);
+  // Room for that many keys. Two thirds of the places are taken when they have come.
+  void Reserve(std::size_t count) {
+    if (count > FSize / 4 * 3) Resize(count + count / 2);
+  }
 
  private:
   using TWords = TFoldedKey::TWords;
@@ -60,6 +62,7 @@ class TKeyHash {
     T value;
   };
 
+  void Resize(std::size_t places);
   void Swap(TKeyHash& other) noexcept {
     std::swap(FPlaces, other.FPlaces);
     std::swap(FSize, other.FSize);
@@ -118,9 +121,8 @@ class TKeyHash {
 
 // Three quarters of the places are taken at the most, and half of them after growing.
 template <class T>
-void TKeyHash<T>::Reserve(std::size_t count) {
-  if (FSize > 0 && count <= FSize / 4 * 3) return;
-  const std::size_t places = std::max<std::size_t>(16, (count * 2 + 3) / 4 * 4);
+void TKeyHash<T>::Resize(std::size_t places) {
+  places = std::max<std::size_t>(16, (places + 3) / 4 * 4);
   auto grown = std::make_unique<TPlace[]>(places);
   for (std::size_t i = 0; i < FSize; ++i) {
     if (IsFree(FPlaces[i])) continue;
@@ -134,7 +136,7 @@ void TKeyHash<T>::Reserve(std::size_t count) {
 
 template <class T>
 bool TKeyHash<T>::Insert(const TFoldedKey& key, T value) {
-  Reserve(FCount + 1);
+  if (FCount == FSize / 4 * 3) Resize(FSize / 2 * 3);
   TPlace& place = PlaceOf(key);
   if (!IsFree(place)) return false;
   if (key.IsShort()) {

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "perlayer/platform/TCountedTree.h"
 #include "perlayer/platform/TTextHints.h"
@@ -47,13 +48,16 @@ class TSortedTexts {
   // it. REQUIRES: case does not count
   int FindFirstPrefix(std::string_view prefix) const;
 
+  // Brings items into the order of their texts; equal ones in any.
+  static void Order(bool caseSensitive, std::vector<T*>& items);
+
   // Puts the item where its text was located. REQUIRES: place.index, which may have been moved
   // among equal texts, keeps the order. Where memory runs out the item stays with the caller.
   void Insert(TPlace& place, T&& item);
-  // Behind all others. REQUIRES: no text is above
+  // Behind all others. REQUIRES: no text is above, and it was to be expected
   void Append(T&& item) {
-    TPlace place{Count(), false, FTree.Hints().Probe(item.Text())};
-    Insert(place, std::move(item));
+    const TTextHints::TProbe probe = FTree.Hints().Probe(item.Text());
+    FTree.Insert(Count(), probe, std::move(item));
   }
   void Erase(int index) noexcept { FTree.Erase(index); }
   void Clear() noexcept { FTree.Clear(); }
@@ -103,6 +107,26 @@ template <class T>
 int TSortedTexts<T>::FindFirstPrefix(std::string_view prefix) const {
   const int index = Locate(prefix).index;
   return index < Count() && StartsText(prefix, At(index).Text()) ? index : -1;
+}
+
+// Hints of what all of them do not have in common tell nearly all apart.
+template <class T>
+void TSortedTexts<T>::Order(bool caseSensitive, std::vector<T*>& items) {
+  struct THinted {
+    TTextHints::THint hint;
+    T* item;
+  };
+  TTextHints hints(caseSensitive);
+  for (const T* item : items) hints.Admit(item->Text(), item == items.front() ? 0 : 1);
+  std::vector<THinted> hinted;
+  hinted.reserve(items.size());
+  for (T* item : items) hinted.push_back({hints.Probe(item->Text()).At(0), item});
+  std::sort(hinted.begin(), hinted.end(), [&](const THinted& a, const THinted& b) {
+    return a.hint != b.hint ? a.hint < b.hint
+                            : Compare(caseSensitive, a.item->Text(), b.item->Text()) < 0;
+  });
+  std::transform(hinted.begin(), hinted.end(), items.begin(),
+                 [](const THinted& one) { return one.item; });
 }
 
 template <class T>

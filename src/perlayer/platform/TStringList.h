@@ -124,9 +124,18 @@ class TStringList : public TObject {
   virtual void Entered(int /*index*/) noexcept {}
   virtual void Leaving(int /*index*/) noexcept {}
   virtual void Rearranged() noexcept {}
+  void Changed();  // calls OnChange, now or at the end of the update
+  // For a class that knows by itself which texts there are; sorted lists. Adds a text that is not
+  // empty and compares equal to none, where order wants it, without looking for its place yet;
+  // deletes one that has not been given its place, false when it may have been. Neither calls
+  // anything above; whoever adds and deletes calls Changed. Deleting takes no memory.
+  void AddUnplaced(std::string_view text, TObject* object) { FItems.AddLater(text, object); }
+  void ReserveUnplaced(int count) { FItems.ReserveLater(count); }
+  bool DeleteUnplaced(std::string_view text, const TObject* object) noexcept {
+    return FItems.DeleteWaiting(text, object);
+  }
 
  private:
-  void Changed();
   void ChangedThroughout() {
     Rearranged();
     Changed();

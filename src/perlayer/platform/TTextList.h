@@ -7,6 +7,11 @@
 // among equal texts is found all the same. Invariant: while Sorted(), no text compares above its
 // successor; this is why texts of a sorted list can neither be replaced nor moved.
 //
+// A sorted list may be told of texts that nobody looks for by order yet (AddLater): they wait in an
+// array and come to the tree, all at once, with the first question that has to do with order.
+// Nobody can tell, but that such a question may raise std::bad_alloc then, having changed nothing.
+// Those that go before anybody asks cost nothing.
+//
 // T need only be movable, and must not raise when it moves. Texts given may be views into the list
 // itself. A reference from TextAt or PayloadAt lives until the list's next change. An operation
 // that raises leaves the list as it was.
@@ -37,7 +42,7 @@ namespace detail {
 template <class T>
 class TTextList {
  public:
-  int Count() const { return FSorted ? FTexts.Count() : static_cast<int>(FItems.size()); }
+  int Count() const { return FTexts.Count() + static_cast<int>(FItems.size()) - FGone; }
   const std::string& TextAt(int index) const { return At(index).text; }
   const T& PayloadAt(int index) const { return At(index).payload; }
   T& PayloadAt(int index) { return const_cast<T&>(At(index).payload); }
@@ -46,6 +51,14 @@ class TTextList {
   // that is there already raises EListError under dupError, and under dupIgnore the index of the
   // old entry is returned and `payload` dropped.
   int Add(std::string_view text, T payload);
+  // The same for a text that the caller knows to be new, without telling its index.
+  // REQUIRES: Sorted(), the text is not empty and compares equal to none
+  void AddLater(std::string_view text, T payload);
+  // Room for so many more of those.
+  void ReserveLater(int count) { FItems.reserve(FItems.size() + static_cast<std::size_t>(count)); }
+  // Deletes an entry that still waits; false when it does not, or cannot be found at once. Those
+  // that came first are found first. Takes no memory. REQUIRES: Sorted(), the text is not empty
+  bool DeleteWaiting(std::string_view text, const T& payload) noexcept;
   // Raise EListError on a sorted list.
   void Insert(int index, std::string_view text, T payload);
   void SetText(int index, std::string_view text);
@@ -97,8 +110,15 @@ class TTextList {
   }
   const TItem& At(int index) const {
     Checked(index);
-    return FSorted ? FTexts.At(index) : FItems[static_cast<std::size_t>(index)];
+    return FSorted ? Texts().At(index) : FItems[static_cast<std::size_t>(index)];
   }
+  // The tree, with all texts in it.
+  TTexts& Texts() const {
+    if (!FItems.empty()) Settle();
+    return FTexts;
+  }
+  void Settle() const;
+  void DropWaiting() const noexcept;
   void RequireUnsorted() const {
     if (FSorted) detail::RaiseListSorted();
   }
@@ -106,8 +126,11 @@ class TTextList {
   std::vector<TItem*> Pointers();
   void BuildTree(std::vector<TItem*> items, bool caseSensitive);
 
-  std::vector<TItem> FItems;  // while unsorted
-  TTexts FTexts;              // while sorted
+  // Mutable, since Settle changes nothing that anybody can ask for.
+  mutable std::vector<TItem> FItems;  // while unsorted; while sorted, those that wait
+  mutable TTexts FTexts;              // while sorted
+  mutable int FGone = 0;              // so many of those that wait have gone: their texts are empty
+  mutable std::size_t FOldest = 0;    // all before this one have
   bool FSorted = false;
   bool FCaseSensitive = false;
   TDuplicates FDuplicates = TDuplicates::dupIgnore;
@@ -119,11 +142,87 @@ int TTextList<T>::Add(std::string_view text, T payload) {
     FItems.push_back(TItem{std::string(text), std::move(payload)});
     return Count() - 1;
   }
-  TPlace place = FTexts.Locate(text);
+  TPlace place = Texts().Locate(text);
   if (place.found && FDuplicates == TDuplicates::dupIgnore) return ProbeOfEqual(place, text);
   if (place.found && FDuplicates == TDuplicates::dupError) detail::RaiseListDuplicate();
   FTexts.Insert(place, TItem{std::string(text), std::move(payload)});
   return place.index;
+}
+
+template <class T>
+void TTextList<T>::AddLater(std::string_view text, T payload) {
+  TItem item{std::string(text), std::move(payload)};
+  constexpr int kFew = 64;
+  if (FGone > kFew && FGone > static_cast<int>(FItems.size() / 2)) {
+    std::erase_if(FItems, [](const TItem& waiting) { return waiting.text.empty(); });
+    FGone = 0;
+    FOldest = 0;
+  }
+  FItems.push_back(std::move(item));
+}
+
+template <class T>
+bool TTextList<T>::DeleteWaiting(std::string_view text, const T& payload) noexcept {
+  constexpr std::size_t kNear = 16;
+  const auto goes = [&](TItem& item) {
+    if (item.text.empty() || item.payload != payload || Compare(item.text, text) != 0) return false;
+    item.text = std::string();
+    ++FGone;
+    return true;
+  };
+  const std::size_t count = FItems.size();
+  bool gone = false;
+  for (std::size_t i = FOldest; !gone && i < std::min(count, FOldest + kNear); ++i) {
+    gone = goes(FItems[i]);
+  }
+  for (std::size_t i = count; !gone && i > FOldest && i + kNear > count; --i) {
+    gone = goes(FItems[i - 1]);
+  }
+  if (!gone) return false;
+  if (FGone == static_cast<int>(count)) {
+    DropWaiting();
+    return true;
+  }
+  while (FItems[FOldest].text.empty()) ++FOldest;
+  for (; FItems.back().text.empty(); --FGone) FItems.pop_back();
+  return true;
+}
+
+template <class T>
+void TTextList<T>::DropWaiting() const noexcept {
+  std::vector<TItem>().swap(FItems);
+  FGone = 0;
+  FOldest = 0;
+}
+
+// Many make a tree in order, each behind the last one; to one that is there they come one by one.
+// Where memory runs out those that have come there wait no more.
+template <class T>
+void TTextList<T>::Settle() const {
+  constexpr std::size_t kMany = 16;
+  std::vector<TItem*> items;
+  if (FTexts.Count() == 0 && FItems.size() >= kMany + static_cast<std::size_t>(FGone)) {
+    for (TItem& item : FItems) {
+      if (!item.text.empty()) items.push_back(&item);
+    }
+    TTexts::Order(FCaseSensitive, items);
+    FTexts.Expect(items.front()->text, items.back()->text);
+  }
+  const auto waitsNoMore = [&](TItem& item) {
+    item.text.clear();
+    ++FGone;
+  };
+  for (TItem* item : items) {
+    FTexts.Append(std::move(*item));
+    waitsNoMore(*item);
+  }
+  for (TItem& item : FItems) {
+    if (item.text.empty()) continue;
+    TPlace place = FTexts.Locate(item.text);
+    FTexts.Insert(place, std::move(item));
+    waitsNoMore(item);
+  }
+  DropWaiting();
 }
 
 template <class T>
@@ -175,7 +274,7 @@ template <class T>
 void TTextList<T>::Delete(int index) {
   Checked(index);
   if (FSorted) {
-    FTexts.Erase(index);
+    Texts().Erase(index);
   } else {
     FItems.erase(FItems.begin() + index);
   }
@@ -184,6 +283,8 @@ void TTextList<T>::Delete(int index) {
 template <class T>
 void TTextList<T>::Clear() {
   FItems.clear();
+  FGone = 0;
+  FOldest = 0;
   FTexts.Clear();
 }
 
@@ -218,7 +319,7 @@ int TTextList<T>::ProbeOfEqual(const TPlace& place, std::string_view text) const
 template <class T>
 bool TTextList<T>::Find(std::string_view text, int& index) const {
   if (!FSorted) detail::RaiseListUnsorted();
-  const TPlace place = FTexts.Locate(text);
+  const TPlace place = Texts().Locate(text);
   const bool any = place.found && FDuplicates != TDuplicates::dupAccept;
   index = any ? ProbeOfEqual(place, text) : place.index;
   return place.found;
@@ -226,7 +327,7 @@ bool TTextList<T>::Find(std::string_view text, int& index) const {
 
 template <class T>
 int TTextList<T>::FindFirstPrefix(std::string_view prefix) const {
-  if (FSorted && !FCaseSensitive) return FTexts.FindFirstPrefix(prefix);
+  if (FSorted && !FCaseSensitive) return Texts().FindFirstPrefix(prefix);
   for (int i = 0; i < Count(); ++i) {
     if (StartsText(prefix, TextAt(i))) return i;
   }
@@ -238,7 +339,7 @@ std::vector<typename TTextList<T>::TItem*> TTextList<T>::Pointers() {
   std::vector<TItem*> items;
   items.reserve(static_cast<std::size_t>(Count()));
   if (FSorted) {
-    FTexts.ForEach([&](const TItem& item) { items.push_back(const_cast<TItem*>(&item)); });
+    Texts().ForEach([&](const TItem& item) { items.push_back(const_cast<TItem*>(&item)); });
   } else {
     for (TItem& item : FItems) items.push_back(&item);
   }

@@ -185,23 +185,24 @@ bool TplGlobalDictionary::AddPerObject(TplProvider* AProvider, TplPerObject* AOb
   return true;
 }
 
+bool TplGlobalDictionary::TryEnter(const std::string& AKey, TplPerObject* AObject,
+                                   TObject* ARetainer) {
+  if (!Timed([&] { return AddNew(AKey, AObject); })) return false;
+  CheckExistanceInReleasingList(AKey, ARetainer);
+  return true;
+}
+
 void TplGlobalDictionary::Enter(const std::string& AKey, TplPerObject* AObject,
                                 TObject* ARetainer) {
-  Timed([&] {
-    // One that has gone makes room when it is read.
-    for (bool added = false; !added;) {
-      const int count = Count();
-      const int index = AddObject(AKey, AObject);
-      added = Count() > count;
-      if (const TplPerObject* other = added ? nullptr : GetPerObjectWithIndex(index)) {
-        throw Exception(Format(
-            "TplGlobalDictionary.AddPerObject: Objekt razreda %s (ID=%s) je nov, vendar že obstaja "
-            "v slovarju!?  V slovarju je objekt tipa %s.",
-            AObject->ClassName(), AObject->GetGID(), other->ClassName()));
-      }
+  // One that has gone makes room when it is read.
+  while (!TryEnter(AKey, AObject, ARetainer)) {
+    if (const TplPerObject* other = Live(AKey, {})) {
+      throw Exception(
+          Format("TplGlobalDictionary.AddPerObject: Objekt razreda %s (ID=%s) je nov, vendar že "
+                 "obstaja v slovarju!?  V slovarju je objekt tipa %s.",
+                 AObject->ClassName(), AObject->GetGID(), other->ClassName()));
     }
-  });
-  CheckExistanceInReleasingList(AKey, ARetainer);
+  }
 }
 
 int TplGlobalDictionary::ChangeID(TplProvider* AProvider, const std::string& AOldID,
@@ -231,9 +232,8 @@ bool TplGlobalDictionary::HasKey(TplPerObject* AObject) {
 bool TplGlobalDictionary::RemoveFromDictionary(TplPerObject* AObject) {
   if (LayerFinalizing()) return false;  // nobody looks anything up any more
   if (!FUSEDICTIONARY || Count() == 0 || !HasKey(AObject)) return false;
-  const int index = ObjectIndex(AObject->aiProvider(), AObject->GetGID());
-  if (index < 0 || ObjectHandle(index) != TObjectHandle(AObject)) return false;
-  Delete(index);
+  const std::string key = Key(AObject->aiProvider(), AObject->GetGID());
+  if (!Timed([&] { return DeleteOf(key, AObject); })) return false;
   AObject->DeletingFromDictionary();
   return true;
 }

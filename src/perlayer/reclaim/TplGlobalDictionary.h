@@ -172,7 +172,9 @@ class TplGlobalDictionary : public TPlDictionary {
   }
   static bool HasKey(TplPerObject* AObject);
   TplPerObject* Live(std::string_view ABeginning, std::string_view ARest);
-  void Enter(const std::string& AKey, TplPerObject* AObject, TObject* ARetainer);
+  // Enters the object unless the key is taken, by whatever: whether it did.
+  bool TryEnter(const std::string& AKey, TplPerObject* AObject, TObject* ARetainer);
+  void Enter(const std::string& AKey, TplPerObject* AObject, TObject* ARetainer);  // raises then
   template <class TPut>
   void Merge(TplPerObject* AEntry, TplPerObject* ATwin, TObject* AHolder, TPut&& put);
   void ReloadPerObject(TplPerObject* AObject, const std::string& ASpec);

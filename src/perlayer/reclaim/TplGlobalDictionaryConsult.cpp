@@ -52,6 +52,7 @@ void TplGlobalDictionary::Merge(TplPerObject* AEntry, TplPerObject* ATwin, TObje
 void TplGlobalDictionary::ConsultDictionary(TObject* ARetainer, TplPerObject*& AObject) {
   if (!FUSEDICTIONARY || AObject == nullptr || AObject->aiProvider() == nullptr) return;
   const std::string key = Key(AObject->aiProvider(), AObject->GetGID());
+  if (TryEnter(key, AObject, ARetainer)) return;
   TplPerObject* entry = Live(key, {});
   if (entry == nullptr) {
     Enter(key, AObject, ARetainer);
@@ -76,13 +77,21 @@ void TplGlobalDictionary::ConsultDictionaryForList(TPlBoList*& AList, TObject* A
   std::string key = provider->GetTableNameKeyForDict();
   const std::size_t beginning = key.size();
   const int count = list->Count();
+  constexpr int kSample = 32;
+  int entered = 0;
   for (int i = 0; alive && i < count && i < list->Count(); ++i) {
     TplPerObject* member = list->Get(i);
     if (member == nullptr) continue;
     key.replace(beginning, std::string::npos, member->GetGID());
+    const bool ownKey = member->aiProvider() == provider;
+    if (ownKey && TryEnter(key, member, ARetainer)) {
+      // A list that begins with new ones goes on with new ones.
+      if (++entered == kSample && i + 1 == kSample) Expect(count - kSample);
+      continue;
+    }
     TplPerObject* entry = Live(key, {});
     if (entry == nullptr) {
-      if (member->aiProvider() == provider) {
+      if (ownKey) {
         Enter(key, member, ARetainer);
       } else {
         AddPerObject(provider, member, ARetainer);
