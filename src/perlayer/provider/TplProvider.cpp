@@ -312,9 +312,7 @@ TplPerObject* TplProvider::GetObject(TObject* ARetainer, const std::string& sId,
   TplGlobalDictionary* dictionary = GlobalDictionary();
   TplPerObject* object = nullptr;
   if (dictionary->aiUSEDICTIONARY()) {
-    object = PerLayerStatistics()->Timed(TIPerLayerStatisticsStartTimingType::ttDictionary, [&] {
-      return dictionary->GetObject(ARetainer, this, sId, bIncludeSubclasses);
-    });
+    object = dictionary->GetObjectForProvider(ARetainer, this, sId);
   }
   if (object == nullptr) {
     TIQuery* opened = nullptr;
@@ -330,10 +328,16 @@ TplPerObject* TplProvider::GetObject(TObject* ARetainer, const std::string& sId,
       dictionary->AddPerObject(this, object, ARetainer);
     });
   }
-  LetGoOnFailure(object, ARetainer, [&] {
-    FsFetchSpec.assign(GetIDAttrName()).append(" = '").append(sId).append("'");
-  });
+  LetGoOnFailure(object, ARetainer, [&] { FFetchedID = sId; });
   return object;
+}
+
+const std::string& TplProvider::FetchSpecOfLastFetch() {
+  if (!FFetchedID.empty()) {
+    FsFetchSpec.assign(GetIDAttrName()).append(" = '").append(FFetchedID).append("'");
+    FFetchedID.clear();
+  }
+  return FsFetchSpec;
 }
 
 TplPerObject* TplProvider::GetObjectFromDataSet(TObject* ARetainer, TDataSet* ds,
@@ -497,6 +501,7 @@ TplPerObject* TplProvider::FetchObject(TObject* ARetainer, const std::string& Fe
   }
   LetGoOnFailure(object, ARetainer, [&] {
     FsFetchSpec = FetchSpec;
+    FFetchedID.clear();
     if (object != nullptr) dictionary->ConsultDictionary(ARetainer, object);
   });
   return object;

@@ -317,7 +317,8 @@ class TplProvider : public TplAuthorizedObject {
   std::string aiDeleteStatement() { return GetDeleteStatement(); }
   std::string aiSelectStatement() { return GetSelectStatement(); }
   std::string aiSelectStatementWithoutParameters() { return GetSelectStatementWithoutParameters(); }
-  const std::string& FetchSpecOfLastFetch() const { return FsFetchSpec; }
+  // The last condition, for diagnostics.
+  const std::string& FetchSpecOfLastFetch();
 
  protected:
   TIQuery* ClassMapQuery();
@@ -326,7 +327,6 @@ class TplProvider : public TplAuthorizedObject {
 
   TPlClassMetaData* FMetaData = nullptr;  // one reference is this provider's
   std::string FActiveFieldName;
-  std::string FsFetchSpec;  // the last condition, for diagnostics
   std::string FIdAttrName;
   std::string FsTableName;
   std::string FsTableOwner;
@@ -394,6 +394,8 @@ class TplProvider : public TplAuthorizedObject {
   TStatementTextPtr FActiveFrom;
   TStatementTextPtr FActiveTo;
   std::string FActiveToField;
+  std::string FsFetchSpec;  // the last condition; that of a fetch by ID is not put together
+  std::string FFetchedID;   // before somebody asks: until then this is the ID, else empty
 };
 
 // The provider of classes that link to another database.

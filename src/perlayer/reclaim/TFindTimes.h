@@ -12,9 +12,10 @@ namespace perlayer {
 
 class TFindTimes {
  public:
-  void Start() { FTime = TClock::Current().CoarseTicks(); }
-  void Stop() {
-    const std::int64_t duration = TClock::Current().CoarseTicks() - FTime;
+  static std::int64_t Ticks() { return TClock::Current().CoarseTicks(); }
+  void Start(std::int64_t ticks = Ticks()) { FTime = ticks; }
+  void Stop(std::int64_t ticks = Ticks()) {
+    const std::int64_t duration = ticks - FTime;
     FMaxFindTime = std::max(FMaxFindTime, duration);
     FTimeSum += duration;
     ++FNumTimes;

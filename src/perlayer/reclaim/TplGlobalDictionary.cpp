@@ -9,6 +9,7 @@
 #include "perlayer/platform/Text.h"
 #include "perlayer/provider/TPlClassMetaData.h"
 #include "perlayer/provider/TplProvider.h"
+#include "perlayer/reclaim/TIPerLayerStatistics.h"
 
 namespace perlayer {
 
@@ -63,13 +64,23 @@ TplPerObject* TplGlobalDictionary::Live(std::string_view ABeginning, std::string
 TplPerObject* TplGlobalDictionary::GetObject(TObject* ARetainer, TplProvider* AProvider,
                                              const std::string& AID, bool) {
   if (!FUSEDICTIONARY || AProvider == nullptr) return nullptr;
-  return Timed([&] {
-    TplPerObject* object = TakeObject(AProvider, AID);
-    if (object == nullptr) return object;
-    object->AddRef(ARetainer);
-    ++FFetchSaveNumber;
-    return object;
-  });
+  return Timed([&] { return TakeFor(ARetainer, AProvider, AID); });
+}
+
+TplPerObject* TplGlobalDictionary::GetObjectForProvider(TObject* ARetainer, TplProvider* AProvider,
+                                                        const std::string& AID) {
+  return PerLayerStatistics()->Timed(
+      TIPerLayerStatisticsStartTimingType::ttDictionary, FTimes,
+      [&] { return FUSEDICTIONARY ? TakeFor(ARetainer, AProvider, AID) : nullptr; });
+}
+
+TplPerObject* TplGlobalDictionary::TakeFor(TObject* ARetainer, TplProvider* AProvider,
+                                           const std::string& AID) {
+  TplPerObject* object = TakeObject(AProvider, AID);
+  if (object == nullptr) return nullptr;
+  object->AddRef(ARetainer);
+  ++FFetchSaveNumber;
+  return object;
 }
 
 TplPerObject* TplGlobalDictionary::GetObjectByObjectIndex(TObject* ARetainer,

@@ -48,6 +48,9 @@ class TplGlobalDictionary : public TPlDictionary {
   // to the database: it is not in memory, the switch is off, or AProvider is nullptr.
   TplPerObject* GetObject(TObject* ARetainer, TplProvider* AProvider, const std::string& AID,
                           bool AIncludeSubclasses);
+  // The same for a provider, with the switch on; the statistics time it as well.
+  TplPerObject* GetObjectForProvider(TObject* ARetainer, TplProvider* AProvider,
+                                     const std::string& AID);
   // The same by the whole key.
   TplPerObject* GetObjectByObjectIndex(TObject* ARetainer, const std::string& AKey);
   // The live object or nullptr, whatever the switch says. Adds no reference.
@@ -172,6 +175,7 @@ class TplGlobalDictionary : public TPlDictionary {
   }
   static bool HasKey(TplPerObject* AObject);
   TplPerObject* Live(std::string_view ABeginning, std::string_view ARest);
+  TplPerObject* TakeFor(TObject* ARetainer, TplProvider* AProvider, const std::string& AID);
   // Enters the object unless the key is taken, by whatever: whether it did.
   bool TryEnter(const std::string& AKey, TplPerObject* AObject, TObject* ARetainer);
   void Enter(const std::string& AKey, TplPerObject* AObject, TObject* ARetainer);  // raises then
