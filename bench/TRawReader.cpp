@@ -45,10 +45,10 @@ std::string TRawReader::Number(int column) {
 }
 
 std::string TRawReader::Text(int column) {
-  const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(FSelect, column));
-  return text == nullptr
-             ? std::string()
-             : std::string(text, static_cast<std::size_t>(sqlite3_column_bytes(FSelect, column)));
+  sqlite3_value* const value = sqlite3_column_value(FSelect, column);
+  const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(value));
+  return text == nullptr ? std::string()
+                         : std::string(text, static_cast<std::size_t>(sqlite3_value_bytes(value)));
 }
 
 }  // namespace perlayer::bench

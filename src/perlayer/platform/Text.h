@@ -101,5 +101,9 @@ bool TryStrToFloat(std::string_view text, double& value);  // no number: false, 
 bool TryStrToFloat(std::string_view text, double& value, const TFormatSettings& settings);
 // Writes FloatToStr(value) with separator '.' behind `text`, without a temporary.
 void AppendFloat(std::string& text, double value);
+// The same into a buffer, which has room for 17 digits behind up to 4 zeros, a sign, a point and an
+// exponent; returns the end.
+inline constexpr std::size_t kFloatRoom = 40;
+char* WriteFloat(char (&buffer)[kFloatRoom], double value);
 
 }  // namespace perlayer

@@ -12,9 +12,6 @@ namespace perlayer {
 
 namespace {
 
-// Room for 17 digits behind up to 4 zeros, a sign, a point and an exponent.
-constexpr std::size_t kFloatRoom = 40;
-
 // Reads the whole of `text`, which from_chars would accept without the plus sign that it does not
 // know. Words ("nan", "inf") are no numbers here.
 template <class TNumber>
@@ -97,8 +94,7 @@ std::int64_t StrToIntDef(std::string_view text, std::int64_t otherwise) {
   return otherwise;
 }
 
-void AppendFloat(std::string& text, double value) {
-  char buffer[kFloatRoom];
+char* WriteFloat(char (&buffer)[kFloatRoom], double value) {
   const double magnitude = std::fabs(value);
   std::to_chars_result written{};
   if (magnitude < 1e15 && value == std::trunc(value)) {
@@ -108,7 +104,12 @@ void AppendFloat(std::string& text, double value) {
   } else {
     written = std::to_chars(buffer, buffer + kFloatRoom, value, std::chars_format::scientific);
   }
-  text.append(buffer, written.ptr);
+  return written.ptr;
+}
+
+void AppendFloat(std::string& text, double value) {
+  char buffer[kFloatRoom];
+  text.append(buffer, WriteFloat(buffer, value));
 }
 
 std::string FloatToStr(double value, const TFormatSettings& settings) {

@@ -119,14 +119,9 @@ std::size_t TValueRow::MemoryUsed() const {
   return FBlock == nullptr ? 0 : (kHead + FBlock[0] + (FBlock[1] + kWord - 1) / kWord) * kWord;
 }
 
-void TRowWriter::EndValue() {
+void TRowWriter::SpillEnd() {
   if (FEnds == kInlineEnds) FSpillEnds.assign(FInlineEnds, FInlineEnds + kInlineEnds);
-  if (FEnds < kInlineEnds) {
-    FInlineEnds[FEnds] = static_cast<std::uint32_t>(FSize);
-  } else {
-    FSpillEnds.push_back(static_cast<std::uint32_t>(FSize));
-  }
-  ++FEnds;
+  FSpillEnds.push_back(static_cast<std::uint32_t>(FSize));
 }
 
 void TRowWriter::Grow(std::size_t wanted) {
@@ -149,9 +144,8 @@ void TRowWriter::WriteNumber(double value) {
       value == static_cast<double>(static_cast<std::int64_t>(value))) {
     return WriteInteger(static_cast<std::int64_t>(value));
   }
-  std::string text;
-  AppendFloat(text, value);
-  Write(text);
+  char buffer[kFloatRoom];
+  Write({buffer, WriteFloat(buffer, value)});
 }
 
 TValueRow TRowWriter::Finish(int count) {

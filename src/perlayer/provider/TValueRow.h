@@ -65,7 +65,14 @@ class TValueRow {
 class TRowWriter {
  public:
   // Ends the value under way: what has been written since the last call.
-  void EndValue();
+  void EndValue() {
+    if (FEnds < kInlineEnds) {
+      FInlineEnds[FEnds] = static_cast<std::uint32_t>(FSize);
+    } else {
+      SpillEnd();
+    }
+    ++FEnds;
+  }
   void Write(std::string_view text) {
     if (FSize + text.size() > FCapacity) Grow(text.size());
     text.copy(FData + FSize, text.size());
@@ -85,6 +92,7 @@ class TRowWriter {
   static constexpr std::size_t kInline = 1024;
   static constexpr std::size_t kInlineEnds = 64;
   void Grow(std::size_t wanted);
+  void SpillEnd();
 
   char FInline[kInline];
   std::uint32_t FInlineEnds[kInlineEnds];

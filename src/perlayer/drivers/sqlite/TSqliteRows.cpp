@@ -6,27 +6,30 @@
 
 namespace perlayer {
 
+// The value is looked up once. Reading it like this is for one thread at a time, as is the
+// statement.
 void ReadSqliteCell(sqlite3_stmt* statement, int column, TCell& cell) {
-  switch (sqlite3_column_type(statement, column)) {
+  sqlite3_value* const value = sqlite3_column_value(statement, column);
+  switch (sqlite3_value_type(value)) {
     case SQLITE_INTEGER:
       cell.kind = TCellKind::integer;
-      cell.integer = sqlite3_column_int64(statement, column);
+      cell.integer = sqlite3_value_int64(value);
       break;
     case SQLITE_FLOAT:
       cell.kind = TCellKind::number;
-      cell.number = sqlite3_column_double(statement, column);
+      cell.number = sqlite3_value_double(value);
       break;
     case SQLITE_TEXT: {
       // The text first: asking for its length before could convert it.
-      const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
+      const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(value));
       cell.kind = TCellKind::text;
-      cell.text = {text, static_cast<std::size_t>(sqlite3_column_bytes(statement, column))};
+      cell.text = {text, static_cast<std::size_t>(sqlite3_value_bytes(value))};
       break;
     }
     case SQLITE_BLOB: {
-      const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement, column));
+      const auto* bytes = static_cast<const char*>(sqlite3_value_blob(value));
       cell.kind = TCellKind::blob;
-      cell.text = {bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement, column))};
+      cell.text = {bytes, static_cast<std::size_t>(sqlite3_value_bytes(value))};
       break;
     }
     default:
