@@ -1,20 +1,15 @@
-// Random operations on a list of objects against a plain vector of them.
+// The edges of a list of objects; its everyday is in reclaim/LayerModel_test.cpp.
 
 #include "perlayer/list/TPlCustomBoList.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <map>
 #include <vector>
 
-#include "perlayer/corekit/MessageDialogs.h"
-#include "perlayer/foundation/TplDomainNotifier.h"
 #include "perlayer/list/TPlBoList.h"
-#include "perlayer/platform/Format.h"
 #include "support/HospitalFixture.h"
 #include "support/ModelTest.h"
-#include "support/PlainSort.h"
 
 namespace perlayer {
 namespace {
@@ -33,32 +28,17 @@ class TpoMember : public TplPerObject {
   bool Hidden = false;
 };
 
-// Who holds the list, and hears of it; now and then it refuses to.
-class TListener : public TplDomainNotifier {
-  TCLASS(TListener, TplDomainNotifier)
- public:
-  void DoNotifyAction(TplDomainObject*, TIBaseObjectAction ActionType, TObject* Data,
-                      TINotifiedObjectList*) override {
-    Heard.push_back(std::string(BaseObjectActionName(ActionType)) + (Data == nullptr ? "" : "*"));
-    if (Refuses) throw ELockException("refused");
-  }
-  std::vector<std::string> Heard;
-  bool Refuses = false;
-};
-
 class TPlCustomBoListTest : public THospital {
  protected:
   TPlCustomBoListTest() {
-    FListener = New<TListener>(nullptr, FForm.Get());
-    FList = New<TPlCustomBoList>(nullptr, FListener);
+    FList = New<TPlCustomBoList>(nullptr, FForm.Get());
     for (int i = 0; i < 8; ++i) {
       FMembers.push_back(New<TpoMember>(FPatients, FForm.Get()));
       FMembers.back()->Name(std::string(1, static_cast<char>('A' + i % 3)));
     }
   }
   ~TPlCustomBoListTest() override {
-    FList->Release(FListener);
-    FListener->Release(FForm.Get());
+    FList->Release(FForm.Get());
     for (TpoMember* member : FMembers) {
       EXPECT_EQ(member->RefCount(), 1);
       member->Release(FForm.Get());
@@ -70,192 +50,9 @@ class TPlCustomBoListTest : public THospital {
     return entries;
   }
 
-  TListener* FListener;
   TPlCustomBoList* FList;
   std::vector<TpoMember*> FMembers;
 };
-
-// The plain list: its entries, and where the cursor is by the rule of what is to be seen.
-struct TModelList {
-  std::vector<TplPerObject*> entries;
-  int cursor = 0;
-  std::string but;  // the filter hides that name
-
-  int Count() const { return static_cast<int>(entries.size()); }
-  bool Seen(int index) const {
-    TplPerObject* const entry = entries[static_cast<std::size_t>(index)];
-    return !static_cast<TpoMember*>(entry)->Hidden && entry->GetAttrValue("NAME") != but;
-  }
-  void Go(int step) {
-    const int limit = step > 0 ? Count() : -1;
-    if (cursor != limit && (step < 0 || cursor < limit)) cursor += step;
-    while (cursor >= 0 && cursor < Count() && !Seen(cursor)) cursor += step;
-  }
-};
-
-class TListModel : public TPlCustomBoListTest, public testing::WithParamInterface<unsigned> {};
-
-TEST_P(TListModel, AgreesWithAPlainVector) {
-  std::mt19937 random(GetParam());
-  const auto below = [&](int limit) {
-    return std::uniform_int_distribution<int>(0, limit - 1)(random);
-  };
-  TModelList model;
-  const int steps = ModelSteps(4000);
-  for (int step = 0; step < steps; ++step) {
-    const int count = model.Count();
-    TpoMember* const member = FMembers[static_cast<std::size_t>(below(8))];
-    const int at = count == 0 ? 0 : below(count);
-    const int other = count == 0 ? 0 : below(count);
-    std::vector<TplPerObject*> expected = model.entries;
-    std::vector<std::string> heard;
-    std::function<void()> operation = [] {};
-    switch (count > 20 ? 5 + below(7) : below(19)) {
-      case 0:
-      case 1:
-        expected.push_back(member);
-        heard = {"paAddToList*"};
-        operation = [&] { EXPECT_EQ(FList->Add(member), count); };
-        break;
-      case 2:
-        expected.insert(expected.begin() + at, member);
-        heard = {"paAddToList*"};
-        operation = [&] { FList->Insert(at, member); };
-        break;
-      case 3:
-        expected.push_back(member);
-        operation = [&] {
-          member->AddRef(FList);
-          try {
-            FList->SimpleAdd(member);
-          } catch (...) {
-            member->Release(FList);
-            throw;
-          }
-        };
-        break;
-      case 4:
-        member->Hidden = !member->Hidden;
-        break;
-      case 5:
-        if (count == 0) break;
-        expected.erase(expected.begin() + at);
-        heard = {"paDeleteFromList*"};
-        operation = [&] { FList->Delete(at); };
-        break;
-      case 6: {
-        const auto found = std::find(expected.begin(), expected.end(), member);
-        const int index = found == expected.end() ? -1 : static_cast<int>(found - expected.begin());
-        if (index >= 0) {
-          expected.erase(found);
-          heard = {"paDeleteFromList*"};
-        }
-        operation = [&, index] { EXPECT_EQ(FList->Remove(member), index); };
-        break;
-      }
-      case 7: {
-        if (count == 0) break;
-        TplPerObject* const moved = expected[static_cast<std::size_t>(at)];
-        expected.erase(expected.begin() + at);
-        expected.insert(expected.begin() + other, moved);
-        if (at != other) heard = {"paDeleteFromList*", "paAddToList*", "paSort*"};
-        operation = [&] { FList->Move(at, other); };
-        break;
-      }
-      case 8:
-        if (count == 0) break;
-        std::swap(expected[static_cast<std::size_t>(at)],
-                  expected[static_cast<std::size_t>(other)]);
-        operation = [&] { FList->Exchange(at, other); };
-        break;
-      case 9:
-        if (below(10) > 0) break;
-        expected.clear();
-        heard = {"paModified"};
-        operation = [&] { FList->Clear(); };
-        break;
-      case 10:
-        FList->First();
-        model.cursor = -1;
-        break;
-      case 11:
-        FList->Last();
-        model.cursor = count - 1;
-        break;
-      case 13:
-      case 14: {
-        // By an order, the one last forced, or a comparison of the caller's.
-        const auto byName = [](TplPerObject* a, TplPerObject* b, const std::string&) {
-          return a->GetAttrValue("NAME").compare(b->GetAttrValue("NAME"));
-        };
-        DefaultSortParam() = "NAME";
-        PlainQuickSort(expected,
-                       [&](TplPerObject* a, TplPerObject* b) { return byName(a, b, ""); });
-        operation = [&, byName] {
-          if (below(2) == 0) return FList->Sort(byName, "");
-          FList->Sort(&CompareByOrder, below(2) == 0 ? "NAME" : "");
-        };
-        break;
-      }
-      case 15: {
-        model.but = below(3) == 0 ? "none" : std::string(1, static_cast<char>('A' + below(3)));
-        FList->SetListFilter(model.but == "none" ? "" : "NAME <> '" + model.but + "'");
-        if (count == 0) break;
-        const int turn = model.cursor == count ? -1 : 1;
-        model.Go(turn);
-        model.Go(-turn);
-        break;
-      }
-      case 12:
-        FList->GoToBookmark(std::to_string(at));
-        model.cursor = count == 0 ? -1 : at;
-        break;
-      default:
-        if (below(2) == 0) {
-          FList->Next();
-          model.Go(1);
-        } else {
-          FList->Prior();
-          model.Go(-1);
-        }
-    }
-    // A listener that refuses, or memory that runs out, leaves whole entries.
-    FListener->Heard.clear();
-    FListener->Refuses = !heard.empty() && below(8) == 0;
-    bool done = true;
-    const int memory = below(6) == 0 ? below(4) : -1;
-    try {
-      const TOutOfMemory scarce(memory);
-      operation();
-    } catch (const std::bad_alloc&) {
-      done = false;
-    } catch (const ELockException&) {
-      done = false;
-    }
-    FListener->Refuses = false;
-    if (done) {
-      ASSERT_EQ(Entries(), expected) << "step " << step;
-      // A walk that has no memory is told in the log and ends.
-      if (memory < 0) {
-        ASSERT_EQ(FListener->Heard, heard) << "step " << step;
-      }
-    }
-    model.entries = Entries();
-    for (TpoMember* each : FMembers) {
-      ASSERT_EQ(each->RefCount(), 1 + std::count(model.entries.begin(), model.entries.end(), each))
-          << "step " << step;
-    }
-    ASSERT_EQ(FList->NSCurrIndex(), model.cursor) << "step " << step;
-    int seen = 0;
-    for (int i = 0; i < model.Count(); ++i) seen += model.Seen(i) ? 1 : 0;
-    ASSERT_EQ(FList->CountWithFilter(), seen) << "step " << step;
-    if (model.cursor > model.Count()) {
-      FList->First();  // deleting has left it outside
-      model.cursor = -1;
-    }
-  }
-}
-INSTANTIATE_TEST_SUITE_P(Seeds, TListModel, testing::Range(1u, 5u));
 
 TEST_F(TPlCustomBoListTest, CursorAtItsEnds) {
   EXPECT_EQ(FList->CurrIndex(), 0);

@@ -166,6 +166,17 @@ TEST_F(TplPerObjectLifeTest, ReleaseFindsItsVariableEmptyAlready) {
   EXPECT_EQ(TpoDepartment::Ended, "(22)(11)");
 }
 
+TEST_F(TplPerObjectLifeTest, EndsThoughItsLastHolderWasItsOwn) {
+  TpoDepartment* ward = NewDepartment("1");
+  TPlBoList* parts = FDepartments->GetObjectList(ward);
+  ward->FParts = parts;
+  parts->Add(ward);
+  ward->Release(FForm.Get());
+  parts->Put(0, nullptr);
+  ward->Release(parts);
+  EXPECT_EQ(TpoDepartment::Ended, "(11)");
+}
+
 // A cycle goes once it is cut; what reaches zero by a kill ends as everything else does.
 TEST_F(TplPerObjectLifeTest, ForgettingCutsCycles) {
   int errors = -1;

@@ -67,9 +67,15 @@ class TpoDepartment : public TplPerObject {
     Faults.Pass("DoCancelData");
     if (CancelsHeld) aiLiObjectsModified()->CancelData();
   }
+  TIAccessRights GetRights() override {
+    using enum TIAccessRight;
+    return Hidden ? TIAccessRights{arRead, arUpdate, arDelete, arInsert}
+                  : TplPerObject::GetRights();
+  }
   void DoBeforeSave() override { Faults.Pass("DoBeforeSave"); }
   void AfterSaveNonEditedObject() override { ++NonEdited; }
 
+  TIboData& Store() { return data; }
   TpoDepartment* Parent();
   TPlBoList* Parts(const std::string& where = "");
   TpoDepartment* Partner();
@@ -84,6 +90,7 @@ class TpoDepartment : public TplPerObject {
   TplMember<TpoDepartment> FPartner;
   TplMember<TplPerObject> FLinks[3];
   int NonEdited = 0;
+  bool Hidden = false;  // from lists
 
  private:
   std::string ID() { return data.Count() == 0 ? "unread" : GetGID(); }

@@ -25,17 +25,19 @@ class TFaultPlan {
     FMode = mode;
     FFailOn = nullptr;
   }
-  // The next call of that name fails.
-  void FailOn(const char* where) {
+  // The next call of that name fails, once `passing` have passed.
+  void FailOn(const char* where, int passing = 0) {
     FailAt(0);
     FFailOn = where;
+    FPassing = passing;
   }
   // Every call that may fail comes by here; one of the driver tells its statement, and a bind its
   // parameter.
   void Pass(const char* where, const std::string& statement = {}, int parameter = -1) {
     if (FPauses > 0) return;
     ++FCalls;
-    const bool isNamed = FFailOn != nullptr && std::string_view(FFailOn) == where;
+    const bool isNamed =
+        FFailOn != nullptr && std::string_view(FFailOn) == where && FPassing-- == 0;
     if (!isNamed && FCalls != FFailAt && !(FMode == TMode::fromThereOn && Failed())) return;
     if (isNamed) FFailOn = nullptr;
     if (FCalls == FFailAt && OnFault) OnFault(where, statement, parameter);
@@ -65,6 +67,7 @@ class TFaultPlan {
   int FPauses = 0;
   TMode FMode = TMode::once;
   const char* FFailOn = nullptr;
+  int FPassing = 0;
 };
 
 // The driver that it is given, with every call that may raise going by the plan. It counts the

@@ -147,12 +147,12 @@ bool TPlBoList::AddToSet(TplPerObject* AObject) {
 
 void TPlBoList::Merge(TPlBoList* AList) {
   if (AList == nullptr) return;
+  // As they stand now: a list that is merged into itself moves them, if it has an order.
+  const std::vector<TObjectHandle> members(AList->List(), AList->List() + AList->Count());
   const TAlive alive(this);
-  const TAlive otherAlive(AList);
-  // A list that is merged into itself has its members twice then, and not for ever.
-  const int end = AList->Count();
-  for (int i = 0; alive && otherAlive && i < end && i < AList->Count(); ++i) {
-    if (TplPerObject* const object = AList->Get(i)) Add(object);
+  for (const TObjectHandle& member : members) {
+    auto* const object = static_cast<TplPerObject*>(member.Get());
+    if (alive && object != nullptr) Add(object);
   }
 }
 

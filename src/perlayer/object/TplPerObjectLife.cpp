@@ -36,6 +36,17 @@ class TReleasing {
   std::string FKey;
 };
 
+// The last holder was held by the object itself, as a list of its own is, and has ended with what
+// the object held: its reference goes all the same.
+[[gnu::noinline]] void ReleaseForWhoIsGone(TplPerObject* object, TObjectHandle holder) {
+  TplRetainerList* retainers = object->aiRetainerList();
+  for (int i = 0; i < retainers->Count(); ++i) {
+    if (retainers->HandleAt(i) != holder) continue;
+    retainers->Replace(i, GlobalDictionary());
+    return object->inheritedRelease(GlobalDictionary());
+  }
+}
+
 bool IsDLL() { return GlobalDictionary()->aiReleaseType() == TIReleaseType::rtDLL; }
 
 }  // namespace
@@ -49,9 +60,12 @@ void TplPerObject::Release(TObject* ARetainer) {
   }
   if (FDestroying) return;
   const TAlive alive(this);
+  const TObjectHandle retainer(ARetainer);
   const TReleasing releasing(this);
   BeforeDestroy();
-  if (alive) inheritedRelease(ARetainer);
+  if (!alive) return;
+  if (retainer.IsAlive()) return inheritedRelease(ARetainer);
+  ReleaseForWhoIsGone(this, retainer);
 }
 
 // Nothing but the count. What stands in the dictionary stays for the final sweep.

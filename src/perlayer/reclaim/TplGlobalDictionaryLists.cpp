@@ -62,12 +62,18 @@ void TplGlobalDictionary::ReloadBoList(TPlBoList* AList) {
         AList->aiFetchSpec().empty() ? ConditionOfMembers(provider, AList) : AList->aiFetchSpec();
     TPlBoList* twins = Unregistered(
         provider, [&] { return provider->FetchObjectList(this, condition, "", !oldUse); });
+    bool done = false;
     TryFinally(
         [&] {
           if (alive) changed = DropMembers(AList, twins, oldUse);
           if (alive) changed = TakeTwins(AList, twins, oldUse, notify) || changed;
+          done = true;
         },
-        [&] { twins->Release(this); });
+        [&] {
+          // One that was entered and has not come into the list leaves the map as it ends.
+          const TUseDictionary use(oldUse && !done);
+          twins->Release(this);
+        });
   }
   if (!alive) return;
   if (changed) AList->CallNotifyAction(AList, TIBaseObjectAction::paModified, nullptr);
