@@ -367,6 +367,11 @@ class TLayerModelState : public TDepartments, public testing::WithParamInterface
     entity.changed = object->Store().DataModified();
     entity.whole = object->Store().DisableOptimizingUpdateQueries();
     entity.modified = IsEdited(object);
+    // A reload may fail once it has told that the row is gone.
+    EXPECT_TRUE(entity.marked == object->aiObjectMarkedDeleted() ||
+                (trouble == TTrouble::fetch && !HasRow(entity.id)))
+        << entity.id;
+    entity.marked = object->aiObjectMarkedDeleted();
     entity.id = object->GetGID();
     const bool isKnown = GlobalDictionary()->TakeObject(FDepartments, entity.id) == object;
     EXPECT_TRUE(isKnown || !entity.isKnown) << entity.id;

@@ -231,11 +231,13 @@ class TLayerModel : public TLayerModelState {
     const auto save = [&] {
       for (int i = 0; i < list.Count();) {
         if (!FTransaction.Save(*list.At(i))) return false;
-        if (list.At(i)->marked) {
-          list.entries.erase(list.entries.begin() + i);
-        } else {
+        if (!list.At(i)->marked) {
           ++i;
+          continue;
         }
+        list.entries.erase(list.entries.begin() + i);
+        Collect();
+        if (!Has(FLists, &list)) return true;  // the list of one that it alone held
       }
       return true;
     };
@@ -256,9 +258,10 @@ class TLayerModel : public TLayerModelState {
         continue;
       }
       list.entries.erase(list.entries.begin() + i);
-      if (!HoldersOf(entity).empty()) Mark(entity, true);
+      Collect();
+      if (Has(FLive, &entity)) Mark(entity, true);
+      if (!Has(FLists, &list)) return;
     }
-    Collect();
   }
 
   // --- relations ---
