@@ -681,7 +681,10 @@ class TLayerModel : public TLayerModelState {
     while (FTransaction.Count() > 0) Rollback();
     for (TplPerObject* stranger : FStrangers) stranger->Release(FForm.Get());
     int errors = 0;
-    for (const TEntity& entity : FLive) entity.object->ForgetSubobjects(errors);
+    // What another held alone ends with that one's forgetting.
+    for (const TEntity& entity : FLive) {
+      if (entity.handle.IsAlive()) entity.object->ForgetSubobjects(errors);
+    }
     for (const TListModel& list : FLists) {
       if (list.isHeard) list.object->Release(FListener);
     }
