@@ -27,9 +27,10 @@ void TplCachableProvider::ReadFetchSpecInCache(const std::string& ASpec,
   if (FCacheEnabled && !ASpec.empty()) ReadSet(ASpec, AIDs);
 }
 
-void TplCachableProvider::ReadSet(const std::string& spec, const std::vector<std::string>& ids) {
+void TplCachableProvider::ReadSet(const std::string& condition,
+                                  const std::vector<std::string>& ids) {
   if (ids.size() == 1 && !ids[0].empty()) return ReadSingleValueInCache(ids[0]);
-  ReadInCache(spec, ids);
+  ReadInCache(condition, ids);
 }
 
 void TplCachableProvider::SetFetchBufferList(TPlBoList* AList) {

@@ -47,7 +47,7 @@ class TplCachableProvider : public TplProvider {
   void aiCacheEnabled(bool enabled) { FCacheEnabled = enabled; }
 
  private:
-  void ReadSet(const std::string& spec, const std::vector<std::string>& ids);
+  void ReadSet(const std::string& condition, const std::vector<std::string>& ids);
 
   TPlBoList* FFetchBufferList = nullptr;  // the application's, which keeps this provider by it
   bool FCacheEnabled = true;
